@@ -1,0 +1,188 @@
+// SCalc: the formula engine. It reads a formula one token at a time and
+// computes as it parses: every grammar rule returns a whole series.
+//
+// Errors never stop the parse: they are counted (ErrorCount), the first
+// message is kept (ErrorMessage) and the final result is marked invalid.
+//
+// The engine's code is split by concern:
+//   SCalcTokenizer.cpp       tokens, names, numbers, comments, the name table
+//   SCalcParser.cpp          grammar rules, statements, Calculate, errors
+//   SCalcFunctionTable.cpp   name lookup shared by the function families
+//   SCalcDataVariables.cpp   price-data words and averaging-method words
+//   SCalcMathFunctions.cpp   element-wise math functions
+//   SCalcSeriesFunctions.cpp series functions (moving averages, crossings, ...)
+//   SCalcTimeFunctions.cpp   compression functions
+//   SCalcUserFunctions.cpp   user-defined functions
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "core/SString.h"
+#include "core/SVector.h"
+
+class SFunctionList;
+
+// Token kinds; single-character tokens carry their character code.
+enum TokenValue {
+  NAME = 0,
+  NUMBER = 1,
+  END = 2,
+  MOD = 37,
+  AND = 38,
+  LP = 40,
+  RP = 41,
+  MUL = 42,
+  PLUS = 43,
+  COMMA = 44,
+  MINUS = 45,
+  DIV = 47,
+  PRINT = 59,
+  ASSIGN = 61,
+  POW = 94,
+  OR = 124,
+  LT = 125,
+  LE = 126,
+  GT = 127,
+  GE = 128,
+  EQ = 129,
+  NE = 130,
+  NOT = 131,
+};
+
+inline constexpr int kMaxExpression = 4096;  // formula buffer, terminator included
+inline constexpr int kMaxNameText = 256;     // token name buffer
+inline constexpr int kMaxNumberText = 200;   // number text buffer
+inline constexpr int kMaxNames = 256;        // entries of the name table
+inline constexpr int kMaxVariableName = 52;  // a variable's name, terminator included
+inline constexpr int kMaxUserCalls = 256;    // user-function calls per calculation
+// Parser recursion limit, so that pathological nesting gets an error rather
+// than exhausting the stack.
+inline constexpr int kMaxNesting = 500;
+
+// True for a byte that starts (or continues) a Korean syllable in a name.
+bool isHangul(unsigned char c);
+
+// One variable of a formula.
+struct Name {
+  char name[kMaxVariableName] = {};
+  SVector value;
+};
+
+// Bound price series, in the fixed order in which they travel everywhere.
+enum PriceSlot {
+  kClose, kOpen, kHigh, kLow, kVolume, kDateTime, kOpenInterest, kAmount, kSpread, kPriceSlots
+};
+
+class SCalc {
+ public:
+  SCalc();
+  SCalc(const SCalc& other);
+  SCalc& operator=(const SCalc& other);
+  virtual ~SCalc();
+
+  // Binding and evaluation.
+  void SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume,
+                   SVector& dateTime, SVector& openInterest, SVector& amount, SVector& spread);
+  void SetExpression(const char* text);
+  SVector Calculate();
+  SVector Calculate(int start);
+  void SetFunction(SFunctionList* list) { functions_ = list; }
+  void SetFuncHist(SAnsiStringList* history) { funcHistory_ = history; }
+  void InitCalc();
+  SVector Error(const char* text);
+  SVector Error(int textId);  // the text pair's message in the current language
+  int ToInt(double v) const;
+  SVector CalcCandlePattern();
+
+  // Grammar rules. Each is entered with the first token of its phrase as the
+  // current token and leaves the token after its phrase current.
+  SVector Expr();
+  SVector Relop();
+  SVector Add();
+  SVector Term();
+  SVector Prim();
+
+  // Tokenizer.
+  TokenValue GetToken();
+  void SkipWhite();
+  double GetNumber();
+  char* GetName(const char* unused);
+  char* PeekName(const char* p);
+  TokenValue CurrentToken() const { return token_; }
+  const char* NameText() const { return nameText_; }
+  double NumberValue() const { return numberValue_; }
+  // True when the text position is at the end of the text being read.
+  bool AtEnd() const { return *pos_ == '\0'; }
+
+  // Name table.
+  Name* Look(const char* name, int insert);
+  Name* Insert(const char* name);
+  void CopyTable(std::vector<std::unique_ptr<Name>>& dest,
+                 const std::vector<std::unique_ptr<Name>>& source, int count);
+  void ClearNameTable();
+  int NameCount() const { return static_cast<int>(names_.size()); }
+  const Name* NameAt(int i) const { return names_[static_cast<size_t>(i)].get(); }
+
+  // Function families, tried by Prim in this order after the name table.
+  bool IsVectorFunction(const char* name);
+  SVector ProcessVectorFunction(const char* name);
+  int IsDataVariable(const char* name);
+  SVector ProcessDataVariable(const char* name);
+  bool IsMathFunction(const char* name);
+  SVector ProcessMathFunction(const char* name);
+  bool IsUserFunction(const char* name);
+  int FindFunction(const char* name);
+  SVector ProcessUserFunction(const char* name);
+  bool IsTimeFunction(const char* name);
+  SVector ProcessTimeFunction(const char* name);
+  int IsMethodVariable(const char* name);
+  SVector ProcessMethodVariable(const char* name);
+
+  // Swing points and zigzag.
+  SVector CalcSwingHighLow(int high, int instance, SVector& price, int strength, int length);
+  SVector CalcZigZag(double percent, SVector& swingHigh, SVector& swingLow, SVector& high,
+                     SVector& low);
+
+  // A bound price series; an unbound slot reads as an empty series.
+  const SVector& Bound(int slot) const;
+  const SVector& Close() const { return Bound(kClose); }
+  // Marks the result as depending on the whole history before each bar.
+  void MarkHistory() { HistoryFlag = 1; }
+
+  int ErrorCount = 0;
+  SString ErrorMessage;
+  // Set when a function whose value at a bar depends on the whole history
+  // before it has been evaluated; only the host clears it.
+  int HistoryFlag = 0;
+
+ private:
+  friend class SCalcStatementGuard;
+  SVector RunStatements();
+  void SkipBlanks();
+  SVector DelayedBy(SVector value, const SVector& n) const;
+  SVector PrimName();
+  SVector PrimFunctionCall(const char* name, int family);
+  TokenValue KeywordToken(const char* name) const;
+  void CopyFrom(const SCalc& other);
+
+  // Tokenizer state.
+  char expr_[kMaxExpression] = {};
+  const char* pos_ = expr_;
+  double numberValue_ = 0.0;
+  char nameText_[kMaxNameText] = {};
+  TokenValue token_ = PLUS;
+
+  // Evaluator state.
+  SVector empty_;
+  SVector methodValue_;
+  SVector dateWork_;
+  SVector* bound_[kPriceSlots] = {};
+  SFunctionList* functions_ = nullptr;
+  SAnsiStringList* funcHistory_ = nullptr;
+  int userCalls_ = 0;
+  int start_ = 0;
+  int depth_ = 0;
+  std::vector<std::unique_ptr<Name>> names_;
+  Name overflow_;  // stands in for a variable the full table cannot hold
+};

@@ -1,0 +1,81 @@
+// Date-time numbers of bars: YYYYMMDD for daily bars, YYYYMMDDhhmmss for
+// intraday bars. All conversions go through 64-bit integers so that any double
+// (even a corrupt one) gives a defined answer.
+#include "core/DateTime.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace {
+
+// The integer part of a date-time, clamped to a range that holds every
+// YYYYMMDDhhmmss value; NaN reads as 0.
+int64_t Whole(double dt) {
+  if (!(dt > 0.0)) return 0;
+  if (dt > 9.9e15) return 0;
+  return static_cast<int64_t>(dt + 0.001);
+}
+
+bool IsIntraday(double dt) { return dt > kIntradayThreshold; }
+
+// Days since 1970-01-01 of a proleptic Gregorian date, and back.
+int64_t DaysFromCivil(int64_t y, int64_t m, int64_t d) {
+  y -= m <= 2;
+  const int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const int64_t yoe = y - era * 400;
+  const int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + doe - 719468;
+}
+
+int64_t CivilFromDays(int64_t z) {
+  z += 719468;
+  const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  const int64_t doe = z - era * 146097;
+  const int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const int64_t mp = (5 * doy + 2) / 153;
+  const int64_t d = doy - (153 * mp + 2) / 5 + 1;
+  const int64_t m = mp + (mp < 10 ? 3 : -9);
+  const int64_t y = yoe + era * 400 + (m <= 2);
+  return y * 10000 + m * 100 + d;
+}
+
+}  // namespace
+
+int GetCompDate(double dt) {
+  int64_t w = Whole(dt);
+  return static_cast<int>(IsIntraday(dt) ? w / 1000000 : w);
+}
+
+long GetLongDate(double dt) { return GetCompDate(dt); }
+
+int GetTimeOfDay(double dt) { return IsIntraday(dt) ? static_cast<int>(Whole(dt) % 1000000) : 0; }
+
+int GetYear(double dt) { return GetCompDate(dt) / 10000; }
+int GetMonth(double dt) { return GetCompDate(dt) / 100 % 100; }
+int GetDate(double dt) { return GetCompDate(dt) % 100; }
+int GetHour(double dt) { return GetTimeOfDay(dt) / 10000; }
+int GetMinute(double dt) { return GetTimeOfDay(dt) / 100 % 100; }
+
+double MakeDateTime(int yyyymmdd, int hhmmss) {
+  return static_cast<double>(yyyymmdd) * 1000000.0 + hhmmss;
+}
+
+bool IsValidDate(int yyyymmdd) {
+  int y = yyyymmdd / 10000, m = yyyymmdd / 100 % 100, d = yyyymmdd % 100;
+  if (y < 1 || m < 1 || m > 12 || d < 1) return false;
+  return CivilFromDays(DaysFromCivil(y, m, d)) == yyyymmdd;
+}
+
+double GetNextTime(double dt, int minutes) {
+  int date = GetCompDate(dt);
+  int tod = GetTimeOfDay(dt);
+  int64_t days = DaysFromCivil(date / 10000, date / 100 % 100, date % 100);
+  int64_t total = days * 1440 + (tod / 10000) * 60 + tod / 100 % 100 + minutes;
+  int64_t day = total >= 0 ? total / 1440 : (total - 1439) / 1440;
+  int64_t minute = total - day * 1440;
+  int64_t ymd = CivilFromDays(day);
+  int64_t hhmmss = (minute / 60) * 10000 + (minute % 60) * 100 + tod % 100;
+  return static_cast<double>(ymd) * 1000000.0 + static_cast<double>(hhmmss);
+}

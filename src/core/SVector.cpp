@@ -1,0 +1,446 @@
+// Storage, growth, element access helpers and the element-wise operators of
+// SVector. The rolling and cumulative calculations are in SVectorRolling.cpp.
+#include "core/SVector.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+namespace {
+
+const char kOutOfMemory[] = "Out of memory trying to create SVector\n";
+
+double* NewBuffer(int n) { return new (std::nothrow) double[static_cast<size_t>(n)]; }
+
+// n rounded up to the next multiple of the growth block (n itself when it
+// already is one).
+int RoundUpToBlock(int n) {
+  long long blocks = (static_cast<long long>(n) + kSeriesBlock - 1) / kSeriesBlock;
+  long long cap = blocks * kSeriesBlock;
+  return cap > std::numeric_limits<int>::max() ? std::numeric_limits<int>::max()
+                                                : static_cast<int>(cap);
+}
+
+}  // namespace
+
+int ShiftStart(int start, long long n) {
+  if (start >= kInvalidStart) return kInvalidStart;
+  long long s = static_cast<long long>(start) + n;
+  if (s >= kInvalidStart) return kInvalidStart;
+  if (s < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
+  return static_cast<int>(s);
+}
+
+int TruncToInt(double v) {
+  if (std::isnan(v)) return 0;
+  if (v >= 2147483647.0) return std::numeric_limits<int>::max();
+  if (v <= -2147483648.0) return std::numeric_limits<int>::min();
+  return static_cast<int>(v);
+}
+
+void SVector::Error(const char* text) { std::fputs(text, stderr); }
+
+SVector::SVector() = default;
+
+SVector::SVector(int n) {
+  if (n > 0) {
+    Alloc(n);
+    size_ = std::min(n, capacity_);
+  }
+}
+
+SVector::SVector(double v) : series_(0) {
+  Alloc(1);
+  if (data_) {
+    data_[0] = v;
+    size_ = 1;
+  }
+}
+
+SVector::SVector(const SVector& other) : start_(other.start_), series_(other.series_) {
+  if (other.size_ > 0) {
+    Alloc(other.size_);
+    if (!data_) return;
+    std::memcpy(data_, other.data_, sizeof(double) * other.size_);
+    size_ = other.size_;
+  }
+}
+
+SVector::SVector(SVector&& other) noexcept
+    : capacity_(other.capacity_),
+      scratch_(other.scratch_),
+      start_(other.start_),
+      size_(other.size_),
+      data_(other.data_),
+      series_(other.series_) {
+  other.capacity_ = 0;
+  other.scratch_ = other.data_ = nullptr;
+  other.size_ = 0;
+}
+
+SVector::~SVector() { Release(); }
+
+void SVector::Release() {
+  delete[] data_;
+  data_ = scratch_ = nullptr;
+  capacity_ = 0;
+}
+
+SVector& SVector::operator=(const SVector& other) {
+  if (this == &other) return *this;
+  if (capacity_ < other.size_ || (capacity_ == 0 && other.size_ > 0)) {
+    Release();
+    Alloc(other.size_);
+    if (!data_) {
+      size_ = 0;
+      return *this;
+    }
+  }
+  if (other.size_ > 0) std::memcpy(data_, other.data_, sizeof(double) * other.size_);
+  size_ = other.size_;
+  start_ = other.start_;
+  series_ = other.series_;
+  return *this;
+}
+
+SVector& SVector::operator=(SVector&& other) noexcept {
+  if (this == &other) return *this;
+  Release();
+  capacity_ = other.capacity_;
+  scratch_ = other.scratch_;
+  start_ = other.start_;
+  size_ = other.size_;
+  data_ = other.data_;
+  series_ = other.series_;
+  other.capacity_ = 0;
+  other.scratch_ = other.data_ = nullptr;
+  other.size_ = 0;
+  return *this;
+}
+
+// Stores the number as the series' value: an empty series becomes a single
+// element; a longer one is filled, so that it reads as the number at every
+// bar whatever its flag.
+SVector& SVector::operator=(const double& v) {
+  if (size_ == 0) SetSize(1);
+  if (size_ == 0) return *this;
+  std::fill(data_, data_ + size_, v);
+  return *this;
+}
+
+void SVector::Alloc(int n) {
+  int cap = std::max(n, 1);
+  double* buf = NewBuffer(cap);
+  if (!buf) {
+    Error(kOutOfMemory);
+    return;
+  }
+  delete[] data_;
+  data_ = scratch_ = buf;
+  capacity_ = cap;
+}
+
+void SVector::ReAlloc(int n) {
+  int cap = std::max(n, 1);
+  scratch_ = NewBuffer(cap);
+  if (!scratch_) {
+    scratch_ = data_;
+    Error(kOutOfMemory);
+    return;
+  }
+  capacity_ = cap;
+  // Only the valid elements move; those below the start index are left
+  // undefined in the new buffer.
+  int from = std::max(start_, 0);
+  int to = std::min(size_, cap);
+  if (data_ && from < to) std::memcpy(scratch_ + from, data_ + from, sizeof(double) * (to - from));
+  delete[] data_;
+  data_ = scratch_;
+  if (size_ > cap) size_ = cap;
+}
+
+void SVector::SetSize(int n) {
+  if (n < 0) n = 0;
+  if (n > capacity_) ReAlloc(RoundUpToBlock(n));
+  size_ = std::min(n, capacity_);
+}
+
+void SVector::Add(double v) {
+  if (size_ >= capacity_) ReAlloc(RoundUpToBlock(size_ + 1));
+  if (size_ >= capacity_) return;  // could not grow
+  size_ = std::min(size_ + 1, capacity_);
+  data_[size_ - 1] = v;
+}
+
+void SVector::Update(double v, int back) {
+  if (back >= 0 && size_ - back > 0) data_[size_ - back - 1] = v;
+}
+
+void SVector::ClearData() {
+  size_ = 0;
+  start_ = 0;
+}
+
+void SVector::InitValue(double v) {
+  if (size_ > 0) std::fill(data_, data_ + size_, v);
+}
+
+void SVector::Insert(SVector& older) {
+  int n = older.size_;
+  if (n <= 0) return;
+  int total = size_ + n;
+  double* buf = NewBuffer(RoundUpToBlock(total));
+  if (!buf) {
+    Error(kOutOfMemory);
+    return;
+  }
+  std::memcpy(buf, older.data_, sizeof(double) * n);
+  if (size_ > 0) std::memcpy(buf + n, data_, sizeof(double) * size_);
+  delete[] data_;
+  data_ = scratch_ = buf;
+  capacity_ = RoundUpToBlock(total);
+  start_ = size_ > 0 ? std::min(older.start_, ShiftStart(start_, n)) : older.start_;
+  size_ = total;
+  series_ = 1;
+}
+
+// Makes this series the result frame of a calculation on src: n elements,
+// the given start index, a true series.
+void SVector::PrepareResult(const SVector&, int n, int start) {
+  if (n < 0) n = 0;
+  if (n > capacity_ || data_ == nullptr) {
+    Release();
+    Alloc(n);
+  }
+  size_ = data_ ? n : 0;
+  start_ = start;
+  series_ = 1;
+}
+
+// Delay by n bars: element i of the result is element i - n of x. A negative
+// n looks ahead, so the series is shortened by -n bars rather than reading
+// past its end.
+SVector SVector::operator()(int n) const {
+  SVector r;
+  VecRef(r, *this, n);
+  return r;
+}
+
+void VecRef(SVector& r, const SVector& a, int n) {
+  if (!a.IsSeries()) {
+    r = a;
+    r.SetStartIndex(ShiftStart(a.GetStartIndex(), n));
+    return;
+  }
+  long long size = a.GetSize();
+  if (n < 0) size = std::max(0LL, size + n);
+  SVector out(static_cast<int>(size));
+  const double* src = a.Data();
+  double* dst = out.Data();
+  for (long long i = 0; i < size; ++i) {
+    long long j = i - n;
+    dst[i] = (j >= 0 && j < a.GetSize()) ? src[j] : 0.0;
+  }
+  long long start = std::max(static_cast<long long>(ShiftStart(a.GetStartIndex(), n)), 0LL);
+  out.SetStartIndex(static_cast<int>(start));
+  r = std::move(out);
+}
+
+void VecCopy(SVector& r, const SVector& a) { r = a; }
+
+// ---- element-wise operations ------------------------------------------------
+
+namespace {
+
+// Two operands of different lengths: the result has the longer length and the
+// bars the shorter operand lacks take 0, a finite value the host can show.
+template <class Op>
+SVector Binary(const SVector& a, const SVector& b, Op op) {
+  if (!a.IsSeries() && !b.IsSeries()) {
+    SVector r(op(a.Number(), b.Number()));
+    r.SetStartIndex(std::max(a.GetStartIndex(), b.GetStartIndex()));
+    return r;
+  }
+  int na = a.IsSeries() ? a.GetSize() : -1;
+  int nb = b.IsSeries() ? b.GetSize() : -1;
+  int n = std::max(na, nb);
+  SVector r(n);
+  double* d = r.Data();
+  if (n > 0 && d) {
+    const double* pa = a.Data();
+    const double* pb = b.Data();
+    if (na < 0) {
+      double x = a.Number();
+      for (int i = 0; i < n; ++i) d[i] = op(x, pb[i]);
+    } else if (nb < 0) {
+      double y = b.Number();
+      for (int i = 0; i < n; ++i) d[i] = op(pa[i], y);
+    } else {
+      int common = std::min(na, nb);
+      for (int i = 0; i < common; ++i) d[i] = op(pa[i], pb[i]);
+      std::fill(d + common, d + n, 0.0);
+    }
+  }
+  r.SetStartIndex(std::max(a.GetStartIndex(), b.GetStartIndex()));
+  return r;
+}
+
+template <class Op>
+SVector Unary(const SVector& a, Op op) {
+  SVector r = a;
+  double* d = r.Data();
+  for (int i = 0, n = r.GetSize(); i < n; ++i) d[i] = op(d[i]);
+  return r;
+}
+
+// Division by zero gives 0: a chart cannot show an infinity, and a ratio
+// against a zero denominator (a flat range, no volume) reads best as none.
+inline double SafeDiv(double x, double y) { return y == 0.0 ? 0.0 : x / y; }
+// The remainder keeps the dividend's sign (fmod), works on fractions, and is
+// 0 for a zero divisor like the division.
+inline double SafeMod(double x, double y) { return y == 0.0 ? 0.0 : std::fmod(x, y); }
+inline double Truth(bool t) { return t ? 1.0 : 0.0; }
+
+}  // namespace
+
+SVector operator+(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return x + y; });
+}
+SVector operator-(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return x - y; });
+}
+SVector operator*(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return x * y; });
+}
+SVector operator/(const SVector& a, const SVector& b) { return Binary(a, b, SafeDiv); }
+SVector operator%(const SVector& a, const SVector& b) { return Binary(a, b, SafeMod); }
+SVector operator*(const SVector& a, double b) { return a * SVector(b); }
+SVector operator<(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x < y); });
+}
+SVector operator<=(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x <= y); });
+}
+SVector operator>(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x > y); });
+}
+SVector operator>=(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x >= y); });
+}
+SVector operator==(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x == y); });
+}
+SVector operator!=(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x != y); });
+}
+// Non-zero counts as true; a NaN is non-zero.
+SVector operator&&(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x != 0.0 && y != 0.0); });
+}
+SVector operator||(const SVector& a, const SVector& b) {
+  return Binary(a, b, [](double x, double y) { return Truth(x != 0.0 || y != 0.0); });
+}
+SVector operator-(const SVector& a) {
+  return Unary(a, [](double x) { return -x; });
+}
+SVector operator!(const SVector& a) {
+  return Unary(a, [](double x) { return Truth(x == 0.0); });
+}
+
+void VecPlus(SVector& r, const SVector& a, const SVector& b) { r = a + b; }
+void VecMinus(SVector& r, const SVector& a, const SVector& b) { r = a - b; }
+void VecMultiply(SVector& r, const SVector& a, const SVector& b) { r = a * b; }
+void VecDivide(SVector& r, const SVector& a, const SVector& b) { r = a / b; }
+void VecMod(SVector& r, const SVector& a, const SVector& b) { r = a % b; }
+void VecLT(SVector& r, const SVector& a, const SVector& b) { r = a < b; }
+void VecLE(SVector& r, const SVector& a, const SVector& b) { r = a <= b; }
+void VecGT(SVector& r, const SVector& a, const SVector& b) { r = a > b; }
+void VecGE(SVector& r, const SVector& a, const SVector& b) { r = a >= b; }
+void VecEQ(SVector& r, const SVector& a, const SVector& b) { r = a == b; }
+void VecNEQ(SVector& r, const SVector& a, const SVector& b) { r = a != b; }
+void VecAND(SVector& r, const SVector& a, const SVector& b) { r = a && b; }
+void VecOR(SVector& r, const SVector& a, const SVector& b) { r = a || b; }
+void VecUMinus(SVector& r, const SVector& a) { r = -a; }
+void VecNot(SVector& r, const SVector& a) { r = !a; }
+
+// ---- searches and extremes --------------------------------------------------
+
+namespace {
+
+// Clamps [from, to] to the elements in use; returns false when empty.
+bool ClampRange(int size, int& from, int& to) {
+  from = std::max(from, 0);
+  to = std::min(to, size - 1);
+  return from <= to;
+}
+
+template <class Better>
+double Extreme(const double* d, int from, int to, bool skipZero, Better better) {
+  bool found = false;
+  double best = 0.0;
+  for (int i = from; i <= to; ++i) {
+    double v = d[i];
+    if (std::isnan(v) || (skipZero && v == 0.0)) continue;
+    if (!found || better(v, best)) best = v, found = true;
+  }
+  return best;
+}
+
+const auto kGreater = [](double a, double b) { return a > b; };
+const auto kLess = [](double a, double b) { return a < b; };
+
+}  // namespace
+
+// GetMax()/GetMin() cover the valid range; an empty series gives 0. NaNs are
+// skipped so one bad bar cannot blank a chart's scale.
+double SVector::GetMax() const {
+  int from = start_, to = size_ - 1;
+  return ClampRange(size_, from, to) ? Extreme(data_, from, to, false, kGreater) : 0.0;
+}
+double SVector::GetMin() const {
+  int from = start_, to = size_ - 1;
+  return ClampRange(size_, from, to) ? Extreme(data_, from, to, false, kLess) : 0.0;
+}
+// The range is clamped to the valid elements. A non-zero mode skips zeros,
+// which mark "no value" in sparse lines such as a zigzag.
+double SVector::GetMax(int from, int to, int mode) const {
+  from = std::max(from, start_);
+  return ClampRange(size_, from, to) ? Extreme(data_, from, to, mode != 0, kGreater) : 0.0;
+}
+double SVector::GetMin(int from, int to, int mode) const {
+  from = std::max(from, start_);
+  return ClampRange(size_, from, to) ? Extreme(data_, from, to, mode != 0, kLess) : 0.0;
+}
+
+// The working copy for repeated range searches is the series itself: a range
+// search is a tight scan, so there is no separate state to drop or rebuild.
+void SVector::InitTemp() {}
+double SVector::GetMaxTemp(int from, int to) const { return GetMax(from, to, 0); }
+double SVector::GetMinTemp(int from, int to) const { return GetMin(from, to, 0); }
+
+int SVector::FindFirstNonZeroIndex(int start) const {
+  for (int i = std::max(start, 0); i < size_; ++i)
+    if (data_[i] != 0.0) return i;
+  return -1;
+}
+
+int SVector::FindPrevNonZeroIndex(int start) const {
+  for (int i = std::min(start, size_ - 1); i >= 0; --i)
+    if (data_[i] != 0.0) return i;
+  return -1;
+}
+
+double SVector::GetFirstNonZeroValue() const {
+  int i = FindFirstNonZeroIndex(start_);
+  return i >= 0 ? data_[i] : 0.0;
+}
+
+int SVector::FindPos(double v, int start) const {
+  for (int i = std::max(start, 0); i < size_; ++i)
+    if (data_[i] == v) return i;
+  return -1;
+}

@@ -1,0 +1,299 @@
+// Rolling-window and cumulative calculations of SVector.
+//
+// Every rolling function has the same shape: the result gets one element per
+// bar of the source, its start index is the source's start + period - 1, and
+// one steady O(bars) loop fills the valid range, whatever the period.
+// Running sums are rebuilt from scratch once every `period` bars: that keeps
+// the rounding drift of add-and-subtract bounded to one window and lets a NaN
+// that entered the window leave it again.
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+#include "core/SVector.h"
+
+namespace {
+
+// The result frame: one element per source bar, the warm-up start index.
+SVector Frame(const SVector& src, int period) {
+  SVector out(src.GetSize());
+  out.SetStartIndex(period < 1 ? kInvalidStart : ShiftStart(std::max(src.GetStartIndex(), 0), period - 1));
+  return out;
+}
+
+// First and one-past-last bar of the frame's valid range (empty when none).
+bool ValidRange(const SVector& out, int& first, int& end) {
+  first = std::max(out.GetStartIndex(), 0);
+  end = out.GetSize();
+  return out.GetStartIndex() < kInvalidStart && first < end;
+}
+
+// Calls emit(i, sum) with the sum of f(x) over the window of `p` bars ending at
+// each bar i of [first, end).
+template <class F, class Emit>
+void WindowSums(const double* x, int first, int end, int p, F f, Emit emit) {
+  double sum = 0.0;
+  int rebuild = 0;
+  for (int i = first; i < end; ++i) {
+    if (rebuild == 0) {
+      sum = 0.0;
+      for (int k = i - p + 1; k <= i; ++k) sum += f(x[k]);
+      rebuild = p;
+    } else {
+      sum += f(x[i]) - f(x[i - p]);
+    }
+    --rebuild;
+    emit(i, sum);
+  }
+}
+
+const auto kIdentity = [](double v) { return v; };
+
+// Monotonic deque over bar indices: the front is the extreme of the window.
+template <class Keep>
+void WindowExtreme(const double* x, int first, int end, int p, double* out, Keep keeps) {
+  int from = first - p + 1;
+  std::vector<int> ring(static_cast<size_t>(std::min(p, end - from)) + 1);
+  const int cap = static_cast<int>(ring.size());
+  int head = 0, count = 0;
+  auto at = [&](int k) -> int& { return ring[(head + k) % cap]; };
+  for (int i = from; i < end; ++i) {
+    while (count > 0 && !keeps(x[at(count - 1)], x[i])) --count;
+    at(count++) = i;
+    if (at(0) <= i - p) head = (head + 1) % cap, --count;
+    if (i >= first) out[i] = x[at(0)];
+  }
+}
+
+}  // namespace
+
+void SVector::CalcSum(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    double* d = out.Data();
+    WindowSums(src.Data(), first, end, period, kIdentity, [d](int i, double s) { d[i] = s; });
+  }
+  *this = std::move(out);
+}
+
+void SVector::CalcAvg(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    double* d = out.Data();
+    const double inv = 1.0 / period;
+    WindowSums(src.Data(), first, end, period, kIdentity, [d, inv](int i, double s) { d[i] = s * inv; });
+  }
+  *this = std::move(out);
+}
+
+// Exponential average with the smoothing factor 2 / (period + 1) that traders
+// expect; it is seeded with the simple average of the first window, so its
+// first valid bar is the same as the simple average's.
+void SVector::CalcEAvg(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    const double* x = src.Data();
+    double* d = out.Data();
+    double e = 0.0;
+    for (int k = first - period + 1; k <= first; ++k) e += x[k];
+    e /= period;
+    d[first] = e;
+    const double alpha = 2.0 / (period + 1.0);
+    for (int i = first + 1; i < end; ++i) d[i] = e += alpha * (x[i] - e);
+  }
+  *this = std::move(out);
+}
+
+// Linearly weighted average: the newest bar weighs `period`, the oldest 1.
+// The weighted sum is updated from the plain window sum:
+// W(i) = W(i-1) + period * x[i] - S(i-1).
+void SVector::CalcWAvg(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    const double* x = src.Data();
+    double* d = out.Data();
+    const double norm = 2.0 / (static_cast<double>(period) * (period + 1.0));
+    double w = 0.0, s = 0.0;
+    int rebuild = 0;
+    for (int i = first; i < end; ++i) {
+      if (rebuild == 0) {
+        w = s = 0.0;
+        for (int k = 0; k < period; ++k) w += (period - k) * x[i - k], s += x[i - k];
+        rebuild = period;
+      } else {
+        w += period * x[i] - s;
+        s += x[i] - x[i - period];
+      }
+      --rebuild;
+      d[i] = w * norm;
+    }
+  }
+  *this = std::move(out);
+}
+
+// Exponential sum: the window sum at the first valid bar, then
+// r[i] = r[i-1] * (period - 1) / period + x[i].
+void SVector::CalcESum(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    const double* x = src.Data();
+    double* d = out.Data();
+    double r = 0.0;
+    for (int k = first - period + 1; k <= first; ++k) r += x[k];
+    d[first] = r;
+    const double keep = (period - 1.0) / period;
+    for (int i = first + 1; i < end; ++i) d[i] = r = r * keep + x[i];
+  }
+  *this = std::move(out);
+}
+
+// Triangular average: a simple average of a simple average, the two periods
+// (period / 2 + 1 and (period + 1) / 2) adding up to period + 1 so that the
+// first valid bar is the same as the simple average's.
+void SVector::CalcTAvg(const SVector& src, int period) {
+  if (period < 1) {
+    *this = Frame(src, period);
+    return;
+  }
+  SVector inner;
+  inner.CalcAvg(src, period / 2 + 1);
+  CalcAvg(inner, (period + 1) / 2);
+}
+
+// Geometric average exp(mean(log x)). A window holding a value at or below
+// zero has no geometric mean; it gives 0.
+void SVector::CalcGAvg(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    const double* x = src.Data();
+    double* d = out.Data();
+    std::vector<double> logs(static_cast<size_t>(end));
+    std::vector<double> bad(static_cast<size_t>(end));
+    for (int k = first - period + 1; k < end; ++k) {
+      bool ok = x[k] > 0.0;
+      logs[k] = ok ? std::log(x[k]) : 0.0;
+      bad[k] = ok ? 0.0 : 1.0;
+    }
+    const double inv = 1.0 / period;
+    WindowSums(logs.data(), first, end, period, kIdentity, [&](int i, double s) { d[i] = s * inv; });
+    WindowSums(bad.data(), first, end, period, kIdentity,
+               [&](int i, double s) { d[i] = s > 0.5 ? 0.0 : std::exp(d[i]); });
+  }
+  *this = std::move(out);
+}
+
+// Harmonic average period / sum(1 / x). A window holding a zero gives 0.
+void SVector::CalcHAvg(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    double* d = out.Data();
+    auto inverse = [](double v) { return v == 0.0 ? 0.0 : 1.0 / v; };
+    auto zero = [](double v) { return v == 0.0 ? 1.0 : 0.0; };
+    WindowSums(src.Data(), first, end, period, inverse, [&](int i, double s) { d[i] = s; });
+    WindowSums(src.Data(), first, end, period, zero, [&](int i, double z) {
+      d[i] = (z > 0.5 || d[i] == 0.0) ? 0.0 : period / d[i];
+    });
+  }
+  *this = std::move(out);
+}
+
+// Standard deviation with the population divisor (period), as Bollinger bands
+// use it. The sums are taken of x minus the first valid value, which keeps the
+// difference of squares accurate for prices far from zero.
+void SVector::CalcStdev(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end)) {
+    const double* x = src.Data();
+    double* d = out.Data();
+    const double k = x[first - period + 1];
+    const double inv = 1.0 / period;
+    auto shifted = [k](double v) { return v - k; };
+    auto squared = [k](double v) { return (v - k) * (v - k); };
+    WindowSums(x, first, end, period, shifted, [&](int i, double s) { d[i] = s * inv; });
+    WindowSums(x, first, end, period, squared, [&](int i, double q) {
+      double var = q * inv - d[i] * d[i];
+      d[i] = var > 0.0 ? std::sqrt(var) : 0.0;
+    });
+  }
+  *this = std::move(out);
+}
+
+void SVector::CalcHighest(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end))
+    WindowExtreme(src.Data(), first, end, period, out.Data(), [](double kept, double v) { return kept > v; });
+  *this = std::move(out);
+}
+
+void SVector::CalcLowest(const SVector& src, int period) {
+  SVector out = Frame(src, period);
+  int first, end;
+  if (ValidRange(out, first, end))
+    WindowExtreme(src.Data(), first, end, period, out.Data(), [](double kept, double v) { return kept < v; });
+  *this = std::move(out);
+}
+
+// ---- cumulative forms -------------------------------------------------------
+
+namespace {
+
+// The cumulative frame: n elements (no more than a true series holds), valid
+// from the source's start index. step(k, x, acc) folds bar x, the k-th valid
+// bar (1-based), into acc and returns the value to store.
+template <class Step>
+SVector Cumulative(const SVector& src, int n, Step step) {
+  if (src.IsSeries()) n = std::min(n, src.GetSize());
+  n = std::max(n, 0);
+  SVector out(n);
+  int s = std::max(src.GetStartIndex(), 0);
+  out.SetStartIndex(src.GetStartIndex());
+  double* d = out.Data();
+  double acc = 0.0;
+  for (int i = s; i < n; ++i) d[i] = step(i - s + 1, i, src[i], acc);
+  return out;
+}
+
+}  // namespace
+
+void SVector::CalcSumCum(const SVector& src, int n) {
+  *this = Cumulative(src, n, [](int, int, double x, double& acc) { return acc += x; });
+}
+
+void SVector::CalcAvgCum(const SVector& src, int n) {
+  *this = Cumulative(src, n, [](int k, int, double x, double& acc) { return (acc += x) / k; });
+}
+
+// The cumulative exponential average uses the factor 2 / (k + 1) at the k-th
+// bar, so every bar so far counts as the period: the first bar is taken as it
+// is and the average settles as history grows.
+void SVector::CalcEAvgCum(const SVector& src, int n) {
+  *this = Cumulative(src, n, [](int k, int, double x, double& acc) {
+    return acc = (k == 1) ? x : acc + 2.0 / (k + 1.0) * (x - acc);
+  });
+}
+
+// Weights 1 .. k over the k bars so far, the newest weighing k.
+void SVector::CalcWAvgCum(const SVector& src, int n) {
+  *this = Cumulative(src, n, [](int k, int, double x, double& acc) {
+    acc += k * x;
+    return acc * 2.0 / (static_cast<double>(k) * (k + 1.0));
+  });
+}
+
+// r[s] = x[s]; later r[i] = ((i - 1) / i) * r[i - 1] + x[i] with i the bar
+// number itself.
+void SVector::CalcESumCum(const SVector& src, int n) {
+  *this = Cumulative(src, n, [](int k, int i, double x, double& acc) {
+    return acc = (k == 1) ? x : (i - 1.0) / i * acc + x;
+  });
+}

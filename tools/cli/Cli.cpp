@@ -1,0 +1,91 @@
+#include "Cli.h"
+
+#include <cstring>
+
+#include "chartcalc.h"
+
+namespace {
+
+struct Command {
+  const char* name;
+  int (*run)(const CliOptions&, std::ostream&, std::ostream&);
+  const char* usage;
+  const char* summary;
+};
+
+const Command kCommands[] = {
+    {"eval", RunEval, "chartcalc eval [--data FILE] [--lang en|ko] FORMULA",
+     "Evaluates a formula over the price data and prints CSV: bar,datetime,value."},
+};
+
+const char kCommonHelp[] =
+    "Options of every subcommand:\n"
+    "  --data FILE    price CSV (default: the bundled sample daily data)\n"
+    "  --lang en|ko   language of messages and localised formula words (default en)\n"
+    "  --help         this text\n"
+    "Exit status: 0 success, 1 unusable input (files, arguments), 2 formula or definition error.\n";
+
+void PrintOverview(std::ostream& out) {
+  out << "chartcalc: formulas, indicators and chart calculations on a CSV of prices.\n\nSubcommands:\n";
+  for (const Command& c : kCommands) out << "  " << c.usage << "\n      " << c.summary << "\n";
+  out << "\n" << kCommonHelp;
+}
+
+// Splits the common options from the subcommand's own words. Returns false
+// with a message for an unknown option or a missing value.
+bool ParseOptions(const std::vector<std::string>& args, size_t from, CliOptions& o, std::string& error) {
+  for (size_t i = from; i < args.size(); ++i) {
+    const std::string& a = args[i];
+    auto value = [&](const char* name, std::string& into) {
+      std::string flag = std::string("--") + name;
+      if (a == flag) {
+        if (i + 1 >= args.size()) return error = flag + " needs a value", false;
+        into = args[++i];
+        return true;
+      }
+      into = a.substr(flag.size() + 1);
+      return true;
+    };
+    auto is = [&](const char* name) {
+      std::string flag = std::string("--") + name;
+      return a == flag || a.rfind(flag + "=", 0) == 0;
+    };
+    if (a == "--help" || a == "-h") o.help = true;
+    else if (is("data")) { if (!value("data", o.data)) return false; }
+    else if (is("lang")) { if (!value("lang", o.lang)) return false; }
+    else if (a == "--") { o.args.insert(o.args.end(), args.begin() + static_cast<long>(i) + 1, args.end()); break; }
+    else if (a.size() > 1 && a[0] == '-' && a[1] == '-') return error = "unknown option " + a, false;
+    else o.args.push_back(a);
+  }
+  if (o.lang != "en" && o.lang != "ko") return error = "--lang must be en or ko", false;
+  if (o.data.empty()) o.data = DefaultDataFile();
+  return true;
+}
+
+}  // namespace
+
+std::string DefaultDataFile() { return std::string(CHARTCALC_DATA_DIR) + "/sample_daily.csv"; }
+
+int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+  if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+    PrintOverview(args.empty() ? err : out);
+    return args.empty() ? kExitBadInput : kExitOk;
+  }
+  for (const Command& c : kCommands) {
+    if (args[0] != c.name) continue;
+    CliOptions options;
+    std::string error;
+    if (!ParseOptions(args, 1, options, error)) {
+      err << "error: " << error << "\nusage: " << c.usage << "\n";
+      return kExitBadInput;
+    }
+    if (options.help) {
+      out << "usage: " << c.usage << "\n" << c.summary << "\n\n" << kCommonHelp;
+      return kExitOk;
+    }
+    SetLangType(options.lang == "ko" ? kLangKorean : kLangEnglish);
+    return c.run(options, out, err);
+  }
+  err << "error: unknown subcommand '" << args[0] << "' (see chartcalc --help)\n";
+  return kExitBadInput;
+}

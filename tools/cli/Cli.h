@@ -1,0 +1,28 @@
+// The chartcalc command-line tool: subcommands over the library.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+// Exit statuses of every subcommand.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitBadInput = 1;  // files, arguments
+inline constexpr int kExitFormula = 2;   // formula or definition error
+
+// Options every subcommand takes, and the words left after them.
+struct CliOptions {
+  std::string data;  // price CSV
+  std::string lang = "en";
+  bool help = false;
+  std::vector<std::string> args;
+};
+
+// Runs the tool on its arguments (without the program name).
+int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+
+// The bundled sample daily data.
+std::string DefaultDataFile();
+
+// Subcommands.
+int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err);
