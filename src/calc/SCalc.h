@@ -139,6 +139,10 @@ class SCalc {
   int IsMethodVariable(const char* name);
   SVector ProcessMethodVariable(const char* name);
 
+  // The expression of the bound list's function k (0 to 4) with its stored
+  // parameter values substituted for its parameter names.
+  void ConvertExpression(int k, char* out);
+
   // Swing points and zigzag.
   SVector CalcSwingHighLow(int high, int instance, SVector& price, int strength, int length);
   SVector CalcZigZag(double percent, SVector& swingHigh, SVector& swingLow, SVector& high,

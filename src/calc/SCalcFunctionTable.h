@@ -12,6 +12,12 @@ class SCalc;
 // Compares two names without regard to ASCII case.
 bool NameEquals(const char* a, const char* b);
 
+// The first element of an argument (0 for an empty one): how periods, counts
+// and bar numbers are read from their arguments.
+inline double FirstElement(const SVector& v) { return v.GetSize() > 0 ? v.Data()[0] : 0.0; }
+// A period, count or bar number: the first element truncated toward zero.
+inline int CountArg(const SVector& v) { return TruncToInt(FirstElement(v)); }
+
 struct SCalcFunction {
   // English name, compared without regard to case; nullptr when the function
   // has a localised name only.

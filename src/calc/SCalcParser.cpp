@@ -20,9 +20,6 @@ namespace {
 // The bound series that a partial calculation restarts at its start bar.
 constexpr int kPartialSlots[] = {kClose, kOpen, kHigh, kLow, kVolume, kSpread};
 
-// The first element of a count argument, truncated toward zero.
-double FirstElement(const SVector& v) { return v.GetSize() > 0 ? v.Data()[0] : 0.0; }
-
 }  // namespace
 
 // Counts the nesting of Prim, so that pathological nesting (thousands of
@@ -271,7 +268,7 @@ enum Family { kSeries, kMath, kUser, kTime };
 
 // x(n): n bars earlier. Used for variables and price words.
 SVector SCalc::DelayedBy(SVector value, const SVector& n) const {
-  return value(TruncToInt(FirstElement(n)));
+  return value(CountArg(n));
 }
 
 // A name: assignment, variable, price word, function call or method word.

@@ -6,3 +6,5 @@ bool SCalc::IsUserFunction(const char*) { return false; }
 int SCalc::FindFunction(const char*) { return -1; }
 
 SVector SCalc::ProcessUserFunction(const char*) { return SVector(); }
+
+void SCalc::ConvertExpression(int, char*) {}
