@@ -1,3 +1,0 @@
-#include <gtest/gtest.h>
-#include "chartcalc.h"
-TEST(Smoke, Builds) { EXPECT_EQ(SVector(3).GetSize(), 3); }
