@@ -2,7 +2,7 @@
 // English) chosen by the language setting at the moment of use.
 #pragma once
 
-enum TextId {
+enum TextId : int {
 #define CC_TEXT(id, ko, en) id,
 #include "core/TextTable.inc"
 #undef CC_TEXT
