@@ -14,7 +14,81 @@ namespace {
 
 const char kOutOfMemory[] = "Out of memory trying to create SVector\n";
 
-double* NewBuffer(int n) { return new (std::nothrow) double[static_cast<size_t>(n)]; }
+// Large series buffers are recycled through a small per-thread pool. A formula
+// over a long history makes and drops many temporaries of the same length;
+// handing the memory back to the system and faulting it in again costs far
+// more than the arithmetic itself. The pool is bounded and is skipped under
+// AddressSanitizer so that use-after-free stays detectable.
+#if defined(__SANITIZE_ADDRESS__)
+#define CHARTCALC_NO_BUFFER_POOL 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CHARTCALC_NO_BUFFER_POOL 1
+#endif
+#endif
+
+constexpr int kPoolMinDoubles = 32768;            // smaller buffers: malloc's own bins
+constexpr int kPoolSlots = 8;
+constexpr long long kPoolMaxDoubles = 8LL << 20;  // 64 MiB held per thread at most
+
+struct BufferPool {  // trivially destructible: usable until the thread ends
+  double* buffer[kPoolSlots];
+  int capacity[kPoolSlots];
+  int count;
+  long long held;
+  bool closed;
+};
+thread_local BufferPool tPool;
+
+void DropOldest() {
+  BufferPool& p = tPool;
+  delete[] p.buffer[0];
+  p.held -= p.capacity[0];
+  for (int i = 1; i < p.count; ++i) p.buffer[i - 1] = p.buffer[i], p.capacity[i - 1] = p.capacity[i];
+  --p.count;
+}
+
+// Releases the pool's buffers when the thread ends.
+struct PoolReaper {
+  ~PoolReaper() {
+    while (tPool.count > 0) DropOldest();
+    tPool.closed = true;
+  }
+};
+thread_local PoolReaper tReaper;
+
+double* NewBuffer(int n) {
+#ifndef CHARTCALC_NO_BUFFER_POOL
+  BufferPool& p = tPool;
+  if (n >= kPoolMinDoubles) {
+    for (int i = p.count - 1; i >= 0; --i) {
+      if (p.capacity[i] != n) continue;
+      double* b = p.buffer[i];
+      p.held -= n;
+      for (int k = i + 1; k < p.count; ++k) p.buffer[k - 1] = p.buffer[k], p.capacity[k - 1] = p.capacity[k];
+      --p.count;
+      return b;
+    }
+  }
+#endif
+  return new (std::nothrow) double[static_cast<size_t>(n)];
+}
+
+void FreeBuffer(double* b, int n) {
+  if (!b) return;
+#ifndef CHARTCALC_NO_BUFFER_POOL
+  BufferPool& p = tPool;
+  if (n >= kPoolMinDoubles && n <= kPoolMaxDoubles && !p.closed) {
+    (void)&tReaper;  // makes sure the pool is emptied when the thread ends
+    while (p.count == kPoolSlots || (p.count > 0 && p.held + n > kPoolMaxDoubles)) DropOldest();
+    p.buffer[p.count] = b;
+    p.capacity[p.count++] = n;
+    p.held += n;
+    return;
+  }
+#endif
+  delete[] b;
+}
 
 // n rounded up to the next multiple of the growth block (n itself when it
 // already is one).
@@ -85,7 +159,7 @@ SVector::SVector(SVector&& other) noexcept
 SVector::~SVector() { Release(); }
 
 void SVector::Release() {
-  delete[] data_;
+  FreeBuffer(data_, capacity_);
   data_ = scratch_ = nullptr;
   capacity_ = 0;
 }
@@ -139,7 +213,7 @@ void SVector::Alloc(int n) {
     Error(kOutOfMemory);
     return;
   }
-  delete[] data_;
+  FreeBuffer(data_, capacity_);
   data_ = scratch_ = buf;
   capacity_ = cap;
 }
@@ -152,13 +226,14 @@ void SVector::ReAlloc(int n) {
     Error(kOutOfMemory);
     return;
   }
+  const int oldCapacity = capacity_;
   capacity_ = cap;
   // Only the valid elements move; those below the start index are left
   // undefined in the new buffer.
   int from = std::max(start_, 0);
   int to = std::min(size_, cap);
   if (data_ && from < to) std::memcpy(scratch_ + from, data_ + from, sizeof(double) * (to - from));
-  delete[] data_;
+  FreeBuffer(data_, oldCapacity);
   data_ = scratch_;
   if (size_ > cap) size_ = cap;
 }
@@ -200,7 +275,7 @@ void SVector::Insert(SVector& older) {
   }
   std::memcpy(buf, older.data_, sizeof(double) * n);
   if (size_ > 0) std::memcpy(buf + n, data_, sizeof(double) * size_);
-  delete[] data_;
+  FreeBuffer(data_, capacity_);
   data_ = scratch_ = buf;
   capacity_ = RoundUpToBlock(total);
   start_ = size_ > 0 ? std::min(older.start_, ShiftStart(start_, n)) : older.start_;
