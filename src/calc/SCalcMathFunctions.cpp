@@ -1,8 +1,120 @@
-// Element-wise math functions of the formula language.
-#include "calc/SCalc.h"
-#include "calc/SCalcFunctionTable.h"
+// Element-wise math functions of the formula language: pow and thirteen
+// one-argument functions of the standard math library, one table row each.
+//
+// No math function reports a message. A domain or range error of a
+// one-argument function zeroes the rest of the series from the failing bar
+// on, so a formula such as sqrt(close - 10) shows no misleading values after
+// its first impossible bar.
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
 
-std::span<const SCalcFunction> MathFunctionTable() { return {}; }
+#include "calc/FunctionArgs.h"
+#include "calc/MathFunctions.h"
+
+namespace {
+
+// The element functions, wrapped so that each is an ordinary function whose
+// address may be taken and whose errors reach errno.
+double Abs(double v) { return std::fabs(v); }
+double Log(double v) { return std::log(v); }
+double Log10(double v) { return std::log10(v); }
+double Sqrt(double v) { return std::sqrt(v); }
+double Sin(double v) { return std::sin(v); }
+double Cos(double v) { return std::cos(v); }
+double Tan(double v) { return std::tan(v); }
+double Asin(double v) { return std::asin(v); }
+double Acos(double v) { return std::acos(v); }
+double Atan(double v) { return std::atan(v); }
+double Sinh(double v) { return std::sinh(v); }
+double Cosh(double v) { return std::cosh(v); }
+double Tanh(double v) { return std::tanh(v); }
+
+// f(x): one argument.
+template <MathElement F>
+SVector EvalElement(SCalc& calc) {
+  return ApplyMathElement(NextArg(calc), F);
+}
+
+// pow(x, y): base and exponent.
+SVector EvalPow(SCalc& calc) {
+  SVector x = NextArg(calc);
+  SVector y = NextArg(calc);
+  return PowSeries(x, y);
+}
+
+// One row per function, in the documented order. "^" is accepted as a name
+// too, although the tokenizer never produces it as one.
+constexpr SCalcFunction kMathFunctions[] = {
+    {"pow", TxPow, EvalPow},
+    {"abs", TxAbs, EvalElement<Abs>},
+    {"log", TxLog, EvalElement<Log>},
+    {"log10", TxLog10, EvalElement<Log10>},
+    {"sqrt", TxSqrt, EvalElement<Sqrt>},
+    {"sin", TxSin, EvalElement<Sin>},
+    {"cos", TxCos, EvalElement<Cos>},
+    {"tan", TxTan, EvalElement<Tan>},
+    {"asin", TxAsin, EvalElement<Asin>},
+    {"acos", TxAcos, EvalElement<Acos>},
+    {"atan", TxAtan, EvalElement<Atan>},
+    {"sinh", TxSinh, EvalElement<Sinh>},
+    {"cosh", TxCosh, EvalElement<Cosh>},
+    {"tanh", TxTanh, EvalElement<Tanh>},
+    {"^", -1, EvalPow},
+};
+
+// x[i] raised to y[j(i)] for every bar i of [from, end) of the result r.
+template <class Exponent>
+void RaiseBars(SVector& r, const SVector& x, int from, int end, Exponent y) {
+  double* d = r.Data();
+  for (int i = std::max(from, 0); i < end; ++i) d[i] = std::pow(x[i], y(i));
+}
+
+}  // namespace
+
+std::span<const SCalcFunction> MathFunctionTable() { return kMathFunctions; }
+
+SVector ApplyMathElement(const SVector& x, MathElement f) {
+  SVector r = x;
+  double* d = r.Data();
+  const int end = r.GetSize();
+  int i = std::max(r.GetStartIndex(), 0);
+  for (; i < end; ++i) {
+    errno = 0;
+    d[i] = f(d[i]);
+    if (errno != 0) break;
+  }
+  if (i < end) std::fill(d + i, d + end, 0.0);
+  return r;
+}
+
+// Bars are computed from the later of the two start indices: a bar where
+// either operand is not yet valid has no meaningful power.
+SVector PowSeries(const SVector& x, const SVector& y) {
+  const int nx = x.GetSize(), ny = y.GetSize();
+  if (nx == ny) {
+    SVector r = x;
+    r.SetStartIndex(std::max(x.GetStartIndex(), y.GetStartIndex()));
+    RaiseBars(r, x, r.GetStartIndex(), nx, [&y](int i) { return y[i]; });
+    return r;
+  }
+  if (nx == 1) {
+    // The result takes the exponent's frame; the base reads as itself at
+    // every bar.
+    SVector r = y;
+    const double base = x.Data()[0];
+    double* d = r.Data();
+    for (int i = std::max(y.GetStartIndex(), 0); i < ny; ++i) d[i] = std::pow(base, d[i]);
+    return r;
+  }
+  if (ny == 1) {
+    SVector r = x;
+    const double exponent = y.Data()[0];
+    RaiseBars(r, x, x.GetStartIndex(), nx, [exponent](int) { return exponent; });
+    return r;
+  }
+  return SVector();
+}
 
 bool SCalc::IsMathFunction(const char* name) { return FindCalcFunction(MathFunctionTable(), name, true); }
 

@@ -1,0 +1,20 @@
+// Computations behind the price-data and method words of the formula
+// language, shared by the evaluator and by the postfix evaluation path.
+#pragma once
+
+#include "core/SVector.h"
+
+// The value of the averaging method word `name` in the current language
+// (0 simple, 1 exponential, 2 weighted, 3 geometric, 4 harmonic), or
+// kNoMethodWord when the name is none of them. Case is ignored.
+inline constexpr int kNoMethodWord = 5;
+int MethodWordIndex(const char* name);
+
+// The calendar date of every bar of a date-time series: an intraday value
+// (above 100,000,000) gives its YYYYMMDD part, a plain date itself. Every
+// element is filled, not only the valid ones; size and start index are the
+// date-time series'.
+SVector DateOfBars(const SVector& dateTime);
+// The time of day (hhmmss) of every bar, 0 for a plain date; filled and
+// framed like DateOfBars.
+SVector TimeOfBars(const SVector& dateTime);

@@ -1,0 +1,20 @@
+// Argument reading shared by the evaluators of the function families. An
+// evaluator is entered with the token after "(" current; it reads each
+// argument with Expr (a "," before an argument is stepped over by Prim) and
+// returns with the token after its last argument current.
+#pragma once
+
+#include "calc/SCalc.h"
+#include "calc/SCalcFunctionTable.h"
+#include "core/Texts.h"
+
+// The next argument. A ")" where an argument is due means the argument is
+// missing: that is reported without consuming the ")", so that the call
+// still closes where the user closed it.
+inline SVector NextArg(SCalc& calc) {
+  if (calc.CurrentToken() == RP) return calc.Error(TxImperfect);
+  return calc.Expr();
+}
+
+// The next argument read as a period, count or bar number.
+inline int NextCountArg(SCalc& calc) { return CountArg(NextArg(calc)); }
