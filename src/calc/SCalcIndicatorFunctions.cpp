@@ -1,0 +1,377 @@
+// Indicator functions of the formula language (day values, cci, the volume
+// indices, accumulation/distribution, price-volume trend, regression
+// statistics, the zigzag line, the parabolic stop and rsi): the table that the
+// series-function dispatch searches after its own, one small evaluator per
+// function, and the indicator computations themselves. Day values are in
+// SCalcDayFunctions.cpp, the regression statistics in
+// SCalcRegressionFunctions.cpp.
+#include <cfloat>
+#include <cmath>
+#include <vector>
+
+#include "calc/FunctionArgs.h"
+#include "calc/SCalcFunctionTable.h"
+#include "calc/SCalcIndicators.h"
+#include "core/Texts.h"
+
+// ---- commodity channel index --------------------------------------------------
+
+namespace {
+
+// Sum of |x[k] - m| over count values. Four partial sums let the additions
+// overlap; this inner loop is the one part of cci that costs period work per bar.
+double SumAbsDeviation(const double* x, int count, double m) {
+  double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+  int k = 0;
+  for (; k + 4 <= count; k += 4) {
+    s0 += std::fabs(x[k] - m);
+    s1 += std::fabs(x[k + 1] - m);
+    s2 += std::fabs(x[k + 2] - m);
+    s3 += std::fabs(x[k + 3] - m);
+  }
+  for (; k < count; ++k) s0 += std::fabs(x[k] - m);
+  return (s0 + s1) + (s2 + s3);
+}
+
+// A running average of `period` values of magnitude |m| may be off by a few
+// units of rounding per value it has summed; a mean deviation no larger than
+// that is a flat window, whose cci is 0 rather than noise divided by noise.
+bool IsRoundingNoise(double meanDeviation, double m, int period) {
+  return meanDeviation <= std::fabs(m) * period * 16.0 * DBL_EPSILON;
+}
+
+// Typical prices (high + low + close) / 3 from bar s on.
+std::vector<double> TypicalPrices(SCalc& calc, int s, int n) {
+  const double* h = calc.Bound(kHigh).Data();
+  const double* l = calc.Bound(kLow).Data();
+  const double* c = calc.Bound(kClose).Data();
+  std::vector<double> tp(static_cast<size_t>(n), 0.0);
+  for (int i = s; i < n; ++i) tp[i] = (h[i] + l[i] + c[i]) / 3.0;
+  return tp;
+}
+
+}  // namespace
+
+// Lambert's commodity channel index with the mean absolute deviation. The
+// average is a running sum, rebuilt once a window so its rounding stays
+// bounded and a NaN that entered it leaves again.
+SVector CalcCci(SCalc& calc, int period) {
+  const SVector& close = calc.Bound(kClose);
+  const int n = CommonSize({&close, &calc.Bound(kHigh), &calc.Bound(kLow)});
+  if (period < 1) {
+    calc.Error(TxCciPeriod);
+    return ZeroSeries(n, kInvalidStart);
+  }
+  const int s = std::max(close.GetStartIndex(), 0);
+  SVector r = ZeroSeries(n, ShiftStart(s, period - 1));
+  if (!r.HasValid()) return r;
+  const std::vector<double> tp = TypicalPrices(calc, s, n);
+  double* out = r.Data();
+  double sum = 0.0;
+  for (int i = r.GetStartIndex(), rebuild = 0; i < n; ++i, --rebuild) {
+    const double* window = tp.data() + i - period + 1;
+    if (rebuild == 0) {
+      sum = 0.0;
+      for (int k = 0; k < period; ++k) sum += window[k];
+      rebuild = period;
+    } else {
+      sum += tp[i] - tp[i - period];
+    }
+    const double avg = sum / period;
+    const double meanDeviation = SumAbsDeviation(window, period, avg) / period;
+    out[i] = IsRoundingNoise(meanDeviation, avg, period) ? 0.0 : (tp[i] - avg) / (0.015 * meanDeviation);
+  }
+  return r;
+}
+
+// ---- volume-weighted running indicators ---------------------------------------
+
+namespace {
+
+// The negative or positive volume index of x: 100 at x's first valid bar,
+// then moving by x's percentage change on the bars whose volume falls
+// (nvi) or rises (pvi) against the bar before. Bars without volume data,
+// or after a zero value of x, keep the previous value.
+template <class VolumeMoves>
+SVector VolumeIndex(SCalc& calc, const SVector& x, VolumeMoves moves) {
+  calc.MarkHistory();
+  const SVector& volume = calc.Bound(kVolume);
+  const int n = x.GetSize();
+  SVector r = ZeroSeries(n, x.GetStartIndex());
+  const int s = std::max(x.GetStartIndex(), 0);
+  if (s >= n) return r;
+  const double* p = x.Data();
+  const double* v = volume.Data();
+  const int withVolume = std::min(n, volume.GetSize());
+  double* out = r.Data();
+  out[s] = 100.0;
+  for (int i = s + 1; i < n; ++i) {
+    bool counts = i < withVolume && moves(v[i - 1], v[i]) && p[i - 1] != 0.0;
+    out[i] = counts ? out[i - 1] + (p[i] - p[i - 1]) / p[i - 1] * 100.0 : out[i - 1];
+  }
+  return r;
+}
+
+// A running total from close's first valid bar: first(s) there, then
+// out[i - 1] + step(i) on every later bar.
+template <class First, class Step>
+SVector RunningTotal(SCalc& calc, int n, First first, Step step) {
+  calc.MarkHistory();
+  SVector r = ZeroSeries(n, calc.Bound(kClose).GetStartIndex());
+  if (!r.HasValid()) return r;
+  double* out = r.Data();
+  const int s = r.GetStartIndex();
+  out[s] = first(s);
+  for (int i = s + 1; i < n; ++i) out[i] = out[i - 1] + step(i);
+  return r;
+}
+
+}  // namespace
+
+SVector CalcNvi(SCalc& calc, const SVector& x) {
+  return VolumeIndex(calc, x, [](double before, double now) { return before > now; });
+}
+
+SVector CalcPvi(SCalc& calc, const SVector& x) {
+  return VolumeIndex(calc, x, [](double before, double now) { return now > before; });
+}
+
+// Accumulation/distribution from the bar's body: each bar adds its volume
+// weighted by (close - open) over its range; a bar without range adds nothing.
+SVector CalcAd(SCalc& calc) {
+  const double* o = calc.Bound(kOpen).Data();
+  const double* h = calc.Bound(kHigh).Data();
+  const double* l = calc.Bound(kLow).Data();
+  const double* c = calc.Bound(kClose).Data();
+  const double* v = calc.Bound(kVolume).Data();
+  const int n = CommonSize({&calc.Bound(kClose), &calc.Bound(kOpen), &calc.Bound(kHigh), &calc.Bound(kLow),
+                            &calc.Bound(kVolume)});
+  return RunningTotal(calc, n, [](int) { return 0.0; }, [=](int i) {
+    double range = h[i] - l[i];
+    return range == 0.0 ? 0.0 : (c[i] - o[i]) * v[i] / range;
+  });
+}
+
+// Price-volume trend: starts at the first bar's volume and adds each bar's
+// volume weighted by the close's relative change.
+SVector CalcPvt(SCalc& calc) {
+  const double* c = calc.Bound(kClose).Data();
+  const double* v = calc.Bound(kVolume).Data();
+  const int n = CommonSize({&calc.Bound(kClose), &calc.Bound(kVolume)});
+  return RunningTotal(calc, n, [=](int s) { return v[s]; }, [=](int i) {
+    return c[i - 1] == 0.0 ? 0.0 : (c[i] - c[i - 1]) * v[i] / c[i - 1];
+  });
+}
+
+// ---- relative strength index --------------------------------------------------
+
+namespace {
+
+double RsiOf(double up, double down) { return up + down == 0.0 ? 0.0 : 100.0 * up / (up + down); }
+
+}  // namespace
+
+// Wilder's relative strength index: the first averages of the up and down
+// moves are plain averages over the first `period` changes, later ones are
+// smoothed with weight 1/period.
+SVector CalcRsi(SCalc& calc, int period) {
+  calc.MarkHistory();
+  const SVector& close = calc.Bound(kClose);
+  const int n = close.GetSize();
+  if (period < 1) {
+    calc.Error(TxRsiPeriod);
+    return ZeroSeries(n, kInvalidStart);
+  }
+  const int s = std::max(close.GetStartIndex(), 0);
+  const int first = ShiftStart(s, period);
+  if (first >= n) return SVector();
+  SVector r = ZeroSeries(n, first);
+  const double* c = close.Data();
+  double* out = r.Data();
+  double up = 0.0, down = 0.0;
+  for (int i = s + 1; i <= first; ++i) {
+    double change = c[i] - c[i - 1];
+    (change > 0.0 ? up : down) += std::fabs(change);
+  }
+  up /= period;
+  down /= period;
+  out[first] = RsiOf(up, down);
+  for (int i = first + 1; i < n; ++i) {
+    double change = c[i] - c[i - 1];
+    up = ((period - 1) * up + std::max(change, 0.0)) / period;
+    down = ((period - 1) * down + std::max(-change, 0.0)) / period;
+    out[i] = RsiOf(up, down);
+  }
+  return r;
+}
+
+// ---- parabolic stop and reverse -------------------------------------------------
+
+namespace {
+
+// The acceleration factor at the start and after every reversal.
+constexpr double kStartAcceleration = 0.02;
+
+struct StopState {
+  bool up;      // long side: the stop trails below the prices
+  double ep;    // extreme point of the current move
+  double stop;  // the stop of the last bar
+};
+
+// The stop-and-reverse over bars s + 1 to n - 1 of the highs hi and the lows
+// lo (both the close for csar), from the state the caller chose for bar s.
+// The result is valid from s + 5, once the stop has had time to settle.
+SVector ParabolicStop(int n, int s, StopState st, const double* hi, const double* lo, double step,
+                      double maximum) {
+  SVector r = ZeroSeries(n, ShiftStart(s, 5));
+  if (s + 1 >= n) return r;
+  double* out = r.Data();
+  out[s + 1] = st.stop + step * (st.ep - st.stop);
+  double af = kStartAcceleration;
+  for (int i = s + 2; i < n; ++i) {
+    st.stop += af * (st.ep - st.stop);
+    out[i] = st.stop;
+    const bool reverses = st.up ? st.stop > lo[i] : hi[i] > st.stop;
+    if (reverses) {
+      out[i] = st.stop = st.ep;
+      st.ep = st.up ? lo[i] : hi[i];
+      st.up = !st.up;
+      af = kStartAcceleration;
+    } else if (st.up ? hi[i] > st.ep : st.ep > lo[i]) {
+      af = std::min(af + step, maximum);
+      st.ep = st.up ? hi[i] : lo[i];
+    }
+  }
+  return r;
+}
+
+// The first valid bar of a series, or -1 when it has none below n.
+int FirstBar(const SVector& x, int n) {
+  int s = std::max(x.GetStartIndex(), 0);
+  return s < n ? s : -1;
+}
+
+}  // namespace
+
+// The parabolic stop on high and low. The first move's direction comes from
+// the first two closes; the stop starts at the other side's first price.
+SVector CalcSar(SCalc& calc, double step, double maximum) {
+  calc.MarkHistory();
+  const SVector& close = calc.Bound(kClose);
+  const SVector& high = calc.Bound(kHigh);
+  const SVector& low = calc.Bound(kLow);
+  const int n = CommonSize({&close, &high, &low});
+  const int s = FirstBar(close, n), hs = FirstBar(high, n), ls = FirstBar(low, n);
+  if (s < 0 || hs < 0 || ls < 0 || s + 1 >= n) return ZeroSeries(n, kInvalidStart);
+  const double* c = close.Data();
+  const bool up = c[s + 1] > c[s];
+  StopState st{up, up ? high[hs] : low[ls], up ? low[ls] : high[hs]};
+  return ParabolicStop(n, s, st, high.Data(), low.Data(), step, maximum);
+}
+
+// The parabolic stop on the close alone.
+SVector CalcCSar(SCalc& calc, double step, double maximum) {
+  calc.MarkHistory();
+  const SVector& close = calc.Bound(kClose);
+  const int n = close.GetSize();
+  const int s = FirstBar(close, n);
+  if (s < 0 || s + 1 >= n) return ZeroSeries(n, kInvalidStart);
+  const double* c = close.Data();
+  StopState st{c[s + 1] > c[s], c[s], c[s]};
+  return ParabolicStop(n, s, st, c, c, step, maximum);
+}
+
+// ---- zigzag -----------------------------------------------------------------------
+
+// Turning points of the highs and lows at least `percent` apart: swing points
+// of strength 1 joined into a zigzag. The swing search takes its price by
+// reference, so it gets copies rather than the bound series.
+SVector CalcZigZagLine(SCalc& calc, double percent) {
+  calc.MarkHistory();
+  SVector high = calc.Bound(kHigh);
+  SVector low = calc.Bound(kLow);
+  SVector swingHighs = calc.CalcSwingHighLow(1, 1, high, 1, 2);
+  SVector swingLows = calc.CalcSwingHighLow(0, 1, low, 1, 2);
+  return calc.CalcZigZag(percent, swingHighs, swingLows, high, low);
+}
+
+// ---- evaluators and the table ----------------------------------------------------
+
+namespace {
+
+SVector EvalCci(SCalc& calc) { return CalcCci(calc, NextCountArg(calc)); }
+
+SVector EvalNvi(SCalc& calc) { return CalcNvi(calc, NextArg(calc)); }
+
+SVector EvalPvi(SCalc& calc) { return CalcPvi(calc, NextArg(calc)); }
+
+SVector EvalLinearRegressionValue(SCalc& calc) {
+  SVector x = NextArg(calc);
+  int period = NextCountArg(calc);
+  int barsBack = NextCountArg(calc);
+  return CalcLinearRegressionValue(calc, x, period, barsBack);
+}
+
+SVector EvalLinearRegressionSlope(SCalc& calc) {
+  SVector x = NextArg(calc);
+  int period = NextCountArg(calc);
+  return CalcLinearRegressionSlope(calc, x, period);
+}
+
+SVector EvalCorrelation(SCalc& calc) {
+  SVector a = NextArg(calc);
+  SVector b = NextArg(calc);
+  int period = NextCountArg(calc);
+  return CalcCorrelation(calc, a, b, period);
+}
+
+SVector EvalRSquared(SCalc& calc) {
+  SVector x = NextArg(calc);
+  int period = NextCountArg(calc);
+  return CalcRSquared(calc, x, period);
+}
+
+SVector EvalZigZag(SCalc& calc) { return CalcZigZagLine(calc, FirstElement(NextArg(calc))); }
+
+SVector EvalSar(SCalc& calc) {
+  double step = FirstElement(NextArg(calc));
+  double maximum = FirstElement(NextArg(calc));
+  return CalcSar(calc, step, maximum);
+}
+
+SVector EvalCSar(SCalc& calc) {
+  double step = FirstElement(NextArg(calc));
+  double maximum = FirstElement(NextArg(calc));
+  return CalcCSar(calc, step, maximum);
+}
+
+SVector EvalRsi(SCalc& calc) { return CalcRsi(calc, NextCountArg(calc)); }
+
+// Functions without arguments are their own evaluators.
+const SCalcFunction kIndicatorFunctions[] = {
+    {"DayOpen", -1, CalcDayOpen},
+    {"DayHigh", -1, CalcDayHigh},
+    {"DayLow", -1, CalcDayLow},
+    {"PreDayOpen", -1, CalcPreDayOpen},
+    {"PreDayHigh", -1, CalcPreDayHigh},
+    {"PreDayLow", -1, CalcPreDayLow},
+    {"PreDayClose", -1, CalcPreDayClose},
+    {"DayIndex", -1, CalcDayIndex},
+    {"cci", -1, EvalCci},
+    {"nvi", -1, EvalNvi},
+    {"pvi", -1, EvalPvi},
+    {"ad", -1, CalcAd},
+    {"PVT", -1, CalcPvt},
+    {"LinearRegressionValue", -1, EvalLinearRegressionValue},
+    {"LinearRegressionSlope", -1, EvalLinearRegressionSlope},
+    {"Correlation", -1, EvalCorrelation},
+    {"Rsquared", -1, EvalRSquared},
+    {"ZigZag", -1, EvalZigZag},
+    {"sar", TxParabolic, EvalSar},
+    {"csar", TxCParabolic, EvalCSar},
+    {"rsi", -1, EvalRsi},
+};
+
+}  // namespace
+
+std::span<const SCalcFunction> IndicatorFunctionTable() { return kIndicatorFunctions; }

@@ -1,0 +1,61 @@
+// Day values, indicators, regression statistics, the parabolic stop and the
+// zigzag line of the formula language: one free function per formula
+// function, taking arguments that are already evaluated.
+//
+// The formula evaluators (SCalcIndicatorFunctions.cpp) only read arguments
+// and call these; the postfix evaluation path calls the same functions with
+// arguments taken from its stack. Each function reads the bound price series
+// it needs from the engine, reports its own argument errors and marks the
+// engine's history flag when its value at a bar depends on all the bars before.
+#pragma once
+
+#include <algorithm>
+#include <initializer_list>
+
+#include "calc/SCalc.h"
+
+// Day values (SCalcDayFunctions.cpp). A day is the calendar date of a bar;
+// the first day in the data may be incomplete and is never used as a full day.
+SVector CalcDayOpen(SCalc& calc);
+SVector CalcDayHigh(SCalc& calc);
+SVector CalcDayLow(SCalc& calc);
+SVector CalcPreDayOpen(SCalc& calc);
+SVector CalcPreDayHigh(SCalc& calc);
+SVector CalcPreDayLow(SCalc& calc);
+SVector CalcPreDayClose(SCalc& calc);
+SVector CalcDayIndex(SCalc& calc);
+
+// Indicators over the bound price series (SCalcIndicatorFunctions.cpp).
+SVector CalcCci(SCalc& calc, int period);
+SVector CalcNvi(SCalc& calc, const SVector& x);
+SVector CalcPvi(SCalc& calc, const SVector& x);
+SVector CalcAd(SCalc& calc);
+SVector CalcPvt(SCalc& calc);
+SVector CalcRsi(SCalc& calc, int period);
+SVector CalcSar(SCalc& calc, double step, double maximum);
+SVector CalcCSar(SCalc& calc, double step, double maximum);
+SVector CalcZigZagLine(SCalc& calc, double percent);
+
+// Regression statistics over windows of `period` bars.
+SVector CalcLinearRegressionValue(SCalc& calc, const SVector& x, int period, int barsBack);
+SVector CalcLinearRegressionSlope(SCalc& calc, const SVector& x, int period);
+SVector CalcCorrelation(SCalc& calc, const SVector& a, const SVector& b, int period);
+SVector CalcRSquared(SCalc& calc, const SVector& x, int period);
+
+// Helpers shared by these functions.
+
+// n zeros with the given start index: a result frame whose bars below the
+// start carry no meaning but stay defined.
+inline SVector ZeroSeries(int n, int start) {
+  SVector r(n);
+  std::fill(r.Data(), r.Data() + r.GetSize(), 0.0);
+  r.SetStartIndex(start);
+  return r;
+}
+
+// The number of bars every one of the series has.
+inline int CommonSize(std::initializer_list<const SVector*> series) {
+  int n = -1;
+  for (const SVector* s : series) n = n < 0 ? s->GetSize() : std::min(n, s->GetSize());
+  return std::max(n, 0);
+}
