@@ -1,0 +1,444 @@
+// DB: one table file (layout at the top of TableDb.h).
+#include "core/TableDb.h"
+
+#include <strings.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "core/FileUtil.h"
+#include "core/SqliteStore.h"
+#include "core/TextCodec.h"
+
+using sqlstore::Quote;
+using sqlstore::Statement;
+
+namespace {
+
+bool SameName(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
+
+// The longest prefix of s of at most width bytes that does not split a
+// double-byte character.
+std::string CutToWidth(const std::string& s, int width) {
+  if (static_cast<int>(s.size()) <= width) return s;
+  size_t end = 0;
+  while (end < static_cast<size_t>(width)) {
+    unsigned char c = static_cast<unsigned char>(s[end]);
+    size_t n = (c >= 0x81 && c <= 0xFE && end + 1 < s.size()) ? 2 : 1;
+    if (end + n > static_cast<size_t>(width)) break;
+    end += n;
+  }
+  return s.substr(0, end);
+}
+
+// A field declaration the format can hold, with its column name.
+bool MakeField(const std::string& name, char type, int width, DBField& f) {
+  if (name.empty() || name.size() > kMaxDbFieldName || name.find('\0') != std::string::npos) return false;
+  if (SameName(name, "_deleted") || width < 1 || width > kMaxDbFieldWidth) return false;
+  if (static_cast<unsigned char>(type) < 0x20 || static_cast<unsigned char>(type) >= 0x7F) return false;
+  if (!CleanUtf8(name, f.sqlName)) return false;
+  f.name = name;
+  f.type = type;
+  f.width = width;
+  return true;
+}
+
+bool HasName(const std::vector<DBField>& fields, const std::string& name) {
+  for (const DBField& f : fields)
+    if (SameName(f.name, name) || SameName(f.sqlName, name)) return true;
+  return false;
+}
+
+// Writes a new, empty table file at path (a sibling first, then renamed).
+bool WriteEmptyTable(const std::string& path, const std::vector<DBField>& fields) {
+  if (path.empty() || !MakeParentDirs(path)) return false;
+  std::string temp = SiblingTempPath(path);
+  if (temp.empty()) return false;
+  bool ok;
+  {
+    sqlstore::Connection c;
+    std::string columns;
+    for (const DBField& f : fields) columns += Quote(f.sqlName) + " TEXT, ";
+    ok = c.OpenForCreate(temp) && c.Exec("PRAGMA journal_mode=DELETE") && c.Exec("BEGIN") &&
+         c.Exec("CREATE TABLE fields(position INTEGER PRIMARY KEY, name TEXT NOT NULL, "
+                "type TEXT NOT NULL, width INTEGER NOT NULL)") &&
+         c.Exec(("CREATE TABLE records(" + columns + "\"_deleted\" INTEGER NOT NULL DEFAULT 0)").c_str());
+    Statement st;
+    ok = ok && st.Prepare(c.Handle(), "INSERT INTO fields(position, name, type, width) VALUES(?1, ?2, ?3, ?4)");
+    for (size_t i = 0; ok && i < fields.size(); ++i) {
+      st.Reset();
+      st.BindInt(1, static_cast<long long>(i));
+      st.BindText(2, fields[i].name);
+      st.BindText(3, std::string(1, fields[i].type));
+      st.BindInt(4, fields[i].width);
+      ok = st.Step() == SQLITE_DONE;
+    }
+    st.Finalize();
+    ok = ok && c.Exec("COMMIT");
+  }
+  if (!ok) {
+    std::remove(temp.c_str());
+    return false;
+  }
+  // A journal left by the file being replaced must not touch the new one.
+  for (const char* side : {"-journal", "-wal", "-shm"}) std::remove((path + side).c_str());
+  return ReplaceWith(temp, path);
+}
+
+}  // namespace
+
+DB::DB(int mode) : mode_(mode) {}
+
+DB::DB(const char* path, int mode) : path_(path ? path : ""), mode_(mode) {}
+
+DB::DB(const DB& other) { CopyFrom(other); }
+
+DB& DB::operator=(const DB& other) {
+  if (this != &other) CopyFrom(other);
+  return *this;
+}
+
+DB::~DB() { Close(); }
+
+// A copy reads the same file through its own connection, from the same
+// record.
+void DB::CopyFrom(const DB& other) {
+  Close();
+  path_ = other.path_;
+  mode_ = other.mode_;
+  state_ = other.creating_ ? OpenState::kFailed : OpenState::kNotTried;
+  fields_ = other.fields_;
+  creating_ = other.creating_;
+  values_ = other.values_;
+  rowid_ = other.rowid_;
+  inFile_ = other.inFile_;
+  deleted_ = other.deleted_;
+  hasRecord_ = other.hasRecord_;
+}
+
+void DB::Close() {
+  first_.reset();
+  next_.reset();
+  insert_.reset();
+  update_.reset();
+  // Leave the file in rollback-journal mode, so that readers elsewhere (and
+  // read-only copies) need no side files.
+  if (conn_ && walMode_) conn_->Exec("PRAGMA journal_mode=DELETE");
+  conn_.reset();
+  walMode_ = false;
+  if (state_ == OpenState::kOpen) state_ = OpenState::kNotTried;
+}
+
+void DB::SetFileName(const char* path) {
+  Close();
+  path_ = path ? path : "";
+  state_ = OpenState::kNotTried;
+  creating_ = false;
+  fields_.clear();
+  ClearRecord();
+}
+
+void DB::ClearRecord() {
+  values_.clear();
+  rowid_ = 0;
+  inFile_ = false;
+  deleted_ = 0;
+  hasRecord_ = false;
+}
+
+// ---- creating -----------------------------------------------------------------
+
+int DB::CreateDB(const char* path) {
+  SetFileName(path);
+  creating_ = !path_.empty();
+  state_ = OpenState::kFailed;  // no file to read until WriteEof
+  return creating_ ? 1 : 0;
+}
+
+void DB::ClearField() {
+  if (creating_) fields_.clear();
+}
+
+int DB::InsertField(const char* name, char type, int width) {
+  DBField f;
+  if (!creating_ || !name || static_cast<int>(fields_.size()) >= kMaxDbFields) return 0;
+  if (!MakeField(name, type, width, f) || HasName(fields_, f.name) || HasName(fields_, f.sqlName)) return 0;
+  fields_.push_back(std::move(f));
+  return 1;
+}
+
+int DB::WriteHead() { return creating_ ? 1 : 0; }
+
+int DB::WriteField() { return creating_ ? 1 : 0; }
+
+int DB::WriteEof() {
+  if (!creating_) return 0;
+  creating_ = false;
+  if (!WriteEmptyTable(path_, fields_)) return 0;
+  state_ = OpenState::kNotTried;
+  return EnsureOpen() ? 1 : 0;
+}
+
+// ---- opening ------------------------------------------------------------------
+
+bool DB::EnsureOpen() {
+  if (state_ == OpenState::kOpen) return true;
+  if (state_ == OpenState::kFailed || path_.empty()) return false;
+  state_ = OpenState::kFailed;
+  conn_ = std::make_unique<sqlstore::Connection>();
+  // Opened for writing where the file allows it; nothing is written until a
+  // record is.
+  if (!FileExist(path_.c_str()) || !conn_->OpenExisting(path_, false) || !LoadFields() ||
+      !CheckRecordColumns() || !PrepareStatements()) {
+    Close();
+    fields_.clear();
+    state_ = OpenState::kFailed;
+    return false;
+  }
+  state_ = OpenState::kOpen;
+  return true;
+}
+
+bool DB::LoadFields() {
+  if (!conn_->HasTable("fields") || !conn_->HasTable("records")) return false;
+  Statement st;
+  if (!st.Prepare(conn_->Handle(), "SELECT name, type, width FROM fields ORDER BY position")) return false;
+  std::vector<DBField> fields;
+  int rc;
+  while ((rc = st.Step()) == SQLITE_ROW) {
+    std::string type = st.ColumnText(1);
+    long long width = st.ColumnInt(2);
+    DBField f;
+    if (fields.size() >= kMaxDbFields || type.size() != 1 || st.ColumnType(2) != SQLITE_INTEGER) return false;
+    if (width > kMaxDbFieldWidth || !MakeField(st.ColumnText(0), type[0], static_cast<int>(width), f)) return false;
+    if (HasName(fields, f.name) || HasName(fields, f.sqlName)) return false;
+    fields.push_back(std::move(f));
+  }
+  if (rc != SQLITE_DONE) return false;
+  fields_ = std::move(fields);
+  return true;
+}
+
+// The records table must have exactly one column per declared field plus
+// the deleted mark.
+bool DB::CheckRecordColumns() {
+  Statement st;
+  if (!st.Prepare(conn_->Handle(), "SELECT name FROM pragma_table_info('records')")) return false;
+  size_t columns = 0;
+  bool hasDeleted = false;
+  int rc;
+  while ((rc = st.Step()) == SQLITE_ROW) {
+    const unsigned char* p = sqlite3_column_text(st.Handle(), 0);
+    std::string name = p ? reinterpret_cast<const char*>(p) : "";
+    if (SameName(name, "_deleted")) {
+      hasDeleted = true;
+    } else {
+      bool declared = false;
+      for (const DBField& f : fields_) declared = declared || SameName(f.sqlName, name);
+      if (!declared) return false;
+    }
+    ++columns;
+  }
+  return rc == SQLITE_DONE && hasDeleted && columns == fields_.size() + 1;
+}
+
+// Values are read through substr, so that a value stored longer than its
+// width (by another program) costs no more than its width.
+std::string DB::RowSelectList() const {
+  std::string list = "rowid, coalesce(\"_deleted\", 0)";
+  for (const DBField& f : fields_) list += ", substr(" + Quote(f.sqlName) + ", 1, " + std::to_string(f.width) + ")";
+  return list;
+}
+
+bool DB::PrepareStatements() {
+  sqlite3* h = conn_->Handle();
+  std::string select = "SELECT " + RowSelectList() + " FROM records ";
+  std::string columns, params, sets;
+  for (size_t i = 0; i < fields_.size(); ++i) {
+    std::string n = std::to_string(i + 1);
+    columns += Quote(fields_[i].sqlName) + ", ";
+    params += "?" + n + ", ";
+    sets += Quote(fields_[i].sqlName) + " = ?" + n + ", ";
+  }
+  std::string del = std::to_string(fields_.size() + 1), row = std::to_string(fields_.size() + 2);
+  first_ = std::make_unique<Statement>();
+  next_ = std::make_unique<Statement>();
+  insert_ = std::make_unique<Statement>();
+  update_ = std::make_unique<Statement>();
+  return first_->Prepare(h, select + "ORDER BY rowid LIMIT 1") &&
+         next_->Prepare(h, select + "WHERE rowid > ?1 ORDER BY rowid LIMIT 1") &&
+         insert_->Prepare(h, "INSERT INTO records(" + columns + "\"_deleted\") VALUES(" + params + "?" + del + ")") &&
+         update_->Prepare(h, "UPDATE records SET " + sets + "\"_deleted\" = ?" + del + " WHERE rowid = ?" + row);
+}
+
+int DB::IsOpen() { return EnsureOpen() ? 1 : 0; }
+
+int DB::GetFieldCount() {
+  EnsureOpen();
+  return static_cast<int>(fields_.size());
+}
+
+const DBField* DB::GetField(int i) {
+  EnsureOpen();
+  return i >= 0 && i < static_cast<int>(fields_.size()) ? &fields_[static_cast<size_t>(i)] : nullptr;
+}
+
+int DB::FieldIndex(const char* name) const {
+  if (!name) return -1;
+  for (size_t i = 0; i < fields_.size(); ++i)
+    if (strcasecmp(fields_[i].name.c_str(), name) == 0) return static_cast<int>(i);
+  return -1;
+}
+
+const DBField* DB::FindField(const char* name) {
+  EnsureOpen();
+  int i = FieldIndex(name);
+  return i < 0 ? nullptr : &fields_[static_cast<size_t>(i)];
+}
+
+// ---- reading ------------------------------------------------------------------
+
+// Takes the row the statement stands on as the current record.
+bool DB::LoadRow(Statement& st) {
+  values_.assign(fields_.size(), std::string());
+  rowid_ = st.ColumnInt(0);
+  inFile_ = true;
+  deleted_ = st.ColumnInt(1) != 0 ? 1 : 0;
+  for (size_t i = 0; i < fields_.size(); ++i)
+    values_[i] = CutToWidth(st.ColumnText(static_cast<int>(i) + 2), fields_[i].width);
+  hasRecord_ = true;
+  return true;
+}
+
+// Steps the statement once: on a row it becomes the current record, else
+// the table is at its end.
+int DB::StepToRow(Statement& st) {
+  int rc = st.Step();
+  if (rc == SQLITE_ROW) LoadRow(st);
+  else ClearRecord();
+  st.Reset();
+  return hasRecord_ ? 1 : 0;
+}
+
+int DB::MoveFirst(int) {
+  ClearRecord();
+  if (!EnsureOpen()) return 0;
+  return StepToRow(*first_);
+}
+
+int DB::MoveNext(int) {
+  if (!EnsureOpen() || !inFile_) {
+    ClearRecord();
+    return 0;
+  }
+  next_->BindInt(1, rowid_);
+  return StepToRow(*next_);
+}
+
+int DB::Eof() { return hasRecord_ ? 0 : 1; }
+
+int DB::Deleted() { return hasRecord_ ? deleted_ : 0; }
+
+int DB::FindFirst(const char* field, const char* value) { return FindFrom(field, value, nullptr); }
+
+int DB::FindNext(const char* field, const char* value) {
+  if (!inFile_) {
+    ClearRecord();
+    return 0;
+  }
+  return FindFrom(field, value, &rowid_);
+}
+
+// The first record not marked deleted whose field equals value, after the
+// given row (null: from the start).
+int DB::FindFrom(const char* field, const char* value, const long long* after) {
+  long long afterRow = after ? *after : 0;
+  ClearRecord();
+  int i = EnsureOpen() ? FieldIndex(field) : -1;
+  if (i < 0) return 0;
+  const DBField& f = fields_[static_cast<size_t>(i)];
+  Statement st;
+  std::string sql = "SELECT " + RowSelectList() + " FROM records WHERE " + Quote(f.sqlName) +
+                    " = ?1 AND coalesce(\"_deleted\", 0) = 0" + (after ? " AND rowid > ?2" : "") +
+                    " ORDER BY rowid LIMIT 1";
+  if (!st.Prepare(conn_->Handle(), sql)) return 0;
+  st.BindText(1, CutToWidth(value ? value : "", f.width));
+  if (after) st.BindInt(2, afterRow);
+  return StepToRow(st);
+}
+
+char* DB::GetStr(const char* field) {
+  int i = hasRecord_ ? FieldIndex(field) : -1;
+  if (i < 0 || static_cast<size_t>(i) >= values_.size()) {
+    empty_.clear();
+    return empty_.data();
+  }
+  return values_[static_cast<size_t>(i)].data();
+}
+
+void DB::CollectValues(const char* field, std::set<std::string>& out) {
+  int i = EnsureOpen() ? FieldIndex(field) : -1;
+  if (i < 0) return;
+  const DBField& f = fields_[static_cast<size_t>(i)];
+  Statement st;
+  if (!st.Prepare(conn_->Handle(),
+                  "SELECT substr(" + Quote(f.sqlName) + ", 1, " + std::to_string(f.width) + ") FROM records"))
+    return;
+  while (st.Step() == SQLITE_ROW) out.insert(CutToWidth(st.ColumnText(0), f.width));
+}
+
+// ---- writing ------------------------------------------------------------------
+
+int DB::Append(const SString& key) {
+  ClearRecord();
+  if (!EnsureOpen()) return 0;
+  values_.assign(fields_.size(), std::string());
+  if (!key.IsEmpty() && !fields_.empty()) values_[0] = CutToWidth(key.str(), fields_[0].width);
+  hasRecord_ = true;
+  return 1;
+}
+
+int DB::InsField(const SString& field, const SString& value) {
+  int i = hasRecord_ ? FieldIndex(field.c_str()) : -1;
+  if (i < 0) return 0;
+  values_[static_cast<size_t>(i)] = CutToWidth(value.str(), fields_[static_cast<size_t>(i)].width);
+  return 1;
+}
+
+// The first write of a session switches the file to the write-ahead log:
+// each record is then one small append to the log instead of a rewrite of
+// journal and pages. Committed records survive a crash of the program.
+bool DB::EnsureWritable() {
+  if (!EnsureOpen() || sqlite3_db_readonly(conn_->Handle(), "main") == 1) return false;
+  if (!walMode_) {
+    conn_->Exec("PRAGMA journal_mode=WAL");
+    conn_->Exec("PRAGMA synchronous=NORMAL");
+    walMode_ = true;
+  }
+  return true;
+}
+
+int DB::WriteRecord() {
+  if (!hasRecord_ || !EnsureWritable()) return 0;
+  Statement& st = inFile_ ? *update_ : *insert_;
+  for (size_t i = 0; i < fields_.size(); ++i) st.BindText(static_cast<int>(i) + 1, values_[i]);
+  st.BindInt(static_cast<int>(fields_.size()) + 1, deleted_);
+  if (inFile_) st.BindInt(static_cast<int>(fields_.size()) + 2, rowid_);
+  int rc = st.Step();
+  st.Reset();
+  if (rc != SQLITE_DONE) return 0;
+  if (inFile_ && sqlite3_changes(conn_->Handle()) != 1) return 0;
+  if (!inFile_) rowid_ = sqlite3_last_insert_rowid(conn_->Handle());
+  inFile_ = true;
+  return 1;
+}
+
+void DB::SetDeleted(int flag) {
+  if (hasRecord_) deleted_ = flag ? 1 : 0;
+}
+
+int DB::Delete() {
+  if (!hasRecord_) return 0;
+  SetDeleted(1);
+  return WriteRecord();
+}
