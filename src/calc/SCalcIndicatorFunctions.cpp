@@ -5,7 +5,6 @@
 // function, and the indicator computations themselves. Day values are in
 // SCalcDayFunctions.cpp, the regression statistics in
 // SCalcRegressionFunctions.cpp.
-#include <cfloat>
 #include <cmath>
 #include <vector>
 
@@ -33,13 +32,6 @@ double SumAbsDeviation(const double* x, int count, double m) {
   return (s0 + s1) + (s2 + s3);
 }
 
-// A running average of `period` values of magnitude |m| may be off by a few
-// units of rounding per value it has summed; a mean deviation no larger than
-// that is a flat window, whose cci is 0 rather than noise divided by noise.
-bool IsRoundingNoise(double meanDeviation, double m, int period) {
-  return meanDeviation <= std::fabs(m) * period * 16.0 * DBL_EPSILON;
-}
-
 // Typical prices (high + low + close) / 3 from bar s on.
 std::vector<double> TypicalPrices(SCalc& calc, int s, int n) {
   const double* h = calc.Bound(kHigh).Data();
@@ -54,7 +46,9 @@ std::vector<double> TypicalPrices(SCalc& calc, int s, int n) {
 
 // Lambert's commodity channel index with the mean absolute deviation. The
 // average is a running sum, rebuilt once a window so its rounding stays
-// bounded and a NaN that entered it leaves again.
+// bounded and a NaN that entered it leaves again. A flat window has no
+// deviation and gives 0; it is found exactly, since the running average of
+// equal prices may differ from them in the last bit.
 SVector CalcCci(SCalc& calc, int period) {
   const SVector& close = calc.Bound(kClose);
   const int n = CommonSize({&close, &calc.Bound(kHigh), &calc.Bound(kLow)});
@@ -68,18 +62,22 @@ SVector CalcCci(SCalc& calc, int period) {
   const std::vector<double> tp = TypicalPrices(calc, s, n);
   double* out = r.Data();
   double sum = 0.0;
+  WindowChanges changes;
   for (int i = r.GetStartIndex(), rebuild = 0; i < n; ++i, --rebuild) {
     const double* window = tp.data() + i - period + 1;
     if (rebuild == 0) {
       sum = 0.0;
       for (int k = 0; k < period; ++k) sum += window[k];
+      changes.Recount(tp.data(), i, period);
       rebuild = period;
     } else {
       sum += tp[i] - tp[i - period];
+      changes.Slide(tp.data(), i, period);
     }
+    if (changes.Flat()) continue;  // stays 0
     const double avg = sum / period;
     const double meanDeviation = SumAbsDeviation(window, period, avg) / period;
-    out[i] = IsRoundingNoise(meanDeviation, avg, period) ? 0.0 : (tp[i] - avg) / (0.015 * meanDeviation);
+    out[i] = (tp[i] - avg) / (0.015 * meanDeviation);
   }
   return r;
 }

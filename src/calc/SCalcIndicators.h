@@ -59,3 +59,21 @@ inline int CommonSize(std::initializer_list<const SVector*> series) {
   for (const SVector* s : series) n = n < 0 ? s->GetSize() : std::min(n, s->GetSize());
   return std::max(n, 0);
 }
+
+// Counts the bars of a sliding window whose value differs from the bar
+// before. A window without any is flat: an exact test, where a variance
+// taken from running sums would leave rounding noise of the values that
+// passed through the sums before.
+struct WindowChanges {
+  int changes = 0;
+  // The window of n bars ending at bar i, counted afresh.
+  void Recount(const double* x, int i, int n) {
+    changes = 0;
+    for (int k = i - n + 2; k <= i; ++k) changes += x[k] != x[k - 1];
+  }
+  // The window moved from ending at bar i - 1 to ending at bar i.
+  void Slide(const double* x, int i, int n) {
+    if (n > 1) changes += (x[i] != x[i - 1]) - (x[i - n + 1] != x[i - n]);
+  }
+  bool Flat() const { return changes == 0; }
+};

@@ -8,7 +8,6 @@
 // scratch once a window: the shift keeps the squares from swamping the spread
 // of a series far from zero, the rebuild keeps the rounding of add-and-subtract
 // bounded and lets a NaN that entered a window leave it again.
-#include <cfloat>
 #include <cmath>
 
 #include "calc/SCalcIndicators.h"
@@ -22,6 +21,7 @@ struct LineSums {
   double sy = 0.0;   // sum of v
   double syy = 0.0;  // sum of v * v
   double sky = 0.0;  // sum of (bars back) * v, 0 for the newest bar
+  WindowChanges x;   // whether the window is flat
 };
 
 // Calls emit(i, sums) for every bar i of [first, end), first >= n - 1.
@@ -30,17 +30,20 @@ void RollLineSums(const double* x, int first, int end, int n, Emit emit) {
   LineSums w;
   for (int i = first, rebuild = 0; i < end; ++i, --rebuild) {
     if (rebuild == 0) {
-      w = LineSums{x[i]};
+      w = LineSums();
+      w.shift = x[i];
       for (int k = 0; k < n; ++k) {
         double v = x[i - k] - w.shift;
         w.sy += v, w.syy += v * v, w.sky += k * v;
       }
+      w.x.Recount(x, i, n);
       rebuild = n;
     } else {
       double in = x[i] - w.shift, out = x[i - n] - w.shift;
       w.sky += w.sy - n * out;  // every value moves one bar further back; the oldest leaves
       w.sy += in - out;
       w.syy += in * in - out * out;
+      w.x.Slide(x, i, n);
     }
     emit(i, w);
   }
@@ -51,6 +54,7 @@ void RollLineSums(const double* x, int first, int end, int n, Emit emit) {
 struct PairSums {
   double shiftA = 0.0, shiftB = 0.0;
   double sa = 0.0, sb = 0.0, saa = 0.0, sbb = 0.0, sab = 0.0;
+  WindowChanges a, b;  // whether each series is flat over the window
   void Add(double u, double v, double sign) {
     sa += sign * u, sb += sign * v;
     saa += sign * u * u, sbb += sign * v * v, sab += sign * u * v;
@@ -62,22 +66,20 @@ void RollPairSums(const double* a, const double* b, int first, int end, int n, E
   PairSums w;
   for (int i = first, rebuild = 0; i < end; ++i, --rebuild) {
     if (rebuild == 0) {
-      w = PairSums{a[i], b[i]};
+      w = PairSums();
+      w.shiftA = a[i], w.shiftB = b[i];
       for (int k = 0; k < n; ++k) w.Add(a[i - k] - w.shiftA, b[i - k] - w.shiftB, 1.0);
+      w.a.Recount(a, i, n);
+      w.b.Recount(b, i, n);
       rebuild = n;
     } else {
       w.Add(a[i] - w.shiftA, b[i] - w.shiftB, 1.0);
       w.Add(a[i - n] - w.shiftA, b[i - n] - w.shiftB, -1.0);
+      w.a.Slide(a, i, n);
+      w.b.Slide(b, i, n);
     }
     emit(i, w);
   }
-}
-
-// n * (sum of squares) - (sum)^2 is n^2 times the window's variance. When it
-// is no larger than the rounding that the running sums can carry, the window
-// is flat (every value equal) and the statistic has no defined value.
-bool IsFlat(double spread, double sumSquares, int n) {
-  return spread <= n * sumSquares * n * 64.0 * DBL_EPSILON;
 }
 
 // The result frame of a window statistic of x: x's size, valid from x's start
@@ -143,9 +145,10 @@ SVector CalcCorrelation(SCalc& calc, const SVector& a, const SVector& b, int per
   double* out = r.Data();
   const double n = period;
   RollPairSums(a.Data(), b.Data(), r.GetStartIndex(), size, period, [&](int i, const PairSums& w) {
-    double spreadA = n * w.saa - w.sa * w.sa;
+    double spreadA = n * w.saa - w.sa * w.sa;  // n^2 times the variance of a
     double spreadB = n * w.sbb - w.sb * w.sb;
-    if (IsFlat(spreadA, w.saa, period) || IsFlat(spreadB, w.sbb, period)) return;  // stays 0
+    // A flat series stays 0, and so does one whose variance is lost in rounding.
+    if (w.a.Flat() || w.b.Flat() || spreadA <= 0.0 || spreadB <= 0.0) return;
     double rho = (n * w.sab - w.sa * w.sb) / std::sqrt(spreadA * spreadB);
     out[i] = std::clamp(rho, -1.0, 1.0);
   });
@@ -165,7 +168,7 @@ SVector CalcRSquared(SCalc& calc, const SVector& x, int period) {
   const int first = r.GetStartIndex();
   RollLineSums(x.Data(), first, r.GetSize(), period, [&](int i, const LineSums& w) {
     double spread = n * w.syy - w.sy * w.sy;  // n * SST
-    if (sxxCentered <= 0.0 || IsFlat(spread, w.syy, period)) {
+    if (w.x.Flat() || sxxCentered <= 0.0 || spread <= 0.0) {
       out[i] = i > first ? out[i - 1] : 0.0;
       return;
     }
