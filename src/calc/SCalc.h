@@ -163,6 +163,9 @@ class SCalc {
  private:
   friend class SCalcStatementGuard;
   SVector RunStatements();
+  // The statement loop over another text (a user function's body); the text
+  // position and the current token are restored afterwards.
+  SVector RunStatementsIn(const char* text);
   void SkipBlanks();
   SVector DelayedBy(SVector value, const SVector& n) const;
   SVector PrimName();

@@ -14,14 +14,21 @@ struct Command {
 };
 
 const Command kCommands[] = {
-    {"eval", RunEval, "chartcalc eval [--data FILE] [--lang en|ko] FORMULA",
-     "Evaluates a formula over the price data and prints CSV: bar,datetime,value."},
+    {"eval", RunEval, "chartcalc eval [--data FILE] [--lang en|ko] [--index-dir DIR] FORMULA",
+     "Evaluates a formula over the price data and prints CSV: bar,datetime,value.\n"
+     "      The user functions of the index directory may be called in it."},
+    {"function", RunFunction,
+     "chartcalc function list | add NAME FORMULA [PARAM...] | remove NAME [--index-dir DIR]",
+     "Lists, adds or removes the user functions of the index directory.\n"
+     "      list prints one function per line: NAME, FORMULA, then each PARAM, tab-separated."},
 };
 
 const char kCommonHelp[] =
     "Options of every subcommand:\n"
     "  --data FILE    price CSV (default: the bundled sample daily data)\n"
     "  --lang en|ko   language of messages and localised formula words (default en)\n"
+    "  --index-dir DIR  directory of the definition databases and user functions\n"
+    "                 (default: data/index of the bundled data)\n"
     "  --help         this text\n"
     "Exit status: 0 success, 1 unusable input (files, arguments), 2 formula or definition error.\n";
 
@@ -53,18 +60,22 @@ bool ParseOptions(const std::vector<std::string>& args, size_t from, CliOptions&
     if (a == "--help" || a == "-h") o.help = true;
     else if (is("data")) { if (!value("data", o.data)) return false; }
     else if (is("lang")) { if (!value("lang", o.lang)) return false; }
+    else if (is("index-dir")) { if (!value("index-dir", o.indexDir)) return false; }
     else if (a == "--") { o.args.insert(o.args.end(), args.begin() + static_cast<long>(i) + 1, args.end()); break; }
     else if (a.size() > 1 && a[0] == '-' && a[1] == '-') return error = "unknown option " + a, false;
     else o.args.push_back(a);
   }
   if (o.lang != "en" && o.lang != "ko") return error = "--lang must be en or ko", false;
   if (o.data.empty()) o.data = DefaultDataFile();
+  if (o.indexDir.empty()) o.indexDir = DefaultIndexDir();
   return true;
 }
 
 }  // namespace
 
 std::string DefaultDataFile() { return std::string(CHARTCALC_DATA_DIR) + "/sample_daily.csv"; }
+
+std::string DefaultIndexDir() { return std::string(CHARTCALC_DATA_DIR) + "/index"; }
 
 int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
@@ -84,6 +95,7 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
       return kExitOk;
     }
     SetLangType(options.lang == "ko" ? kLangKorean : kLangEnglish);
+    SetIndexDir(options.indexDir.c_str());
     return c.run(options, out, err);
   }
   err << "error: unknown subcommand '" << args[0] << "' (see chartcalc --help)\n";

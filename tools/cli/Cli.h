@@ -12,7 +12,8 @@ inline constexpr int kExitFormula = 2;   // formula or definition error
 
 // Options every subcommand takes, and the words left after them.
 struct CliOptions {
-  std::string data;  // price CSV
+  std::string data;      // price CSV
+  std::string indexDir;  // definitions and user functions
   std::string lang = "en";
   bool help = false;
   std::vector<std::string> args;
@@ -23,6 +24,9 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
 
 // The bundled sample daily data.
 std::string DefaultDataFile();
+// The index directory inside the bundled data (created only when written).
+std::string DefaultIndexDir();
 
 // Subcommands.
 int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err);
+int RunFunction(const CliOptions& options, std::ostream& out, std::ostream& err);

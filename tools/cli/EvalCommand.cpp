@@ -54,7 +54,12 @@ int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err) {
     return kExitBadInput;
   }
   SVector* s = prices.series;
+  // The user functions of the index directory; none when it holds no
+  // function database (reading creates nothing).
+  SFunctionList functions;
+  functions.ReadFunction();
   SCalc calc;
+  calc.SetFunction(&functions);
   calc.SetVariable(s[kClose], s[kOpen], s[kHigh], s[kLow], s[kVolume], s[kDateTime], s[kOpenInterest], s[kAmount],
                    s[kSpread]);
   calc.SetExpression(formula.c_str());
