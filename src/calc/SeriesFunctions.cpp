@@ -105,6 +105,9 @@ SVector ReportAvgPeriod(SCalc& calc) {
 
 // The window statistic without a period check.
 SVector MovingWindow(SCalc& calc, MovingKind kind, const SVector& x, int period) {
+  // A period this long leaves no valid bar either way; one below the int
+  // limit keeps the triangular average's half periods from overflowing.
+  period = std::min(period, INT_MAX - 1);
   const MovingRule& rule = RuleOf(kind);
   if (rule.windowHistory) calc.MarkHistory();
   SVector scratch;
