@@ -11,6 +11,7 @@
 #include "calc/FunctionArgs.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
+#include "calc/Swing.h"
 #include "core/Texts.h"
 
 // ---- commodity channel index --------------------------------------------------
@@ -282,15 +283,14 @@ SVector CalcCSar(SCalc& calc, double step, double maximum) {
 // ---- zigzag -----------------------------------------------------------------------
 
 // Turning points of the highs and lows at least `percent` apart: swing points
-// of strength 1 joined into a zigzag. The swing search takes its price by
-// reference, so it gets copies rather than the bound series.
+// of strength 1 (each bar's neighbours) joined into a zigzag.
 SVector CalcZigZagLine(SCalc& calc, double percent) {
   calc.MarkHistory();
-  SVector high = calc.Bound(kHigh);
-  SVector low = calc.Bound(kLow);
-  SVector swingHighs = calc.CalcSwingHighLow(1, 1, high, 1, 2);
-  SVector swingLows = calc.CalcSwingHighLow(0, 1, low, 1, 2);
-  return calc.CalcZigZag(percent, swingHighs, swingLows, high, low);
+  const SVector& high = calc.Bound(kHigh);
+  const SVector& low = calc.Bound(kLow);
+  SVector swingHighs = SwingPoints(1, 1, high, 1, 2);
+  SVector swingLows = SwingPoints(0, 1, low, 1, 2);
+  return ZigZagLine(percent, swingHighs, swingLows, high, low);
 }
 
 // ---- evaluators and the table ----------------------------------------------------

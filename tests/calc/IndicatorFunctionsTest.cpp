@@ -402,3 +402,82 @@ TEST(IndicatorFunctions, MissingArgumentIsReportedNotRead) {
 }
 
 }  // namespace
+
+// ---- zigzag and formula-level use -----------------------------------------------
+
+namespace {
+
+// Swing highs at bars 4 (20) and 11 (18), a swing low at bar 8 (9); each is
+// flagged one bar later, when the bar after it is lower (higher).
+TestBars ZigZagBars() {
+  TestBars b = FromCloses({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  b[kHigh] = Series({10, 11, 12, 13, 20, 15, 14, 13, 11, 12, 16, 18, 17});
+  b[kLow] = Series({9, 10, 11, 12, 18, 13, 12, 11, 9, 10, 14, 16, 15});
+  return b;
+}
+
+TEST(ZigZag, TurningPointsHoldTheirPrices) {
+  TestBars bars = ZigZagBars();
+  EvalResult r = Evaluate(bars, "ZigZag(10)");
+  ASSERT_EQ(r.errors, 0) << r.message;
+  // The swing series are valid from bar 3, where the line starts at the
+  // midpoint (13 + 12) / 2; every swing is more than 10 % beyond the last pivot.
+  EXPECT_EQ(r.value.GetStartIndex(), 3);
+  std::vector<double> got = Values(r.value);
+  EXPECT_EQ(std::vector<double>(got.begin() + 3, got.end()),
+            (std::vector<double>{12.5, 20, 0, 0, 0, 9, 0, 0, 18, 0}));
+}
+
+TEST(ZigZag, SwingsSmallerThanThePercentageStartNoLeg) {
+  TestBars bars = ZigZagBars();
+  EvalResult r = Evaluate(bars, "ZigZag(70)");
+  ASSERT_EQ(r.errors, 0) << r.message;
+  std::vector<double> got = Values(r.value);
+  EXPECT_EQ(std::vector<double>(got.begin() + 3, got.end()), (std::vector<double>{12.5, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST(IndicatorFormulas, PriceSeriesArgumentsReachTheComputations) {
+  TestBars bars = VariedMarket(120);
+  SCalc calc;
+  bars.Bind(calc);
+  struct Case {
+    const char* formula;
+    SVector expected;
+  };
+  const Case cases[] = {
+      {"Correlation(c, v, 20)", CalcCorrelation(calc, bars[kClose], bars[kVolume], 20)},
+      {"LinearRegressionValue(close, 20, 0)", CalcLinearRegressionValue(calc, bars[kClose], 20, 0)},
+      {"LinearRegressionSlope(c, 7)", CalcLinearRegressionSlope(calc, bars[kClose], 7)},
+      {"RSquared(h, 9)", CalcRSquared(calc, bars[kHigh], 9)},
+      {"nvi(c)", CalcNvi(calc, bars[kClose])},
+      {"pvi(o)", CalcPvi(calc, bars[kOpen])},
+  };
+  for (const Case& c : cases) {
+    EvalResult r = Evaluate(bars, c.formula);
+    ASSERT_EQ(r.errors, 0) << c.formula << ": " << r.message;
+    EXPECT_EQ(r.value.GetStartIndex(), c.expected.GetStartIndex()) << c.formula;
+    EXPECT_EQ(Values(r.value), Values(c.expected)) << c.formula;
+  }
+}
+
+TEST(IndicatorFormulas, StraightLineCloseIsReproducedByTheRegressionFormulas) {
+  TestBars bars = FromCloses({1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23});
+  EvalResult value = Evaluate(bars, "LinearRegressionValue(close, 10, 0) - close");
+  EvalResult slope = Evaluate(bars, "LinearRegressionSlope(close, 10)");
+  ASSERT_EQ(value.errors + slope.errors, 0);
+  for (int i = 9; i < 12; ++i) {
+    EXPECT_NEAR(value.value[i], 0.0, 1e-9) << i;
+    EXPECT_NEAR(slope.value[i], 2.0, 1e-12) << i;
+  }
+}
+
+TEST(IndicatorFormulas, DelayArgumentShiftsTheIndicator) {
+  TestBars bars = VariedMarket(60);
+  EvalResult plain = Evaluate(bars, "rsi(14)");
+  EvalResult delayed = Evaluate(bars, "rsi(14, 3)");
+  ASSERT_EQ(delayed.errors, 0) << delayed.message;
+  EXPECT_EQ(delayed.value.GetStartIndex(), plain.value.GetStartIndex() + 3);
+  EXPECT_EQ(delayed.value[40], plain.value[37]);
+}
+
+}  // namespace
