@@ -1,0 +1,69 @@
+// Helpers for the storage tests: a fresh directory per test, whole-file
+// reading and writing, and the sqlite3 command-line tool.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "chartcalc.h"
+
+// An empty directory of this test's own, below the build's test directory.
+inline std::string TestDir() {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::filesystem::path dir =
+      std::filesystem::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name());
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  return dir.string() + "/";
+}
+
+inline void WriteBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string ReadBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+// The directory's entries, sorted, as one text (to see stray files).
+inline std::string Listing(const std::string& dir) {
+  std::vector<std::string> names;
+  for (const auto& e : std::filesystem::directory_iterator(dir)) names.push_back(e.path().filename().string());
+  std::sort(names.begin(), names.end());
+  std::string out;
+  for (const auto& n : names) out += n + " ";
+  return out;
+}
+
+// Code page 949 bytes of UTF-8 source text.
+inline std::string Ko(const std::string& utf8) {
+  std::string out;
+  EXPECT_TRUE(Utf8ToCp949(utf8, out)) << utf8;
+  return out;
+}
+
+inline bool HaveSqlite3() { return std::system("command -v sqlite3 >/dev/null 2>&1") == 0; }
+
+// Runs SQL through the sqlite3 tool on a database and returns its output.
+inline std::string Sqlite3(const std::string& db, const std::string& sql) {
+  std::string script = db + ".sql";
+  WriteBytes(script, sql);
+  std::string cmd = "sqlite3 -batch '" + db + "' < '" + script + "' 2>&1";
+  std::string out;
+  if (FILE* p = popen(cmd.c_str(), "r")) {
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
+    pclose(p);
+  }
+  std::remove(script.c_str());
+  return out;
+}
