@@ -162,19 +162,32 @@ class RunningExtreme {
   bool highest_;
 };
 
-// The bars of the last `cap` non-zero conditions, oldest overwritten first;
-// with count non-zero bars seen, the k-th most recent (1-based, k <= cap and
-// k <= count) is at Recent(k).
+// The bars of the most recent non-zero conditions, in a ring whose
+// power-of-two size exceeds the largest k asked for. Every bar is offered:
+// it is written to the next free slot and kept only when its condition is
+// non-zero, so the loops that feed it need no branch on the condition.
 class RecentBars {
  public:
-  explicit RecentBars(int cap) : bars_(static_cast<size_t>(std::max(cap, 1))) {}
-  void Add(int bar) { bars_[static_cast<size_t>(count_++ % static_cast<long long>(bars_.size()))] = bar; }
-  long long Count() const { return count_; }
-  int Recent(int k) const { return bars_[static_cast<size_t>((count_ - k) % static_cast<long long>(bars_.size()))]; }
+  explicit RecentBars(int maxK) {
+    size_t size = 2;
+    while (size <= static_cast<size_t>(std::max(maxK, 1))) size <<= 1;
+    bars_.resize(size);
+    mask_ = size - 1;
+  }
+  void Offer(int bar, bool event) {
+    bars_[count_ & mask_] = bar;
+    count_ += event ? 1 : 0;
+  }
+  // True once at least k (>= 1) bars have been kept.
+  bool Has(int k) const { return count_ >= static_cast<size_t>(k); }
+  // The k-th most recent kept bar (1 = the latest); needs Has(k) and k no
+  // larger than the maxK given at construction.
+  int Recent(int k) const { return bars_[(count_ - static_cast<size_t>(k)) & mask_]; }
 
  private:
   std::vector<int> bars_;
-  long long count_ = 0;
+  size_t mask_ = 1;
+  size_t count_ = 0;
 };
 
 SVector SinceExtreme(SCalc& calc, int n, const SVector& c0, const SVector& x0, TextId error, bool highest) {
@@ -194,12 +207,13 @@ SVector SinceExtreme(SCalc& calc, int n, const SVector& c0, const SVector& x0, T
     return r;
   }
   double* d = r.Data();
+  const double* cp = c.Data();
   RunningExtreme extreme(x.Data(), size - f, highest);
   RecentBars events(std::min(n, size - f));
   for (int i = f; i < size; ++i) {
-    if (c[i] != 0.0) events.Add(i);
+    events.Offer(i, cp[i] != 0.0);
     extreme.Push(i);
-    if (events.Count() < n) continue;
+    if (!events.Has(n)) continue;
     if (r.GetStartIndex() > i) r.SetStartIndex(i);
     d[i] = extreme.From(events.Recent(n));
   }
@@ -371,16 +385,18 @@ SVector SeriesValueWhen(SCalc& calc, int n, const SVector& c0, const SVector& x0
     return r;
   }
   double* d = r.Data();
+  const double* cp = c.Data();
+  const double* xp = x.Data();
   RecentBars events(std::min(n, std::max(size - first, 1)));
   int reference = first;
   for (int i = first; i < size; ++i) {
-    if (c[i] != 0.0) {
-      events.Add(i);
-      if (events.Count() < n) continue;
+    events.Offer(i, cp[i] != 0.0);
+    if (events.Has(n)) {
+      // The count reaches n first on a non-zero bar: the start.
       if (r.GetStartIndex() > i) r.SetStartIndex(i);
       reference = events.Recent(n);
     }
-    d[i] = x[reference];
+    d[i] = xp[reference];
   }
   ClearOutside(r, size);
   return r;
