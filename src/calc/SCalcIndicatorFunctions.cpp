@@ -195,10 +195,13 @@ SVector CalcRsi(SCalc& calc, int period) {
   up /= period;
   down /= period;
   out[first] = RsiOf(up, down);
+  // ((period - 1) * avg + move) / period, with the divisions taken out of the
+  // bar-to-bar dependency chain.
+  const double keep = (period - 1.0) / period, take = 1.0 / period;
   for (int i = first + 1; i < n; ++i) {
     double change = c[i] - c[i - 1];
-    up = ((period - 1) * up + std::max(change, 0.0)) / period;
-    down = ((period - 1) * down + std::max(-change, 0.0)) / period;
+    up = keep * up + take * std::max(change, 0.0);
+    down = keep * down + take * std::max(-change, 0.0);
     out[i] = RsiOf(up, down);
   }
   return r;

@@ -55,10 +55,6 @@ struct PairSums {
   double shiftA = 0.0, shiftB = 0.0;
   double sa = 0.0, sb = 0.0, saa = 0.0, sbb = 0.0, sab = 0.0;
   WindowChanges a, b;  // whether each series is flat over the window
-  void Add(double u, double v, double sign) {
-    sa += sign * u, sb += sign * v;
-    saa += sign * u * u, sbb += sign * v * v, sab += sign * u * v;
-  }
 };
 
 template <class Emit>
@@ -68,13 +64,18 @@ void RollPairSums(const double* a, const double* b, int first, int end, int n, E
     if (rebuild == 0) {
       w = PairSums();
       w.shiftA = a[i], w.shiftB = b[i];
-      for (int k = 0; k < n; ++k) w.Add(a[i - k] - w.shiftA, b[i - k] - w.shiftB, 1.0);
+      for (int k = i - n + 1; k <= i; ++k) {
+        double u = a[k] - w.shiftA, v = b[k] - w.shiftB;
+        w.sa += u, w.sb += v, w.saa += u * u, w.sbb += v * v, w.sab += u * v;
+      }
       w.a.Recount(a, i, n);
       w.b.Recount(b, i, n);
       rebuild = n;
     } else {
-      w.Add(a[i] - w.shiftA, b[i] - w.shiftB, 1.0);
-      w.Add(a[i - n] - w.shiftA, b[i - n] - w.shiftB, -1.0);
+      double u = a[i] - w.shiftA, v = b[i] - w.shiftB;
+      double uOut = a[i - n] - w.shiftA, vOut = b[i - n] - w.shiftB;
+      w.sa += u - uOut, w.sb += v - vOut;
+      w.saa += u * u - uOut * uOut, w.sbb += v * v - vOut * vOut, w.sab += u * v - uOut * vOut;
       w.a.Slide(a, i, n);
       w.b.Slide(b, i, n);
     }
