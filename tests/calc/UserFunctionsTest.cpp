@@ -1,0 +1,278 @@
+// User functions: the list, reading it from the database, and calls from
+// formulas (argument binding, the caller's variables, delays, nesting, the
+// call limit, the history).
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "CalcTestUtil.h"
+
+namespace {
+
+// Close 10, 11, ..., 17, bound to an engine that knows the given functions.
+struct UserCalc {
+  TestBars bars;
+  SFunctionList functions;
+  SCalc calc;
+  explicit UserCalc(std::initializer_list<const char*> definitions) {
+    bars[kClose] = Series({10, 11, 12, 13, 14, 15, 16, 17});
+    for (const char* d : definitions) functions.SetExpressionWithVariable(d);
+    bars.Bind(calc);
+    calc.SetFunction(&functions);
+  }
+  SVector Run(const std::string& formula) {
+    calc.SetExpression(formula.c_str());
+    return calc.Calculate();
+  }
+  double Var(const char* name) {
+    const Name* n = calc.Look(name, 0);
+    return n ? n->value.Number() : -999;
+  }
+};
+
+std::vector<double> Plus(const SVector& s, double k) {
+  std::vector<double> out = Values(s);
+  for (double& v : out) v += k;
+  return out;
+}
+
+TEST(UserFunctions, CallBindsArgumentsAndGivesTheCallerItsVariablesBack) {
+  UserCalc u({"f|a + b|a|b"});
+  SVector r = u.Run("a = 100; f(close, 1)");
+  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+  EXPECT_EQ(Values(r), Plus(u.bars[kClose], 1));
+  EXPECT_EQ(u.Var("a"), 100);  // existed before the call: restored
+  EXPECT_EQ(u.Var("b"), 1);    // created by the call: stays
+}
+
+TEST(UserFunctions, TrailingArgumentDelaysTheValue) {
+  UserCalc u({"f|a + b|a|b"});
+  SVector r = u.Run("a = 7; f(close, 1, 2)");
+  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+  SVector expected = (u.bars[kClose] + SVector(1.0))(2);
+  EXPECT_EQ(r.GetStartIndex(), expected.GetStartIndex());
+  EXPECT_EQ(Values(r), Values(expected));
+  EXPECT_EQ(u.Var("a"), 7);
+}
+
+TEST(UserFunctions, CallsNestInArgumentsAndBodies) {
+  UserCalc u({"add|a + b|a|b", "twice|add(x, x)|x", "quad|twice(twice(x))|x"});
+  EXPECT_EQ(Values(u.Run("add(add(close, 1), 1)")), Plus(u.bars[kClose], 2));
+  SVector q = u.Run("QUAD(close) * 2 + 1");  // names ignore case; the caller reads on after the call
+  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+  std::vector<double> expected = Values(u.bars[kClose]);
+  for (double& v : expected) v = v * 8 + 1;
+  EXPECT_EQ(Values(q), expected);
+}
+
+TEST(UserFunctions, BodyRunsItsOwnStatementsAndSeesTheCallersVariables) {
+  UserCalc u({"g|t = x * 2; // doubled\n t + k|x", "same|y\n/* comment */ \n|y"});
+  SVector r = u.Run("k = 5; g(close)");
+  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+  std::vector<double> expected = Values(u.bars[kClose]);
+  for (double& v : expected) v = v * 2 + 5;
+  EXPECT_EQ(Values(r), expected);
+  EXPECT_NE(u.calc.Look("t", 0), nullptr);
+  EXPECT_EQ(Values(u.Run("same(close)")), Values(u.bars[kClose]));
+  EXPECT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+}
+
+TEST(UserFunctions, KoreanNamesAreCalled) {
+  std::string def = Cp949("제곱|값 * 값|값");
+  UserCalc u({def.c_str()});
+  LangScope korean(kLangKorean);
+  SVector r = u.Run(Cp949("제곱(close)"));
+  ASSERT_EQ(u.calc.ErrorCount, 0);
+  EXPECT_EQ(r[2], 144);
+}
+
+TEST(UserFunctions, TheCallLimitCountsEveryCallOfOneCalculation) {
+  UserCalc u({"one|1|", "r|r(x) + 1|x"});
+  std::string calls = "one()";
+  for (int i = 1; i < kMaxUserCalls; ++i) calls += " + one()";
+  SVector ok = u.Run(calls);
+  EXPECT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+  EXPECT_EQ(ok[0], kMaxUserCalls);
+  u.Run(calls + " + one()");
+  EXPECT_GT(u.calc.ErrorCount, 0);
+  EXPECT_STREQ(u.calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
+  u.Run(calls);  // a new calculation starts counting again
+  EXPECT_EQ(u.calc.ErrorCount, 0);
+}
+
+TEST(UserFunctions, RecursionStopsAtTheLimitWithItsMessage) {
+  UserCalc u({"r|r(x) + 1|x"});
+  SVector v = u.Run("x = 3; r(close)");
+  EXPECT_GT(u.calc.ErrorCount, 0);
+  EXPECT_STREQ(u.calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
+  EXPECT_EQ(v.GetStartIndex(), kInvalidStart);
+  EXPECT_EQ(u.Var("x"), 3);  // every level gave its caller's variables back
+  LangScope korean(kLangKorean);
+  u.Run("r(close)");
+  EXPECT_EQ(std::string(u.calc.ErrorMessage.c_str()), Cp949("함수식이 너무 복잡합니다."));
+}
+
+TEST(UserFunctions, MissingFunctionsArgumentsAndBodiesAreErrors) {
+  UserCalc u({"f|a + b|a|b", "bad|x +|x"});
+  EXPECT_EQ(u.calc.FindFunction("F"), 0);
+  EXPECT_EQ(u.calc.FindFunction("g"), -1);
+  EXPECT_TRUE(u.calc.IsUserFunction("BAD"));
+  u.Run("f(close)");  // b is missing
+  EXPECT_STREQ(u.calc.ErrorMessage.c_str(),
+               "A numerical formula is imperfect. Necessary variable or operator could not be found.");
+  u.Run("bad(close)");
+  EXPECT_GT(u.calc.ErrorCount, 0);
+  u.Run("f");
+  EXPECT_STREQ(u.calc.ErrorMessage.c_str(), "There is error in a function definition");
+  SCalc unbound;
+  EXPECT_FALSE(unbound.IsUserFunction("f"));
+  EXPECT_EQ(unbound.FindFunction("f"), -1);
+}
+
+TEST(UserFunctions, HistoryRecordsEveryCalledName) {
+  UserCalc u({"f|x|x", "g|f(x) + 1|x"});
+  SAnsiStringList history;
+  u.calc.SetFuncHist(&history);
+  u.Run("G(f(1))");
+  ASSERT_EQ(history.Count(), 3);
+  EXPECT_STREQ(history[0].c_str(), "f");  // the argument is bound before the call is recorded
+  EXPECT_STREQ(history[1].c_str(), "G");
+  EXPECT_STREQ(history[2].c_str(), "f");
+}
+
+TEST(UserFunctions, ConvertExpressionSubstitutesStoredValues) {
+  SFunctionList list;
+  SFunction f;
+  f.Name = "ma";
+  f.Expression = "avg(close, Period) + periodX + PERIOD*k + " + Cp949("가") + "1";
+  f.VarName[0] = "period";
+  f.VarValue[0] = "20";
+  f.VarName[1] = "k";  // no stored value: the name stays
+  list.Add(f);
+  SCalc calc;
+  calc.SetFunction(&list);
+  char out[kMaxExpression];
+  calc.ConvertExpression(0, out);
+  EXPECT_EQ(std::string(out), "avg(close, 20) + periodX + 20*k + " + Cp949("가") + "1");
+  std::strcpy(out, "untouched");
+  calc.ConvertExpression(5, out);
+  EXPECT_STREQ(out, "untouched");
+  calc.ConvertExpression(3, out);  // beyond the list: the empty record
+  EXPECT_STREQ(out, "");
+  f.Expression = std::string(3000, 'x') + "+period+" + std::string(3000, 'y');
+  list[0] = f;
+  calc.ConvertExpression(0, out);
+  EXPECT_EQ(std::strlen(out), static_cast<size_t>(kMaxExpression - 1));
+}
+
+TEST(SFunctionList, GrowsClearsAndAnswersOutsideIndicesWithAnEmptyRecord) {
+  SFunctionList list;
+  EXPECT_EQ(list.GetCapacity(), 100);
+  SFunction f;
+  for (int i = 0; i < 101; ++i) {
+    f.Name = SString(i);
+    list.Add(f);
+  }
+  EXPECT_EQ(list.GetCapacity(), 200);
+  EXPECT_STREQ(list[100].Name.c_str(), "100");
+  list[-1].Name = "scribbled";
+  EXPECT_TRUE(list[-1].Name.IsEmpty());
+  EXPECT_TRUE(list[101].Name.IsEmpty());
+  list.Delete(0);
+  list.Delete(500);  // ignored
+  EXPECT_EQ(list.GetCount(), 100);
+  EXPECT_STREQ(list[0].Name.c_str(), "1");
+  SFunctionList copy(list);
+  list.Clear();
+  EXPECT_EQ(list.GetCount(), 0);
+  EXPECT_EQ(list.GetCapacity(), 20);
+  list.SetMaxSize(10);
+  EXPECT_EQ(list.GetCapacity(), 20);
+  list.SetMaxSize(64);
+  EXPECT_EQ(list.GetCapacity(), 64);
+  EXPECT_EQ(copy.GetCount(), 100);
+  EXPECT_STREQ(copy[99].Name.c_str(), "100");
+}
+
+TEST(SFunctionList, DelimitedTextGivesNameExpressionAndParameters) {
+  SFunctionList list;
+  list.SetExpressionWithVariable("f | a + b\x01 | a | b");
+  list.SetExpressionWithVariable("solo");
+  list.SetExpressionWithVariable("k|1|");
+  list.SetExpressionWithVariable("many|x|p0|p1|p2|p3|p4|p5|p6|p7|p8|p9|p10");
+  ASSERT_EQ(list.GetCount(), 4);
+  EXPECT_STREQ(list[0].Name.c_str(), "f");
+  EXPECT_STREQ(list[0].Expression.c_str(), " a + b ");
+  EXPECT_EQ(list[0].GetVarCount(), 2);
+  EXPECT_STREQ(list[0].VarName[1].c_str(), "b");
+  EXPECT_STREQ(list[1].Name.c_str(), "solo");
+  EXPECT_TRUE(list[1].Expression.IsEmpty());
+  EXPECT_EQ(list[2].GetVarCount(), 0);
+  EXPECT_EQ(list[3].GetVarCount(), kMaxFunctionVars);
+  EXPECT_STREQ(list[3].VarName[9].c_str(), "p9");
+}
+
+// The user-function database of a test's own index directory.
+struct FunctionDb {
+  std::string dir;
+  FunctionDb() {
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    dir = std::string(CHARTCALC_TEST_TMP) + "/" + info->name() + "/";
+    std::filesystem::remove_all(dir);
+    SetIndexDir(dir.c_str());
+    EXPECT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
+  }
+  ~FunctionDb() { SetIndexDir("./"); }
+  void Add(const char* name, const char* expr, std::vector<const char*> vars, bool deleted = false) {
+    DDB db(getIndexDBFileName(4).c_str(), getUserDBFileName(4).c_str(), 1);
+    db.SetExtension(getIndexDBExt(4));
+    ASSERT_EQ(db.Append(name), 1);
+    db.InsField("IndexName", name);
+    db.InsField("Expression0", expr);
+    for (size_t i = 0; i < vars.size(); ++i) {
+      db.InsField(("VarName" + std::to_string(i)).c_str(), vars[i]);
+      db.InsField(("VarValue" + std::to_string(i)).c_str(), "5");
+    }
+    ASSERT_EQ(db.WriteRecord(), 1);
+    if (deleted) ASSERT_EQ(db.Delete(), 1);
+  }
+};
+
+TEST(SFunctionList, ReadFunctionLoadsValidRecordsOfTheDatabase) {
+  FunctionDb db;
+  db.Add("  diff  ", "a - b", {"a", "b"});
+  db.Add("   ", "ignored", {});
+  db.Add("gone", "x", {"x"}, true);
+  db.Add("avg3", "avg(x, 3)", {"x"});
+  SFunctionList list;
+  ASSERT_EQ(list.ReadFunction(), 1);
+  ASSERT_EQ(list.GetCount(), 2);
+  EXPECT_STREQ(list[0].Name.c_str(), "diff");
+  EXPECT_STREQ(list[0].Expression.c_str(), "a - b");
+  EXPECT_STREQ(list[0].VarName[1].c_str(), "b");
+  EXPECT_STREQ(list[0].VarValue[1].c_str(), "5");
+  EXPECT_STREQ(list[1].Name.c_str(), "avg3");
+  TestBars bars;
+  bars[kClose] = Series({1, 2, 3, 4});
+  SCalc calc;
+  bars.Bind(calc);
+  calc.SetFunction(&list);
+  calc.SetExpression("diff(close, 1)");
+  EXPECT_EQ(Values(calc.Calculate()), (std::vector<double>{0, 1, 2, 3}));
+}
+
+TEST(SFunctionList, ReadFunctionOfOnlyDeletedRecordsLeavesAnEmptyList) {
+  FunctionDb db;
+  db.Add("gone", "x", {"x"}, true);
+  SFunctionList list;
+  list.SetExpressionWithVariable("old|1");
+  EXPECT_EQ(list.ReadFunction(), 0);
+  EXPECT_EQ(list.GetCount(), 0);
+  EXPECT_EQ(list.GetCapacity(), 20);
+  std::filesystem::remove_all(db.dir);
+  EXPECT_EQ(list.ReadFunction(), 0);  // no database at all
+  EXPECT_FALSE(std::filesystem::exists(db.dir));
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+// chartcalc function: managing the user functions of an index directory, and
+// eval calling them.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Cli.h"
+
+namespace {
+
+struct ToolRun {
+  int status;
+  std::string out, err;
+};
+
+// Runs the tool with --index-dir set to this test's own directory.
+class FunctionCommand : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = std::string(CHARTCALC_TEST_TMP) + "/cli." + ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    std::filesystem::remove_all(dir_);
+  }
+  ToolRun Run(std::vector<std::string> args) {
+    args.insert(args.begin() + 1, {"--index-dir", dir_});
+    std::ostringstream out, err;
+    int status = RunChartcalc(args, out, err);
+    return {status, out.str(), err.str()};
+  }
+  std::string dir_;
+};
+
+TEST_F(FunctionCommand, ListingAnEmptyDirectoryPrintsNothingAndCreatesNothing) {
+  ToolRun r = Run({"function", "list"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "");
+  EXPECT_FALSE(std::filesystem::exists(dir_));
+  EXPECT_EQ(Run({"eval", "1"}).status, 0);
+  EXPECT_FALSE(std::filesystem::exists(dir_));
+}
+
+TEST_F(FunctionCommand, AddedFunctionsAreListedCalledAndRemoved) {
+  ASSERT_EQ(Run({"function", "add", "band", "m + k * 2", "m", "k"}).status, 0);
+  ToolRun added = Run({"function", "add", "제곱", "값 * 값", "값"});
+  ASSERT_EQ(added.status, 0) << added.err;
+  ASSERT_EQ(Run({"function", "add", "one", "1"}).status, 0);
+  EXPECT_EQ(Run({"function", "list"}).out, "band\tm + k * 2\tm\tk\n제곱\t값 * 값\t값\none\t1\n");
+
+  ToolRun eval = Run({"eval", "--lang", "ko", "제곱(band(close, 1)) - one()"});
+  ASSERT_EQ(eval.status, 0) << eval.err;
+  ToolRun plain = Run({"eval", "(close + 2) * (close + 2) - 1"});
+  EXPECT_EQ(eval.out, plain.out);
+
+  EXPECT_EQ(Run({"function", "remove", "BAND"}).status, 0);  // names ignore case
+  EXPECT_EQ(Run({"function", "list"}).out, "제곱\t값 * 값\t값\none\t1\n");
+  ToolRun gone = Run({"eval", "band(close, 1)"});
+  EXPECT_EQ(gone.status, 2);
+  EXPECT_EQ(gone.err, "error: bandis not defined.\n");
+  // The name is free again.
+  EXPECT_EQ(Run({"function", "add", "band", "m", "m"}).status, 0);
+}
+
+TEST_F(FunctionCommand, BadDefinitionsAreRefusedWithoutWritingAnything) {
+  struct Case {
+    std::vector<std::string> args;
+    const char* message;
+  };
+  const Case cases[] = {
+      {{"function", "add", "1bad", "1"}, "is not a formula name"},
+      {{"function", "add", "f", "x", "a b"}, "is not a formula name"},
+      {{"function", "add", "f", "x", "a", "A"}, "is named twice"},
+      {{"function", "add", "avg", "1"}, "is a word of the formula language"},
+      {{"function", "add", "and", "1"}, "is a word of the formula language"},
+      {{"function", "add", "그리고", "1"}, "is a word of the formula language"},
+      {{"function", "add", "f", ""}, "the formula must have"},
+      {{"function", "add", "f", std::string(5000, '1')}, "the formula must have"},
+      {{"function", "add", std::string(51, 'f'), "1"}, "is longer than 50 bytes"},
+      {{"function", "add", "f", "1", "p0", "p1", "p2", "p3", "p4", "p5", "p6", "p7", "p8", "p9", "p10"}, "at most 10"},
+      {{"function", "add", "f"}, "add takes NAME FORMULA"},
+      {{"function", "remove", "nothing"}, "there is no user function 'nothing'"},
+      {{"function", "rename", "f"}, "function takes list"},
+  };
+  for (const Case& c : cases) {
+    ToolRun r = Run(c.args);
+    EXPECT_EQ(r.status, 1) << c.message;
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir_));
+}
+
+TEST_F(FunctionCommand, ExistingNameIsNotReplaced) {
+  ASSERT_EQ(Run({"function", "add", "f", "1"}).status, 0);
+  ToolRun r = Run({"function", "add", "F", "2"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("exists already"), std::string::npos);
+  EXPECT_EQ(Run({"function", "list"}).out, "f\t1\n");
+}
+
+TEST_F(FunctionCommand, ListingEscapesTabsAndLineBreaks) {
+  ASSERT_EQ(Run({"function", "add", "f", "a = 1;\n\ta // c:\\x", "p"}).status, 0);
+  EXPECT_EQ(Run({"function", "list"}).out, "f\ta = 1;\\n\\ta // c:\\\\x\tp\n");
+}
+
+TEST_F(FunctionCommand, GarbageDatabaseIsLeftAloneWithAClearError) {
+  std::filesystem::create_directories(dir_);
+  std::string path = dir_ + "/Function.fnc";
+  { std::ofstream(path) << "not a database"; }
+  EXPECT_EQ(Run({"function", "list"}).out, "");
+  ToolRun r = Run({"function", "add", "f", "1"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("cannot write"), std::string::npos);
+  EXPECT_EQ(std::filesystem::file_size(path), 14u);
+  EXPECT_FALSE(std::filesystem::exists(dir_ + "/UserFunction.fnc"));
+}
+
+}  // namespace
