@@ -91,6 +91,18 @@ class SVector {
 
   static void Error(const char* text);
 
+  // Drawing state the chart keeps with each series: the first and last
+  // drawn index, and a flag telling that the extremes must be looked up
+  // again (the series starts with it set).
+  void SetDrawRange(int from, int to) {
+    drawFrom_ = from;
+    drawTo_ = to;
+  }
+  int GetDrawFrom() const { return drawFrom_; }
+  int GetDrawTo() const { return drawTo_; }
+  void SetMinMaxChanged(int flag) { minMaxChanged_ = flag; }
+  int GetMinMaxChanged() const { return minMaxChanged_; }
+
  private:
   void Release();
   void PrepareResult(const SVector& src, int n, int start);
@@ -101,6 +113,9 @@ class SVector {
   int size_ = 0;
   double* data_ = nullptr;
   int series_ = 1;
+  int drawFrom_ = 0;
+  int drawTo_ = 0;
+  int minMaxChanged_ = 1;
 };
 
 // Element-wise operators. The result has one element per bar of the longer
