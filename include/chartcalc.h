@@ -17,3 +17,9 @@
 
 #include "calc/SCalc.h"
 #include "calc/SFunction.h"
+
+#include "property/SIndexProp.h"
+
+#include "index/SIndex.h"
+#include "index/SIndexList.h"
+#include "index/SUserIndexList.h"

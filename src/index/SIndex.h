@@ -1,0 +1,132 @@
+// SIndex: one indicator as the chart and the trading simulation see it — up
+// to ten named variables, up to five formula lines with their computed
+// series and styles, base lines, scale settings and the binding to a
+// symbol's price data.
+//
+// The class is split by concern:
+//   SIndex.cpp              construction, copying, binding, setters, line data
+//   SIndexDefinition.cpp    definitions in the index database, comments
+//   SIndexPriceBinding.cpp  SetData and the price-record queries
+#pragma once
+
+#include <memory>
+
+#include "calc/SCalc.h"
+#include "core/SString.h"
+#include "core/SVector.h"
+#include "property/SIndexProp.h"
+
+class SFunctionList;
+class SPriceData;
+class SPriceDataList;
+
+// Kinds of definition (IndexType).
+inline constexpr int kIndexPriceChart = -1;
+inline constexpr int kIndexIndicator = 0;
+inline constexpr int kIndexSingleExpression = 1;
+inline constexpr int kIndexPattern = 2;
+inline constexpr int kIndexSystem = 3;
+inline constexpr int kIndexUserFunction = 4;
+inline constexpr int kIndexNotCalculated = 5;
+inline constexpr int kIndexProfitGraph = 6;
+inline constexpr int kIndexNamedLines = 10;
+inline constexpr int kIndexCandlePattern = 30;
+
+// Expression texts are processed in buffers of this many bytes, terminator
+// included.
+inline constexpr int kIndexTextBuffer = 4096;
+// Size of the optional array of function lists an indicator may own.
+inline constexpr int kIndexOwnFunctionLists = 4;
+
+// The result of a definition check. An empty Message means no error.
+struct IndexError {
+  SString Message;
+  int ErrorPart = 0;  // 1: in the variables; 0: in an expression, or none
+  int ExpIndex = 0;   // the faulty expression (0 otherwise)
+};
+
+class SIndex : public SIndexProp {
+ public:
+  SIndex();  // SIndex("", 0)
+  SIndex(const char* name, int type);
+  SIndex(const SIndex& other);
+  SIndex& operator=(const SIndex& other);
+  ~SIndex() override;
+  SIndex& operator*() { return *this; }
+
+  // Resets the base record, then the calculation state and the bindings to
+  // function lists.
+  void SetDefaultValue();
+
+  // Binding. The pointed-to objects are never owned.
+  void SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume,
+                   SVector& dateTime, SVector& openInterest, SVector& amount, SVector& spread);
+  // Binds the nine series of the list's current record (see GetCurIndex);
+  // a null list changes nothing. Defined with the price data.
+  void SetData(SPriceDataList* list, int symbolID);
+  // The current price record, or null without a list.
+  SPriceData* GetCurPriceData();
+  // OwnDate when it has elements, else the current record's date-time series
+  // (OwnDate, empty, without a record).
+  SVector& GetDate();
+  // ChartPeriod when OwnDate has elements, else the current record's period
+  // (ChartPeriod without a record).
+  int GetChartPeriod();
+  void SetFunction(SFunctionList* list) { FunctionList = list; }
+  void SetCandle(SFunctionList* list) { CandleList = list; }
+
+  // Setters; a line index outside 0-4 changes nothing.
+  void SetExpression(int line, const char* text);
+  void SetExpName(int line, const char* text);
+  void SetLineStyle(int line, int lineType, unsigned long color, int width, int style);
+  void SetLineCompStyle(int line, unsigned long upColor, unsigned long dnColor, const char* upValue,
+                        const char* dnValue, int method);
+  void SetBaseLineValue(int line, double value);
+  void SetBaseLineStyle(unsigned long color, int width, int style);
+  void SetScale(int mode);  // 0-3; anything else is 0
+  void SetUserMinMax(double min, double max);
+  void SetUseLog(int flag) { LogY = flag; }
+  void SetUseInvert(int flag) { InvertY = flag; }
+  void SetShape(int line, int shape);
+  void SetShareIndex(int index) { ShareIndex = index; }
+  void SetMovable(int flag) { BlMovable = flag; }
+  void SetDeletable(int flag) { BlDeleble = flag; }
+  void SetUserID(int id) { UserID = id; }
+
+  // Line data. A line outside 0-4 is ignored.
+  void AddData(int line, double value);
+  void UpdateData(int line, double value);  // overwrites the last element, if any
+  void ClearData();                         // lines, OwnDate and the text lists
+
+  // Definitions in the index database (kinds 0-4). An empty file name stands
+  // for the kind's default file. Each returns 1 on success, 0 otherwise;
+  // a failed read leaves the indicator as it was.
+  int ReadExpression(const char* name, const SString& indexDb = SString(), const SString& userDb = SString());
+  int ReadExpForConv(const char* name, const SString& indexDb = SString(), const SString& userDb = SString());
+  int WriteExpression(const char* name, int isNew, int indexOnly);
+  int ReadIndex(const char* name);  // does nothing; 0
+
+  // Removes "//" and "/* */" comments from formula text in place.
+  static void SkipComments(SString& text);
+  // Removes escape characters, then every blank, in place; returns text.
+  static char* ProcessString(char* text);
+
+  // The formula engine whose postfix form serves the look-back analysis.
+  SCalc Engine;
+  SString Period;  // period text of a kind-1 definition
+  int CalcStart[kIndexLines] = {};
+  int CalcState[kIndexLines] = {};
+  int UsePreProcess = 1;
+  int MinMaxChanged = 1;
+  SVector* PriceSeries[kPriceSlots] = {};  // close, open, high, low, volume, date-time, oi, amount, spread
+  SFunctionList* FunctionList = nullptr;
+  SAnsiStringList FunctionHistory;
+  SFunctionList* CandleList = nullptr;
+  IndexError LastError;
+  // Function lists of the indicator's own; null until a host makes them.
+  std::unique_ptr<SFunctionList[]> OwnFunctionLists;
+
+ private:
+  void CopyFrom(const SIndex& other);
+  int ReadDefinition(const char* name, const SString& indexDb, const SString& userDb, bool forConversion);
+};
