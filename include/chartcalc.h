@@ -19,7 +19,13 @@
 #include "calc/SFunction.h"
 
 #include "property/SIndexProp.h"
+#include "property/SPriceProperty.h"
+#include "property/SSRLines.h"
 
 #include "index/SIndex.h"
 #include "index/SIndexList.h"
 #include "index/SUserIndexList.h"
+
+#include "price/SBaseData.h"
+#include "price/SPriceData.h"
+#include "price/SPriceDataList.h"
