@@ -208,11 +208,4 @@ TEST(DeCompress, BarsAfterTheLastGroupStayInIt) {
   EXPECT_EQ(Values(CalcDeCompress(calc, Series({4}), d)), (std::vector<double>(9, 4)));
 }
 
-TEST(DeCompress, MissingArgumentIsReported) {
-  TestBars bars = ThreeDays();
-  EvalResult r = Evaluate(bars, "DeCompress(CompressC(day))");
-  EXPECT_GT(r.errors, 0);
-  EXPECT_FALSE(r.value.HasValid());
-}
-
 }  // namespace

@@ -143,13 +143,6 @@ TEST(DayFunctions, EveryDayFunctionMarksTheHistoryFlag) {
   }
 }
 
-TEST(DayFunctions, AnArgumentIsAnError) {
-  TestBars bars = MidDayStart();
-  EvalResult r = Evaluate(bars, "DayOpen(5)");
-  EXPECT_GT(r.errors, 0);
-  EXPECT_EQ(r.message, ") is needed");
-}
-
 TEST(DayFunctions, ADelayArgumentShiftsTheDayValue) {
   TestBars bars = MidDayStart();
   EvalResult r = Evaluate(bars, "DayOpen(, 1)");
