@@ -15,9 +15,12 @@
 namespace {
 
 // The result frame: one element per source bar, the warm-up start index.
+// The warm-up bars before the start index hold 0, so that a copy or a delay
+// of the result never carries undefined values.
 SVector Frame(const SVector& src, int period) {
   SVector out(src.GetSize());
   out.SetStartIndex(period < 1 ? kInvalidStart : ShiftStart(std::max(src.GetStartIndex(), 0), period - 1));
+  std::fill(out.Data(), out.Data() + std::min(out.GetStartIndex(), out.GetSize()), 0.0);
   return out;
 }
 
@@ -169,7 +172,7 @@ void SVector::CalcTAvg(const SVector& src, int period) {
   }
   SVector inner;
   inner.CalcAvg(src, period / 2 + 1);
-  CalcAvg(inner, (period + 1) / 2);
+  CalcAvg(inner, period - period / 2);
 }
 
 // Geometric average exp(mean(log x)). A window holding a value at or below
