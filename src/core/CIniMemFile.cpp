@@ -93,8 +93,9 @@ bool ValidKey(std::string_view key) {
 
 // File bytes to the document's code page 949 text.
 std::string Decode(std::string_view bytes) {
+  if (!IsValidUtf8(bytes)) return std::string(bytes);
   if (bytes.substr(0, kByteOrderMark.size()) == kByteOrderMark) bytes.remove_prefix(kByteOrderMark.size());
-  return IsValidUtf8(bytes) ? Cp949FromUtf8Lossy(bytes) : std::string(bytes);
+  return Cp949FromUtf8Lossy(bytes);
 }
 
 // The document's text to file bytes: UTF-8 when it converts cleanly.
@@ -159,7 +160,7 @@ void CIniMemFile::SetText(std::string_view text) {
     size_t eol = text.find('\n');
     std::string_view line = text.substr(0, eol);
     text.remove_prefix(eol == std::string_view::npos ? text.size() : eol + 1);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    while (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     std::string_view t = TrimBlanks(line);
     if (t.empty()) continue;
     size_t close = t[0] == '[' ? t.rfind(']') : std::string_view::npos;

@@ -17,7 +17,9 @@
 // UTF-8 when all of it converts cleanly (Korean names read well in any
 // editor), otherwise as its code page 949 bytes. Reading accepts both: text
 // that is valid UTF-8 (a byte-order mark is skipped) is converted, anything
-// else is taken as code page 949.
+// else is taken as code page 949. (So a document holding bytes that are not
+// code page 949 text, written as those bytes, reads back converted if they
+// happen to form UTF-8; the library's own texts never do.)
 //
 // Files are written whole: aside, then renamed over the target. Reading never
 // creates or changes a file.

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-class SString {
+// Final: its assignment operators are virtual but its destructor is not, so
+// it must never be a base class.
+class SString final {
  public:
   SString() = default;
   SString(const SString&) = default;

@@ -15,6 +15,9 @@ using sqlstore::Statement;
 
 namespace {
 
+// Records read per statement while scanning.
+constexpr int kReadAheadRows = 32;
+
 bool SameName(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
 
 // The longest prefix of s of at most width bytes that does not split a
@@ -114,6 +117,8 @@ void DB::CopyFrom(const DB& other) {
   inFile_ = other.inFile_;
   deleted_ = other.deleted_;
   hasRecord_ = other.hasRecord_;
+  ahead_ = other.ahead_;
+  aheadPos_ = other.aheadPos_;
 }
 
 void DB::Close() {
@@ -139,6 +144,8 @@ void DB::SetFileName(const char* path) {
 }
 
 void DB::ClearRecord() {
+  ahead_.clear();
+  aheadPos_ = 0;
   values_.clear();
   rowid_ = 0;
   inFile_ = false;
@@ -265,8 +272,9 @@ bool DB::PrepareStatements() {
   next_ = std::make_unique<Statement>();
   insert_ = std::make_unique<Statement>();
   update_ = std::make_unique<Statement>();
-  return first_->Prepare(h, select + "ORDER BY rowid LIMIT 1") &&
-         next_->Prepare(h, select + "WHERE rowid > ?1 ORDER BY rowid LIMIT 1") &&
+  std::string batch = " LIMIT " + std::to_string(kReadAheadRows);
+  return first_->Prepare(h, select + "ORDER BY rowid" + batch) &&
+         next_->Prepare(h, select + "WHERE rowid > ?1 ORDER BY rowid" + batch) &&
          insert_->Prepare(h, "INSERT INTO records(" + columns + "\"_deleted\") VALUES(" + params + "?" + del + ")") &&
          update_->Prepare(h, "UPDATE records SET " + sets + "\"_deleted\" = ?" + del + " WHERE rowid = ?" + row);
 }
@@ -299,31 +307,46 @@ const DBField* DB::FindField(const char* name) {
 // ---- reading ------------------------------------------------------------------
 
 // Takes the row the statement stands on as the current record.
-bool DB::LoadRow(Statement& st) {
-  values_.assign(fields_.size(), std::string());
-  rowid_ = st.ColumnInt(0);
-  inFile_ = true;
-  deleted_ = st.ColumnInt(1) != 0 ? 1 : 0;
+DB::Row DB::ReadRow(Statement& st) const {
+  Row r;
+  r.rowid = st.ColumnInt(0);
+  r.deleted = st.ColumnInt(1) != 0 ? 1 : 0;
+  r.values.resize(fields_.size());
   for (size_t i = 0; i < fields_.size(); ++i)
-    values_[i] = CutToWidth(st.ColumnText(static_cast<int>(i) + 2), fields_[i].width);
-  hasRecord_ = true;
-  return true;
+    r.values[i] = CutToWidth(st.ColumnText(static_cast<int>(i) + 2), fields_[i].width);
+  return r;
 }
 
-// Steps the statement once: on a row it becomes the current record, else
-// the table is at its end.
-int DB::StepToRow(Statement& st) {
-  int rc = st.Step();
-  if (rc == SQLITE_ROW) LoadRow(st);
-  else ClearRecord();
+// The next read-ahead row becomes the current record; at the end of the
+// read-ahead rows there is none.
+int DB::TakeAhead() {
+  if (aheadPos_ >= ahead_.size()) {
+    ClearRecord();
+    return 0;
+  }
+  Row& r = ahead_[aheadPos_++];
+  values_ = std::move(r.values);
+  rowid_ = r.rowid;
+  deleted_ = r.deleted;
+  inFile_ = hasRecord_ = true;
+  return 1;
+}
+
+// Reads the statement's rows ahead (a batch per statement, so a scan takes
+// the file's lock once per batch rather than once per record) and takes the
+// first of them.
+int DB::ReadAhead(Statement& st) {
+  ahead_.clear();
+  aheadPos_ = 0;
+  while (st.Step() == SQLITE_ROW) ahead_.push_back(ReadRow(st));
   st.Reset();
-  return hasRecord_ ? 1 : 0;
+  return TakeAhead();
 }
 
 int DB::MoveFirst(int) {
   ClearRecord();
   if (!EnsureOpen()) return 0;
-  return StepToRow(*first_);
+  return ReadAhead(*first_);
 }
 
 int DB::MoveNext(int) {
@@ -331,8 +354,9 @@ int DB::MoveNext(int) {
     ClearRecord();
     return 0;
   }
+  if (aheadPos_ < ahead_.size()) return TakeAhead();
   next_->BindInt(1, rowid_);
-  return StepToRow(*next_);
+  return ReadAhead(*next_);
 }
 
 int DB::Eof() { return hasRecord_ ? 0 : 1; }
@@ -364,7 +388,7 @@ int DB::FindFrom(const char* field, const char* value, const long long* after) {
   if (!st.Prepare(conn_->Handle(), sql)) return 0;
   st.BindText(1, CutToWidth(value ? value : "", f.width));
   if (after) st.BindInt(2, afterRow);
-  return StepToRow(st);
+  return ReadAhead(st);
 }
 
 char* DB::GetStr(const char* field) {

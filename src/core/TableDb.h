@@ -123,8 +123,14 @@ class DB {
   bool LoadFields();
   bool CheckRecordColumns();
   bool PrepareStatements();
-  bool LoadRow(sqlstore::Statement& st);
-  int StepToRow(sqlstore::Statement& st);
+  struct Row {
+    long long rowid = 0;
+    int deleted = 0;
+    std::vector<std::string> values;
+  };
+  Row ReadRow(sqlstore::Statement& st) const;
+  int ReadAhead(sqlstore::Statement& st);
+  int TakeAhead();
   int FindFrom(const char* field, const char* value, const long long* after);
   bool EnsureWritable();
   int FieldIndex(const char* name) const;
@@ -149,6 +155,9 @@ class DB {
   bool inFile_ = false;
   int deleted_ = 0;
   bool hasRecord_ = false;
+  // Records read ahead of the current one during a scan.
+  std::vector<Row> ahead_;
+  size_t aheadPos_ = 0;
   std::string empty_;
 };
 
