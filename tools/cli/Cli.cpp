@@ -11,6 +11,7 @@ struct Command {
   int (*run)(const CliOptions&, std::ostream&, std::ostream&);
   const char* usage;
   const char* summary;
+  const char* ownOptions = "";  // the subcommand's own --NAME VALUE options, blank-separated
 };
 
 const Command kCommands[] = {
@@ -21,6 +22,12 @@ const Command kCommands[] = {
      "chartcalc function list | add NAME FORMULA [PARAM...] | remove NAME [--index-dir DIR]",
      "Lists, adds or removes the user functions of the index directory.\n"
      "      list prints one function per line: NAME, FORMULA, then each PARAM, tab-separated."},
+    {"indicator", RunIndicator,
+     "chartcalc indicator list | show NAME [--kind indicator|expression|pattern|system|function] [--index-dir DIR]",
+     "Lists the definitions of the index directory (of one kind with --kind), one per line:\n"
+     "      NAME, KIND, DESCRIPTION, tab-separated; show prints one definition's variables,\n"
+     "      formulas and line names.",
+     "kind"},
 };
 
 const char kCommonHelp[] =
@@ -28,7 +35,7 @@ const char kCommonHelp[] =
     "  --data FILE    price CSV (default: the bundled sample daily data)\n"
     "  --lang en|ko   language of messages and localised formula words (default en)\n"
     "  --index-dir DIR  directory of the definition databases and user functions\n"
-    "                 (default: data/index of the bundled data)\n"
+    "                 (default: the build's index directory with the shipped definitions)\n"
     "  --help         this text\n"
     "Exit status: 0 success, 1 unusable input (files, arguments), 2 formula or definition error.\n";
 
@@ -38,9 +45,16 @@ void PrintOverview(std::ostream& out) {
   out << "\n" << kCommonHelp;
 }
 
-// Splits the common options from the subcommand's own words. Returns false
-// with a message for an unknown option or a missing value.
-bool ParseOptions(const std::vector<std::string>& args, size_t from, CliOptions& o, std::string& error) {
+// True when name is one of the blank-separated names of ownOptions.
+bool IsOwnOption(const char* ownOptions, const std::string& name) {
+  std::string list = std::string(" ") + ownOptions + " ";
+  return !name.empty() && list.find(" " + name + " ") != std::string::npos;
+}
+
+// Splits the common options and the subcommand's own options from its
+// words. Returns false with a message for an unknown option or a missing value.
+bool ParseOptions(const std::vector<std::string>& args, size_t from, const char* ownOptions, CliOptions& o,
+                  std::string& error) {
   for (size_t i = from; i < args.size(); ++i) {
     const std::string& a = args[i];
     auto value = [&](const char* name, std::string& into) {
@@ -61,6 +75,10 @@ bool ParseOptions(const std::vector<std::string>& args, size_t from, CliOptions&
     else if (is("data")) { if (!value("data", o.data)) return false; }
     else if (is("lang")) { if (!value("lang", o.lang)) return false; }
     else if (is("index-dir")) { if (!value("index-dir", o.indexDir)) return false; }
+    else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(ownOptions, a.substr(2, a.find('=') - 2))) {
+      std::string name = a.substr(2, a.find('=') - 2);
+      if (!value(name.c_str(), o.own[name])) return false;
+    }
     else if (a == "--") { o.args.insert(o.args.end(), args.begin() + static_cast<long>(i) + 1, args.end()); break; }
     else if (a.size() > 1 && a[0] == '-' && a[1] == '-') return error = "unknown option " + a, false;
     else o.args.push_back(a);
@@ -75,7 +93,13 @@ bool ParseOptions(const std::vector<std::string>& args, size_t from, CliOptions&
 
 std::string DefaultDataFile() { return std::string(CHARTCALC_DATA_DIR) + "/sample_daily.csv"; }
 
-std::string DefaultIndexDir() { return std::string(CHARTCALC_DATA_DIR) + "/index"; }
+std::string DefaultIndexDir() {
+#ifdef CHARTCALC_INDEX_DIR
+  return CHARTCALC_INDEX_DIR;
+#else
+  return std::string(CHARTCALC_DATA_DIR) + "/index";
+#endif
+}
 
 int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
@@ -86,7 +110,7 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
     if (args[0] != c.name) continue;
     CliOptions options;
     std::string error;
-    if (!ParseOptions(args, 1, options, error)) {
+    if (!ParseOptions(args, 1, c.ownOptions, options, error)) {
       err << "error: " << error << "\nusage: " << c.usage << "\n";
       return kExitBadInput;
     }

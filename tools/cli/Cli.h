@@ -1,6 +1,7 @@
 // The chartcalc command-line tool: subcommands over the library.
 #pragma once
 
+#include <map>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ struct CliOptions {
   std::string indexDir;  // definitions and user functions
   std::string lang = "en";
   bool help = false;
+  std::map<std::string, std::string> own;  // the subcommand's own --NAME VALUE options
   std::vector<std::string> args;
 };
 
@@ -24,9 +26,11 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
 
 // The bundled sample daily data.
 std::string DefaultDataFile();
-// The index directory inside the bundled data (created only when written).
+// The build's index directory, holding the shipped definitions (user
+// databases are created there when first written).
 std::string DefaultIndexDir();
 
 // Subcommands.
 int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunFunction(const CliOptions& options, std::ostream& out, std::ostream& err);
+int RunIndicator(const CliOptions& options, std::ostream& out, std::ostream& err);

@@ -220,7 +220,7 @@ bool ApplyKey(Builder& b, const std::string& key, const std::string& value, std:
     if (!SameName(key, k.word)) continue;
     for (int kind : k.kinds)
       if (kind == b.x.IndexType) return k.handle(b, value, error);
-    return error = Quoted(key) + " does not belong to a " + DefinitionKindWord(b.x.IndexType), false;
+    return error = Quoted(key) + " is not a key of " + DefinitionKindWord(b.x.IndexType) + " definitions", false;
   }
   return error = "unknown key " + Quoted(key), false;
 }
@@ -240,7 +240,8 @@ class Reader {
   bool Line(const std::string& raw, int number, std::string& error) {
     if (!raw.empty() && (raw[0] == ' ' || raw[0] == '\t') && !Trimmed(raw).empty()) {
       if (pendingKey_.empty()) return Fail(number, "a continuation line without a key before it", error);
-      pendingValue_ += "\n" + Trimmed(raw);
+      if (!pendingValue_.empty()) pendingValue_ += '\n';
+      pendingValue_ += Trimmed(raw);
       return true;
     }
     if (!Flush(error)) return false;

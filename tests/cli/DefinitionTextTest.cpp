@@ -1,0 +1,153 @@
+// The definitions text read by the build: every key lands in its field,
+// continuation lines join, and every mistake names its file and line.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "DefinitionText.h"
+
+namespace {
+
+std::vector<DefinitionText> Parse(const std::string& text) {
+  std::vector<DefinitionText> out;
+  std::string error;
+  EXPECT_TRUE(ParseDefinitions(text, "t.txt", out, error)) << error;
+  return out;
+}
+
+std::string ErrorOf(const std::string& text) {
+  std::vector<DefinitionText> out;
+  std::string error;
+  EXPECT_FALSE(ParseDefinitions(text, "t.txt", out, error)) << text;
+  EXPECT_TRUE(out.empty());
+  return error;
+}
+
+}  // namespace
+
+TEST(DefinitionText, IndicatorKeysFillTheirFields) {
+  auto defs = Parse(
+      "# comment\n"
+      "kind: indicator\n"
+      "\n"
+      "[Bands]\n"
+      "description: Two bands.\n"
+      "var: period = 20\n"
+      "var: width=2.5\n"
+      "line: Upper(%period%) = avg(c, period) +\n"
+      "    width * stdev(c, period)\r\n"
+      "bars: Width = 2 * width * stdev(c, period)\n"
+      "base: 0, 1.5\n"
+      "[Second]\n"
+      "line: c = c\n");
+  ASSERT_EQ(defs.size(), 2u);
+  const SIndex& x = defs[0].index;
+  EXPECT_EQ(defs[0].line, 4);
+  EXPECT_EQ(x.IndexName, SString("Bands"));
+  EXPECT_EQ(x.IndexType, kIndexIndicator);
+  EXPECT_EQ(x.Description, SString("Two bands."));
+  EXPECT_EQ(x.VarName[1], SString("width"));
+  EXPECT_EQ(x.VarValue[1], SString("2.5"));
+  EXPECT_EQ(x.ExpName[0], SString("Upper(%period%)"));
+  EXPECT_EQ(x.Expression[0], SString("avg(c, period) +\nwidth * stdev(c, period)"));
+  EXPECT_EQ(x.LineType[0], 0);
+  EXPECT_EQ(x.ExpName[1], SString("Width"));
+  EXPECT_EQ(x.LineType[1], 1);
+  EXPECT_EQ(x.YValue[0], SString("0"));
+  EXPECT_EQ(x.YValue[1], SString("1.5"));
+  EXPECT_EQ(defs[1].index.Expression[0], SString("c"));
+}
+
+TEST(DefinitionText, OtherKindsTakeTheirOwnKeys) {
+  auto systems = Parse("kind: system\n[S]\nvar: n = 5, 2, 9, 1\nvar: k = 3\nlong entry:\n  c > o\nshort exit: c < o\n");
+  ASSERT_EQ(systems.size(), 1u);
+  const SIndex& s = systems[0].index;
+  EXPECT_EQ(s.IndexType, kIndexSystem);
+  EXPECT_EQ(s.VarStart[0], SString("2"));
+  EXPECT_EQ(s.VarEnd[0], SString("9"));
+  EXPECT_EQ(s.VarIncrement[0], SString("1"));
+  EXPECT_TRUE(s.VarStart[1].IsEmpty());
+  EXPECT_EQ(s.Expression[0], SString("c > o"));
+  EXPECT_TRUE(s.Expression[1].IsEmpty());
+  EXPECT_EQ(s.Expression[3], SString("c < o"));
+
+  auto functions = Parse("kind: function\n[F]\nparam: a\nparam: b\nformula: a + b\n");
+  EXPECT_EQ(functions[0].index.VarName[1], SString("b"));
+  EXPECT_TRUE(functions[0].index.VarValue[1].IsEmpty());
+  EXPECT_EQ(functions[0].index.Expression[0], SString("a + b"));
+
+  auto patterns = Parse("kind: pattern\n[P]\nbullish: c > o\nbearish: c < o\n");
+  EXPECT_EQ(patterns[0].index.Expression[1], SString("c < o"));
+  auto single = Parse("kind: expression\n[E]\nformula: (h + l) / 2\nperiod: 20\n");
+  EXPECT_EQ(single[0].index.Period, SString("20"));
+}
+
+TEST(DefinitionText, KoreanTextBecomesCodePage949) {
+  auto defs = Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n");
+  std::string name;
+  ASSERT_TRUE(Utf8ToCp949("가격", name));
+  EXPECT_EQ(defs[0].index.IndexName.str(), name);
+  EXPECT_EQ(Cp949ToUtf8Lossy(defs[0].index.Expression[0].str()), "avg(c, 기간)");
+}
+
+TEST(DefinitionText, MistakesNameTheirFileAndLine) {
+  const std::string head = "kind: indicator\n[A]\n";
+  std::string tenVars;
+  for (int k = 0; k <= 10; ++k) tenVars += "var: v" + std::to_string(k) + " = 1\n";
+  struct Case {
+    std::string text;
+    std::string error;
+  };
+  const Case cases[] = {
+      {"[A]\nline: a = c\n", "t.txt:1: a definition before 'kind:'"},
+      {"kind: indicators\n", "t.txt:1: unknown kind 'indicators'"},
+      {"kind: indicator\nkind: system\n", "t.txt:2: the kind is given twice"},
+      {"kind: indicator\nline: a = c\n", "t.txt:2: 'line' before the first [NAME]"},
+      {"kind: indicator\n  c\n", "t.txt:2: a continuation line without a key before it"},
+      {head + "colour: red\n", "t.txt:3: unknown key 'colour'"},
+      {head + "long entry: c\n", "t.txt:3: 'long entry' is not a key of indicator definitions"},
+      {head + "just words\n", "t.txt:3: expected KEY: VALUE"},
+      {head + "var: 1n = 5\n", "t.txt:3: '1n' is not a formula name"},
+      {head + "var: n = 5\nvar: N = 6\n", "t.txt:4: variable 'N' is named twice"},
+      {head + "var: n =\n", "t.txt:3: variable 'n' has no value"},
+      {head + "var: n = 5, 1, 9, 1\n", "t.txt:3: a variable is written NAME = VALUE"},
+      {head + tenVars, "t.txt:13: more than 10 variables"},
+      {head + "line: c\n", "t.txt:3: a line is written NAME = FORMULA"},
+      {head + "line: = c\n", "t.txt:3: the line has no name"},
+      {head + "line: a =\n", "t.txt:3: the formula is empty"},
+      {head + "line: a = " + std::string(4096, '1') + "\n", "t.txt:3: the formula is longer than 4095 bytes"},
+      {head + "line: a = c\nline: b = c\nline: d = c\nline: e = c\nline: f = c\nline: g = c\n",
+       "t.txt:8: more than 5 lines"},
+      {head + "base: 30, high\n", "t.txt:3: base line 'high' is not a number"},
+      {head + "description: \xF0\x9F\x98\x80\n", "t.txt:3: the text is not one code page 949 can hold"},
+      {head + "description: " + std::string(201, 'x') + "\n", "t.txt:3: the description is longer than 200 bytes"},
+      {"kind: indicator\n[A B]\n", "t.txt:2: 'A B' is not a formula name"},
+      {"kind: indicator\n[A\n", "t.txt:2: a definition starts with [NAME]"},
+      {"kind: indicator\n[A]\nline: a = c\n[a]\n", "t.txt:4: 'a' is defined twice"},
+      {"kind: indicator\n[A]\ndescription: none\n[B]\nline: b = c\n", "t.txt:2: 'A' has no formula"},
+      {"kind: indicator\n[" + std::string(51, 'a') + "]\n", "t.txt:2: the name is longer than 50 bytes"},
+      {"kind: system\n[S]\nvar: n = 5, 1\n", "t.txt:3: a system variable is NAME = VALUE or NAME = VALUE, START, END, STEP"},
+      {"kind: system\n[S]\nlong entry: c\nlong entry: o\n", "t.txt:4: the formula is given twice"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(ErrorOf(c.text), c.error) << c.text;
+}
+
+TEST(DefinitionText, EveryShippedTextReads) {
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(CHARTCALC_DEFINITIONS_DIR)) {
+    if (entry.path().extension() != ".txt") continue;
+    std::ifstream in(entry.path());
+    std::stringstream text;
+    text << in.rdbuf();
+    std::vector<DefinitionText> defs;
+    std::string error;
+    EXPECT_TRUE(ParseDefinitions(text.str(), entry.path().string(), defs, error)) << error;
+    EXPECT_GE(defs.size(), 10u) << entry.path();
+    ++files;
+  }
+  EXPECT_EQ(files, 3);
+}
