@@ -139,15 +139,15 @@ TEST(PriceCsv, SeparateTimeColumnMakesIntradayBarsAndOptionalColumnsReadAsZero) 
                               "\xEF\xBB\xBF" "date,time,open,high,low,close,volume,oi\n"
                               "20240105,09:30,1,2,0.5,1.5,100,7\n"
                               "20240105,1000,1,2,0.5,1.5,100,\n");
-  PriceSeries p;
+  SPriceData p;
   std::string error;
   ASSERT_TRUE(ReadPriceCsv(csv, p, error)) << error;
-  EXPECT_EQ(p.Bars(), 2);
-  EXPECT_EQ(p.series[kDateTime][0], 20240105093000.0);
-  EXPECT_EQ(p.series[kDateTime][1], 20240105100000.0);
-  EXPECT_EQ(p.series[kOpenInterest][0], 7.0);
-  EXPECT_EQ(p.series[kOpenInterest][1], 0.0);
-  EXPECT_EQ(p.series[kSpread][1], 0.0);
+  EXPECT_EQ(Bars(p), 2);
+  EXPECT_EQ(p.GetSeries(kDateTime)[0], 20240105093000.0);
+  EXPECT_EQ(p.GetSeries(kDateTime)[1], 20240105100000.0);
+  EXPECT_EQ(p.GetSeries(kOpenInterest)[0], 7.0);
+  EXPECT_EQ(p.GetSeries(kOpenInterest)[1], 0.0);
+  EXPECT_EQ(p.GetSeries(kSpread)[1], 0.0);
 }
 
 }  // namespace

@@ -30,19 +30,20 @@ std::vector<std::string> EvalValues(const std::string& formula) {
 }
 
 TEST(IntradaySample, HasTwentyDaysOfHalfHourBarsFromNineToHalfPastThree) {
-  PriceSeries prices;
+  SPriceData prices;
   std::string error;
   ASSERT_TRUE(ReadPriceCsv(kIntraday, prices, error)) << error;
-  ASSERT_EQ(prices.Bars(), kDays * kBarsPerDay);
-  const SVector& dt = prices.series[kDateTime];
+  ASSERT_EQ(Bars(prices), kDays * kBarsPerDay);
+  const SVector& dt = prices.GetSeries(kDateTime);
   int days = 0;
-  for (int i = 0; i < prices.Bars(); ++i) {
+  for (int i = 0; i < Bars(prices); ++i) {
     ASSERT_GT(dt[i], kIntradayThreshold) << i;
     int k = i % kBarsPerDay;
     ASSERT_EQ(GetTimeOfDay(dt[i]), 90000 + k / 2 * 10000 + k % 2 * 3000) << i;
     if (i > 0 && GetCompDate(dt[i]) != GetCompDate(dt[i - 1])) ++days;
-    ASSERT_LE(prices.series[kLow][i], std::min(prices.series[kOpen][i], prices.series[kClose][i])) << i;
-    ASSERT_GE(prices.series[kHigh][i], std::max(prices.series[kOpen][i], prices.series[kClose][i])) << i;
+    const SPriceData& p = prices;
+    ASSERT_LE(p.GetSeries(kLow)[i], std::min(p.GetSeries(kOpen)[i], p.GetSeries(kClose)[i])) << i;
+    ASSERT_GE(p.GetSeries(kHigh)[i], std::max(p.GetSeries(kOpen)[i], p.GetSeries(kClose)[i])) << i;
   }
   EXPECT_EQ(days + 1, kDays);
 }

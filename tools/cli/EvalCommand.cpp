@@ -47,21 +47,21 @@ int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err) {
     err << "error: the formula is longer than " << kMaxExpression - 1 << " bytes\n";
     return kExitBadInput;
   }
-  PriceSeries prices;
+  SPriceData prices;
   std::string error;
   if (!ReadPriceCsv(options.data, prices, error)) {
     err << "error: " << error << "\n";
     return kExitBadInput;
   }
-  SVector* s = prices.series;
   // The user functions of the index directory; none when it holds no
   // function database (reading creates nothing).
   SFunctionList functions;
   functions.ReadFunction();
   SCalc calc;
   calc.SetFunction(&functions);
-  calc.SetVariable(s[kClose], s[kOpen], s[kHigh], s[kLow], s[kVolume], s[kDateTime], s[kOpenInterest], s[kAmount],
-                   s[kSpread]);
+  auto s = [&prices](int slot) -> SVector& { return prices.GetSeries(slot); };
+  calc.SetVariable(s(kClose), s(kOpen), s(kHigh), s(kLow), s(kVolume), s(kDateTime), s(kOpenInterest), s(kAmount),
+                   s(kSpread));
   calc.SetExpression(formula.c_str());
   SVector result = calc.Calculate();
   if (calc.ErrorCount > 0) {
@@ -70,6 +70,6 @@ int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err) {
     err << "error: " << message << "\n";
     return kExitFormula;
   }
-  PrintSeries(result, s[kDateTime], out);
+  PrintSeries(result, s(kDateTime), out);
   return kExitOk;
 }

@@ -1,12 +1,20 @@
 // Price CSV reader. Columns are found by name, ignoring case; the file is read
 // whole before anything is computed, and the first bad row ends the reading
 // with a message naming the file and the line.
+//
+// Bars go into the record with AddData, one call per field, so the tool fills
+// a record exactly as a host does. The series are sized for every line of the
+// file before the first bar (SVector::ReAlloc), so appending never moves
+// them: loading takes time proportional to the file's size.
 #include "PriceCsv.h"
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
+#include <cstring>
 #include <cmath>
 #include <fstream>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -28,47 +36,48 @@ const ColumnName kColumnNames[] = {
 // Columns a file must have; the others read as zeros when absent.
 const Column kRequired[] = {kColDate, kColOpen, kColHigh, kColLow, kColClose, kColVolume};
 const char* const kRequiredNames[] = {"date", "open", "high", "low", "close", "volume"};
+bool IsRequired(int c) { return std::find(std::begin(kRequired), std::end(kRequired), c) != std::end(kRequired); }
 
-// Where each numeric column goes among the nine price series.
-const int kSlotOf[kColumns] = {-1, -1, kOpen, kHigh, kLow, kClose, kVolume, kOpenInterest, kAmount, kSpread};
+// The price record's field code of each numeric column.
+const int kFieldOf[kColumns] = {-1,         -1,          kFieldOpen,         kFieldHigh,   kFieldLow,
+                                kFieldClose, kFieldVolume, kFieldOpenInterest, kFieldAmount, kFieldSpread};
 
-std::string Trim(const std::string& s) {
+std::string_view Trim(std::string_view s) {
   size_t b = s.find_first_not_of(" \t\r\""), e = s.find_last_not_of(" \t\r\"");
-  return b == std::string::npos ? std::string() : s.substr(b, e - b + 1);
+  return b == std::string_view::npos ? std::string_view() : s.substr(b, e - b + 1);
 }
 
-std::vector<std::string> SplitCells(const std::string& line) {
-  std::vector<std::string> cells;
-  size_t from = 0;
+// Splits a line at commas into cells (reusing the vector's storage).
+void SplitCells(std::string_view line, std::vector<std::string_view>& cells) {
+  cells.clear();
   for (;;) {
-    size_t comma = line.find(',', from);
-    cells.push_back(Trim(line.substr(from, comma == std::string::npos ? std::string::npos : comma - from)));
-    if (comma == std::string::npos) return cells;
-    from = comma + 1;
+    size_t comma = line.find(',');
+    cells.push_back(Trim(line.substr(0, comma)));
+    if (comma == std::string_view::npos) return;
+    line.remove_prefix(comma + 1);
   }
 }
 
-// Moves collected values into a series in one allocation.
-SVector ToSeries(const std::vector<double>& values) {
-  SVector s(static_cast<int>(values.size()));
-  std::copy(values.begin(), values.end(), s.Data());
-  return s;
+std::string Lower(std::string_view s) {
+  std::string out(s);
+  std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return out;
 }
 
-std::string Lower(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
+bool AllDigits(std::string_view s) {
+  return !s.empty() && std::all_of(s.begin(), s.end(), [](unsigned char c) { return c >= '0' && c <= '9'; });
 }
 
-bool AllDigits(const std::string& s) {
-  return !s.empty() && std::all_of(s.begin(), s.end(), [](unsigned char c) { return std::isdigit(c); });
+// The number written by n digits at `at` (the caller has checked them).
+int Digits(std::string_view s, size_t at, size_t n) {
+  int v = 0;
+  for (size_t i = at; i < at + n; ++i) v = v * 10 + (s[i] - '0');
+  return v;
 }
-
-int Digits(const std::string& s, size_t at, size_t n) { return std::stoi(s.substr(at, n)); }
 
 bool ValidTime(int t) { return t / 10000 < 24 && t / 100 % 100 < 60 && t % 100 < 60; }
 
-bool ParseNumber(const std::string& cell, double& v) {
+bool ParseNumber(std::string_view cell, double& v) {
   const char* b = cell.data();
   const char* e = b + cell.size();
   if (b != e && *b == '+') ++b;
@@ -80,19 +89,157 @@ std::string LineError(const std::string& path, int line, const std::string& what
   return path + ":" + std::to_string(line) + ": " + what;
 }
 
+// Reads the lines of a file through a fixed buffer, counting them from 1.
+// A line is valid until the next call. The file is read in pieces, so a
+// large file never sits in memory whole.
+class LineReader {
+ public:
+  explicit LineReader(std::istream& in) : in_(in), buffer_(kChunk) {}
+  bool Next(std::string_view& line) {
+    for (;;) {
+      const char* from = buffer_.data() + begin_;
+      const void* nl = std::memchr(from, '\n', end_ - begin_);
+      if (nl) {
+        size_t at = static_cast<const char*>(nl) - buffer_.data();
+        line = std::string_view(from, at - begin_);
+        begin_ = at + 1;
+        ++number_;
+        return true;
+      }
+      if (eof_) {
+        if (begin_ == end_) return false;
+        line = std::string_view(from, end_ - begin_);  // the last line has no line feed
+        begin_ = end_;
+        ++number_;
+        return true;
+      }
+      Refill();
+    }
+  }
+  int Number() const { return number_; }
+
+ private:
+  static constexpr size_t kChunk = 1 << 20;
+
+  // Moves the unread part to the front and reads more behind it; a line
+  // longer than the buffer doubles it.
+  void Refill() {
+    std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
+    end_ -= begin_;
+    begin_ = 0;
+    if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
+    in_.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
+    std::streamsize got = in_.gcount();
+    end_ += static_cast<size_t>(got);
+    if (got == 0) eof_ = true;
+  }
+
+  std::istream& in_;
+  std::vector<char> buffer_;
+  size_t begin_ = 0, end_ = 0;
+  int number_ = 0;
+  bool eof_ = false;
+};
+
+// Number of line feeds in the stream, read in pieces; the stream is left at
+// its start again.
+long long CountLineFeeds(std::istream& in) {
+  std::vector<char> chunk(1 << 20);
+  long long n = 0;
+  while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || in.gcount() > 0)
+    n += std::count(chunk.data(), chunk.data() + in.gcount(), '\n');
+  in.clear();
+  in.seekg(0);
+  return n;
+}
+
+// Sizes the nine series for `bars` bars, so that AddData never reallocates
+// on the way there.
+void ReserveBars(SPriceData& data, int bars) {
+  for (SVector& s : data.Series)
+    if (s.GetCapacity() < bars) s.ReAlloc(bars);
+}
+
+struct Header {
+  int col[kColumns];
+  std::vector<std::string> names;
+  const std::string& NameOf(int c) const { return names[static_cast<size_t>(col[c] >= 0 ? col[c] : 0)]; }
+};
+
+bool ReadHeader(std::string_view line, Header& h, std::string& missing) {
+  std::fill(std::begin(h.col), std::end(h.col), -1);
+  std::vector<std::string_view> cells;
+  SplitCells(line, cells);
+  for (size_t i = 0; i < cells.size(); ++i) {
+    h.names.emplace_back(cells[i]);
+    std::string lower = Lower(cells[i]);
+    for (const ColumnName& c : kColumnNames)
+      if (lower == c.name && h.col[c.column] < 0) h.col[c.column] = static_cast<int>(i);
+  }
+  for (size_t k = 0; k < std::size(kRequired); ++k)
+    if (h.col[kRequired[k]] < 0) {
+      missing = kRequiredNames[k];
+      return false;
+    }
+  return true;
+}
+
+// Adds one row as a bar; false with a message (without the location) when a
+// cell is bad.
+bool AddRow(const Header& h, const std::vector<std::string_view>& cells, SPriceData& out, std::string& what) {
+  auto cellOf = [&](int c) -> std::string_view {
+    return h.col[c] >= 0 && h.col[c] < static_cast<int>(cells.size()) ? cells[static_cast<size_t>(h.col[c])]
+                                                                       : std::string_view();
+  };
+  int date = 0, time = 0;
+  bool hasTime = false;
+  if (!ParseDateCell(cellOf(kColDate), date, time, hasTime)) {
+    what = "bad date '" + std::string(cellOf(kColDate)) + "'";
+    return false;
+  }
+  if (h.col[kColTime] >= 0 && !hasTime) {
+    if (!ParseTimeCell(cellOf(kColTime), time)) {
+      what = "bad time '" + std::string(cellOf(kColTime)) + "'";
+      return false;
+    }
+    hasTime = true;
+  }
+  double values[kColumns] = {};
+  for (int c = kColOpen; c < kColumns; ++c) {
+    std::string_view cell = cellOf(c);
+    if ((IsRequired(c) || !cell.empty()) && !ParseNumber(cell, values[c])) {
+      what = "bad number '" + std::string(cell) + "' in column '" + h.NameOf(c) + "'";
+      return false;
+    }
+  }
+  out.AddData(kFieldDateTime, hasTime ? MakeDateTime(date, time) : date);
+  for (int c = kColOpen; c < kColumns; ++c) out.AddData(kFieldOf[c], values[c]);
+  return true;
+}
+
 }  // namespace
 
-bool ParseTimeCell(const std::string& cell, int& time) {
-  std::string s = cell;
-  if (s.size() == 5 && s[2] == ':') s = s.substr(0, 2) + s.substr(3) + "00";
-  else if (s.size() == 8 && s[2] == ':' && s[5] == ':') s = s.substr(0, 2) + s.substr(3, 2) + s.substr(6);
-  else if (s.size() == 4) s += "00";
-  if (s.size() != 6 || !AllDigits(s)) return false;
-  time = std::stoi(s);
+bool ParseTimeCell(std::string_view cell, int& time) {
+  char digits[6];
+  size_t n = 0;
+  if (cell.size() == 5 && cell[2] == ':') {
+    for (size_t i : {0, 1, 3, 4}) digits[n++] = cell[i];
+    digits[n++] = '0', digits[n++] = '0';
+  } else if (cell.size() == 8 && cell[2] == ':' && cell[5] == ':') {
+    for (size_t i : {0, 1, 3, 4, 6, 7}) digits[n++] = cell[i];
+  } else if (cell.size() == 4 || cell.size() == 6) {
+    for (char c : cell) digits[n++] = c;
+    while (n < 6) digits[n++] = '0';
+  } else {
+    return false;
+  }
+  std::string_view s(digits, 6);
+  if (!AllDigits(s)) return false;
+  time = Digits(s, 0, 6);
   return ValidTime(time);
 }
 
-bool ParseDateCell(const std::string& cell, int& date, int& time, bool& hasTime) {
+bool ParseDateCell(std::string_view cell, int& date, int& time, bool& hasTime) {
   hasTime = false;
   time = 0;
   if (AllDigits(cell) && (cell.size() == 8 || cell.size() == 14)) {
@@ -105,9 +252,8 @@ bool ParseDateCell(const std::string& cell, int& date, int& time, bool& hasTime)
     return IsValidDate(date);
   }
   if (cell.size() < 10 || cell[4] != '-' || cell[7] != '-') return false;
-  std::string ymd = cell.substr(0, 4) + cell.substr(5, 2) + cell.substr(8, 2);
-  if (!AllDigits(ymd)) return false;
-  date = std::stoi(ymd);
+  if (!AllDigits(cell.substr(0, 4)) || !AllDigits(cell.substr(5, 2)) || !AllDigits(cell.substr(8, 2))) return false;
+  date = Digits(cell, 0, 4) * 10000 + Digits(cell, 5, 2) * 100 + Digits(cell, 8, 2);
   if (!IsValidDate(date)) return false;
   if (cell.size() == 10) return true;
   if (cell[10] != ' ' && cell[10] != 'T') return false;
@@ -115,64 +261,48 @@ bool ParseDateCell(const std::string& cell, int& date, int& time, bool& hasTime)
   return ParseTimeCell(cell.substr(11), time);
 }
 
-bool ReadPriceCsv(const std::string& path, PriceSeries& out, std::string& error) {
+bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error) {
+  out.ClearData();
   std::ifstream in(path, std::ios::binary);
   if (!in) {
     error = path + ": cannot open the file";
     return false;
   }
-  std::string line;
-  int lineNo = 0;
-  int col[kColumns];
-  std::fill(std::begin(col), std::end(col), -1);
+  // Every bar is one line, so the line count bounds the bars.
+  const long long lines = CountLineFeeds(in) + 1;
+  if (lines > INT_MAX) {
+    error = path + ": too many lines";
+    return false;
+  }
+  LineReader reader(in);
+  std::string_view line;
   // Header: the first line that is not blank.
-  while (std::getline(in, line)) {
-    ++lineNo;
-    if (lineNo == 1 && line.rfind("\xEF\xBB\xBF", 0) == 0) line.erase(0, 3);
+  while (reader.Next(line)) {
+    if (reader.Number() == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3);
     if (!Trim(line).empty()) break;
   }
-  std::vector<std::string> header = SplitCells(line);
-  for (size_t i = 0; i < header.size(); ++i)
-    for (const ColumnName& c : kColumnNames)
-      if (Lower(header[i]) == c.name && col[c.column] < 0) col[c.column] = static_cast<int>(i);
-  for (size_t k = 0; k < std::size(kRequired); ++k)
-    if (col[kRequired[k]] < 0) {
-      error = LineError(path, lineNo, std::string("no '") + kRequiredNames[k] + "' column in the header");
-      return false;
-    }
-  std::vector<double> columns[kPriceSlots];
-  while (std::getline(in, line)) {
-    ++lineNo;
+  Header header;
+  std::string missing;
+  if (!ReadHeader(line, header, missing)) {
+    error = LineError(path, reader.Number(), "no '" + missing + "' column in the header");
+    return false;
+  }
+  ReserveBars(out, static_cast<int>(lines));
+  std::vector<std::string_view> cells;
+  std::string what;
+  while (reader.Next(line)) {
     if (Trim(line).empty()) continue;
-    std::vector<std::string> cells = SplitCells(line);
-    auto cellOf = [&](Column c) -> std::string {
-      return col[c] >= 0 && col[c] < static_cast<int>(cells.size()) ? cells[col[c]] : std::string();
-    };
-    int date = 0, time = 0;
-    bool hasTime = false;
-    if (!ParseDateCell(cellOf(kColDate), date, time, hasTime)) {
-      error = LineError(path, lineNo, "bad date '" + cellOf(kColDate) + "'");
+    SplitCells(line, cells);
+    if (!AddRow(header, cells, out, what)) {
+      error = LineError(path, reader.Number(), what);
+      out.ClearData();
       return false;
-    }
-    if (col[kColTime] >= 0 && !hasTime) {
-      if (!ParseTimeCell(cellOf(kColTime), time)) {
-        error = LineError(path, lineNo, "bad time '" + cellOf(kColTime) + "'");
-        return false;
-      }
-      hasTime = true;
-    }
-    columns[kDateTime].push_back(hasTime ? MakeDateTime(date, time) : date);
-    for (int c = kColOpen; c < kColumns; ++c) {
-      double v = 0.0;
-      std::string cell = cellOf(static_cast<Column>(c));
-      bool required = std::find(std::begin(kRequired), std::end(kRequired), c) != std::end(kRequired);
-      if ((required || !cell.empty()) && !ParseNumber(cell, v)) {
-        error = LineError(path, lineNo, "bad number '" + cell + "' in column '" + header[col[c] >= 0 ? col[c] : 0] + "'");
-        return false;
-      }
-      columns[kSlotOf[c]].push_back(v);
     }
   }
-  for (int k = 0; k < kPriceSlots; ++k) out.series[k] = ToSeries(columns[k]);
+  if (in.bad()) {
+    error = path + ": cannot read the file";
+    out.ClearData();
+    return false;
+  }
   return true;
 }

@@ -1,24 +1,23 @@
-// Reading price bars from a CSV file with a header row.
+// Reading price bars from a CSV file with a header row into a price record,
+// through the library's own AddData, as a host fills one.
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "chartcalc.h"
 
-// The nine price series in the order they are bound everywhere: close, open,
-// high, low, volume, date-time, open interest, amount, spread.
-struct PriceSeries {
-  SVector series[kPriceSlots];
-  int Bars() const { return series[kClose].GetSize(); }
-};
+// Reads the whole file into out (emptied first), one AddData per field and
+// bar. On failure returns false with a message that names the file and the
+// line; out is left empty then.
+bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error);
 
-// Reads the whole file into out. On failure returns false with a message that
-// names the file and the line; out is left empty then.
-bool ReadPriceCsv(const std::string& path, PriceSeries& out, std::string& error);
+// Number of bars of a record read by ReadPriceCsv.
+inline int Bars(const SPriceData& data) { return data.GetSeries(kClose).GetSize(); }
 
 // Parses one date cell (YYYYMMDD, YYYYMMDDhhmmss, YYYY-MM-DD or
 // "YYYY-MM-DD hh:mm[:ss]") into a date and a time of day; hasTime tells
 // whether a time was written.
-bool ParseDateCell(const std::string& cell, int& date, int& time, bool& hasTime);
+bool ParseDateCell(std::string_view cell, int& date, int& time, bool& hasTime);
 // Parses a time cell: hh:mm[:ss], hhmm or hhmmss.
-bool ParseTimeCell(const std::string& cell, int& time);
+bool ParseTimeCell(std::string_view cell, int& time);

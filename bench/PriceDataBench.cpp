@@ -1,0 +1,72 @@
+// Filling a price record bar by bar with AddData, as a host (and the tool's
+// CSV reader) does. Each reports ns per bar through the items-processed
+// counter. Sizing the series first keeps the load linear; without it, the
+// block-wise growth of the series copies every bar once per thousand bars
+// added, so the cost per bar grows with the length of the history.
+#include <benchmark/benchmark.h>
+
+#include "chartcalc.h"
+
+namespace {
+
+void AddBars(SPriceData& d, int bars) {
+  for (int i = 0; i < bars; ++i) {
+    double c = 100.0 + (i % 211) * 0.25;
+    d.AddData(kFieldDateTime, 20000101.0 + i);
+    d.AddData(kFieldOpen, c - 0.5);
+    d.AddData(kFieldHigh, c + 1.0);
+    d.AddData(kFieldLow, c - 1.0);
+    d.AddData(kFieldClose, c);
+    d.AddData(kFieldVolume, 1000.0 + (i % 97));
+    d.AddData(kFieldOpenInterest, 0.0);
+    d.AddData(kFieldAmount, 0.0);
+    d.AddData(kFieldSpread, 0.0);
+  }
+}
+
+void BM_AddDataSizedFirst(benchmark::State& state) {
+  const int bars = static_cast<int>(state.range(0));
+  for (auto _ : state) {
+    SPriceData d;
+    for (SVector& s : d.Series) s.ReAlloc(bars);
+    AddBars(d, bars);
+    benchmark::DoNotOptimize(d.Series[kBaseClose].Data());
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_AddDataSizedFirst)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+void BM_AddDataGrowingByBlocks(benchmark::State& state) {
+  const int bars = static_cast<int>(state.range(0));
+  for (auto _ : state) {
+    SPriceData d;
+    AddBars(d, bars);
+    benchmark::DoNotOptimize(d.Series[kBaseClose].Data());
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_AddDataGrowingByBlocks)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
+
+// Joining staged older history in front of the bars already held.
+void BM_InsertDataEnd(benchmark::State& state) {
+  const int bars = static_cast<int>(state.range(0));
+  SPriceData recent;
+  for (SVector& s : recent.Series) s.ReAlloc(bars);
+  AddBars(recent, bars);
+  for (auto _ : state) {
+    state.PauseTiming();
+    SPriceData d(recent);
+    for (int code = 0; code < kFieldCodes; ++code)
+      if (code < kFieldCorrectionDate || code == kFieldSpread) d.TempData[code].ReAlloc(bars);
+    for (int i = 0; i < bars; ++i)
+      for (int code : {kFieldClose, kFieldOpen, kFieldHigh, kFieldLow, kFieldDateTime, kFieldVolume})
+        d.InsertData(code, 1.0);
+    state.ResumeTiming();
+    d.InsertDataEnd();
+    benchmark::DoNotOptimize(d.Series[kBaseClose].Data());
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_InsertDataEnd)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
