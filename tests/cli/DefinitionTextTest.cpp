@@ -87,7 +87,8 @@ TEST(DefinitionText, OtherKindsTakeTheirOwnKeys) {
 }
 
 TEST(DefinitionText, KoreanTextBecomesCodePage949) {
-  auto defs = Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n");
+  auto defs =
+      Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n");
   std::string name;
   ASSERT_TRUE(Utf8ToCp949("가격", name));
   EXPECT_EQ(defs[0].index.IndexName.str(), name);
@@ -130,7 +131,8 @@ TEST(DefinitionText, MistakesNameTheirFileAndLine) {
       {"kind: indicator\n[A]\nline: a = c\n[a]\n", "t.txt:4: 'a' is defined twice"},
       {"kind: indicator\n[A]\ndescription: none\n[B]\nline: b = c\n", "t.txt:2: 'A' has no formula"},
       {"kind: indicator\n[" + std::string(51, 'a') + "]\n", "t.txt:2: the name is longer than 50 bytes"},
-      {"kind: system\n[S]\nvar: n = 5, 1\n", "t.txt:3: a system variable is NAME = VALUE or NAME = VALUE, START, END, STEP"},
+      {"kind: system\n[S]\nvar: n = 5, 1\n",
+       "t.txt:3: a system variable is NAME = VALUE or NAME = VALUE, START, END, STEP"},
       {"kind: system\n[S]\nlong entry: c\nlong entry: o\n", "t.txt:4: the formula is given twice"},
   };
   for (const Case& c : cases) EXPECT_EQ(ErrorOf(c.text), c.error) << c.text;

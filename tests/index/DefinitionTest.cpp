@@ -363,8 +363,8 @@ TEST_F(Definition, ExplicitFileNamesAreReadInsteadOfTheDefaults) {
   std::filesystem::rename(getUserDBFileName(3).str(), moved + "Mine.sys");
   SIndex r("elsewhere", 3);
   EXPECT_EQ(r.ReadExpression("elsewhere"), 0);
-  ASSERT_EQ(r.ReadExpression("elsewhere", SString((moved + "System.sys").c_str()), SString((moved + "Mine.sys").c_str())),
-            1);
+  ASSERT_EQ(
+      r.ReadExpression("elsewhere", SString((moved + "System.sys").c_str()), SString((moved + "Mine.sys").c_str())), 1);
   EXPECT_EQ(r.Expression[0], w.Expression[0]);
 }
 

@@ -147,7 +147,8 @@ void ExpectPlaceholdersNameVariables(const SIndex& x, const std::string& lineNam
 void ExpectVariablesUsed(const SIndex& x) {
   for (int k = 0; k < kIndexVars && x.VarName[k].Length() > 0; ++k) {
     bool used = false;
-    for (int line = 0; line < kIndexLines; ++line) used = used || UsesName(x.Expression[line].str(), x.VarName[k].str());
+    for (int line = 0; line < kIndexLines; ++line)
+      used = used || UsesName(x.Expression[line].str(), x.VarName[k].str());
     EXPECT_TRUE(used) << x.IndexName.c_str() << ": variable " << x.VarName[k].c_str() << " is never used";
   }
 }

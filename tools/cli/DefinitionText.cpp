@@ -160,7 +160,8 @@ bool AddBars(Builder& b, const std::string& value, std::string& error) { return 
 
 bool AddBase(Builder& b, const std::string& value, std::string& error) {
   for (const std::string& p : SplitCommas(value)) {
-    if (b.bases >= kIndexBaseLines) return error = "more than " + std::to_string(kIndexBaseLines) + " base lines", false;
+    if (b.bases >= kIndexBaseLines)
+      return error = "more than " + std::to_string(kIndexBaseLines) + " base lines", false;
     double v = AnsiStringToFloat(SString(p.c_str()), std::nan(""));
     if (std::isnan(v)) return error = "base line '" + p + "' is not a number", false;
     b.x.SetBaseLineValue(b.bases++, v);
@@ -296,7 +297,8 @@ class Reader {
     if (!open_) return true;
     open_ = false;
     const DefinitionText& d = out_.back();
-    if (!HasFormula(d.index)) return Fail(d.line, Quoted(Cp949ToUtf8Lossy(d.index.IndexName.str())) + " has no formula", error);
+    if (!HasFormula(d.index))
+      return Fail(d.line, Quoted(Cp949ToUtf8Lossy(d.index.IndexName.str())) + " has no formula", error);
     return true;
   }
 
@@ -304,7 +306,8 @@ class Reader {
     if (pendingKey_.empty()) return true;
     std::string key = pendingKey_, value, message;
     pendingKey_.clear();
-    if (!Utf8ToCp949(pendingValue_, value)) return Fail(pendingLine_, "the text is not one code page 949 can hold", error);
+    if (!Utf8ToCp949(pendingValue_, value))
+      return Fail(pendingLine_, "the text is not one code page 949 can hold", error);
     if (!ApplyKey(*builder_, key, value, message)) return Fail(pendingLine_, message, error);
     return true;
   }

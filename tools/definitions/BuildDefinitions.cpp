@@ -85,8 +85,8 @@ bool CheckUniqueNames(const std::vector<DefinitionText>& defs) {
     for (size_t j = 0; j < i; ++j)
       if (defs[i].index.IndexType == defs[j].index.IndexType &&
           strcasecmp(defs[i].index.IndexName.c_str(), defs[j].index.IndexName.c_str()) == 0) {
-        std::cerr << "'" << Cp949ToUtf8Lossy(defs[i].index.IndexName.str()) << "' (" << DefinitionKindWord(defs[i].index.IndexType)
-                  << ") is defined twice\n";
+        std::cerr << "'" << Cp949ToUtf8Lossy(defs[i].index.IndexName.str()) << "' ("
+                  << DefinitionKindWord(defs[i].index.IndexType) << ") is defined twice\n";
         return false;
       }
   return true;
