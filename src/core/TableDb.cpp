@@ -332,21 +332,51 @@ int DB::TakeAhead() {
   return 1;
 }
 
-// Reads the statement's rows ahead (a batch per statement, so a scan takes
-// the file's lock once per batch rather than once per record) and takes the
-// first of them.
-int DB::ReadAhead(Statement& st) {
+// Reads the statement's rows ahead (a batch per statement, so that a scan
+// takes the file's lock once per batch rather than once per record).
+// Returns the statement's last result.
+int DB::FillAhead(Statement& st) {
   ahead_.clear();
   aheadPos_ = 0;
-  while (st.Step() == SQLITE_ROW) ahead_.push_back(ReadRow(st));
+  int rc;
+  while ((rc = st.Step()) == SQLITE_ROW) ahead_.push_back(ReadRow(st));
   st.Reset();
-  return TakeAhead();
+  return rc;
+}
+
+// The records after the given row (from the first when null) become the
+// read-ahead rows, and the first of them the current record. A row holding a
+// value beyond the size limit (written by another program) cannot be read
+// and is skipped, so it hides none of the records after it.
+int DB::ScanFrom(const long long* after) {
+  bool hasFrom = after != nullptr;
+  long long from = hasFrom ? *after : 0;
+  for (;;) {
+    Statement& st = hasFrom ? *next_ : *first_;
+    if (hasFrom) st.BindInt(1, from);
+    int rc = FillAhead(st);
+    if (rc != SQLITE_TOOBIG || !ahead_.empty() || !RowAfter(hasFrom, from)) return TakeAhead();
+    hasFrom = true;
+  }
+}
+
+// Moves row to the row after it (the first row when hasRow is false); false
+// when there is none.
+bool DB::RowAfter(bool hasRow, long long& row) {
+  Statement st;
+  std::string sql = std::string("SELECT rowid FROM records") + (hasRow ? " WHERE rowid > ?1" : "") +
+                    " ORDER BY rowid LIMIT 1";
+  if (!st.Prepare(conn_->Handle(), sql)) return false;
+  if (hasRow) st.BindInt(1, row);
+  if (st.Step() != SQLITE_ROW) return false;
+  row = st.ColumnInt(0);
+  return true;
 }
 
 int DB::MoveFirst(int) {
   ClearRecord();
   if (!EnsureOpen()) return 0;
-  return ReadAhead(*first_);
+  return ScanFrom(nullptr);
 }
 
 int DB::MoveNext(int) {
@@ -355,8 +385,8 @@ int DB::MoveNext(int) {
     return 0;
   }
   if (aheadPos_ < ahead_.size()) return TakeAhead();
-  next_->BindInt(1, rowid_);
-  return ReadAhead(*next_);
+  long long after = rowid_;
+  return ScanFrom(&after);
 }
 
 int DB::Eof() { return hasRecord_ ? 0 : 1; }
@@ -388,7 +418,8 @@ int DB::FindFrom(const char* field, const char* value, const long long* after) {
   if (!st.Prepare(conn_->Handle(), sql)) return 0;
   st.BindText(1, CutToWidth(value ? value : "", f.width));
   if (after) st.BindInt(2, afterRow);
-  return ReadAhead(st);
+  FillAhead(st);
+  return TakeAhead();
 }
 
 char* DB::GetStr(const char* field) {

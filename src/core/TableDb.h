@@ -129,7 +129,9 @@ class DB {
     std::vector<std::string> values;
   };
   Row ReadRow(sqlstore::Statement& st) const;
-  int ReadAhead(sqlstore::Statement& st);
+  int FillAhead(sqlstore::Statement& st);
+  int ScanFrom(const long long* after);
+  bool RowAfter(bool hasRow, long long& row);
   int TakeAhead();
   int FindFrom(const char* field, const char* value, const long long* after);
   bool EnsureWritable();

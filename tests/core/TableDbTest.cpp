@@ -319,6 +319,18 @@ TEST(TableDbInterop, RowsInsertedBySqlite3AreReadBack) {
   EXPECT_EQ(db.FindFirst("IndexName", "gone"), 0);
 }
 
+TEST(TableDbInterop, HugeValueWrittenBySqlite3HidesNoOtherRecord) {
+  if (!HaveSqlite3()) GTEST_SKIP() << "sqlite3 is not installed";
+  std::string path = MakeTable(TestDir() + "t.rpt");
+  for (const char* n : {"a", "b", "c", "d"}) AddRecord(path, n, n);
+  Sqlite3(path, "UPDATE records SET Expression0 = zeroblob(3000000) WHERE IndexName = 'a';"
+                "UPDATE records SET Short = hex(zeroblob(300000)) WHERE IndexName = 'c';");
+  DB db(path.c_str(), 0);
+  EXPECT_EQ(Scan(db), (std::vector<std::string>{"b", "c", "d"}));  // a cannot be read within the size limit
+  ASSERT_EQ(db.FindFirst("IndexName", "c"), 1);
+  EXPECT_STREQ(db.GetStr("Short"), "00000");
+}
+
 // ---- two-file tables ----------------------------------------------------------
 
 struct Pair {
