@@ -65,15 +65,21 @@ SString dtos(double v, int digits);  // digits > 0: fixed decimals; else "%g"
 // The framework's string type is the library's own string here.
 using CString = SString;
 
-// An ordered list of strings.
+// An ordered list of strings. An index outside the list reads as an empty
+// string (and writing to it changes nothing in the list).
 class SAnsiStringList {
  public:
   void Add(const SString& s) { items_.push_back(s); }
   void Clear() { items_.clear(); }
   long Count() const { return static_cast<long>(items_.size()); }
-  SString& operator[](long i) { return items_[static_cast<size_t>(i)]; }
-  const SString& operator[](long i) const { return items_[static_cast<size_t>(i)]; }
+  SString& operator[](long i) { return Valid(i) ? items_[static_cast<size_t>(i)] : (outside_ = SString()); }
+  const SString& operator[](long i) const {
+    static const SString kEmpty;
+    return Valid(i) ? items_[static_cast<size_t>(i)] : kEmpty;
+  }
 
  private:
+  bool Valid(long i) const { return i >= 0 && i < Count(); }
   std::vector<SString> items_;
+  SString outside_;
 };

@@ -70,6 +70,11 @@ TEST(SAnsiStringList, CopiesAreIndependent) {
   ASSERT_EQ(b.Count(), 2);
   EXPECT_STREQ(b[0].c_str(), "one");
   EXPECT_STREQ(b[1].c_str(), "changed");
+  b[5] = "outside";  // changes nothing
+  EXPECT_EQ(b.Count(), 2);
+  EXPECT_TRUE(b[-1].IsEmpty());
+  const SAnsiStringList& c = b;
+  EXPECT_TRUE(c[2].IsEmpty());
 }
 
 TEST(TextHelpers, EscapeRemovalKeepsDelimitersAndTokenSeparators) {
