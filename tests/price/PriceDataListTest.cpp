@@ -179,7 +179,8 @@ TEST(PriceDataList, AssignmentCopiesRecordsWithTheirIdsButNotSelectionOrCapacity
   EXPECT_EQ(Ids(c), Ids(a));
   c[2].SymbolCode = "changed";
   EXPECT_STREQ(a[2].SymbolCode.c_str(), "C");
-  b = b;
+  SPriceDataList& same = b;
+  b = same;
   EXPECT_EQ(b.GetSize(), 3);
 }
 
