@@ -4,6 +4,7 @@
 // are dropped.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 template <typename T, typename ARG = const T&>
