@@ -172,6 +172,7 @@ class SCalc {
   SVector PrimFunctionCall(const char* name, int family);
   TokenValue KeywordToken(const char* name) const;
   void CopyFrom(const SCalc& other);
+  static void ZeroWarmUp(SVector& result);
 
   // Tokenizer state.
   char expr_[kMaxExpression] = {};

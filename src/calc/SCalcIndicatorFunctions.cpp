@@ -6,7 +6,6 @@
 // SCalcDayFunctions.cpp, the regression statistics in
 // SCalcRegressionFunctions.cpp.
 #include <cmath>
-#include <vector>
 
 #include "calc/FunctionArgs.h"
 #include "calc/SCalcFunctionTable.h"
@@ -33,13 +32,15 @@ double SumAbsDeviation(const double* x, int count, double m) {
   return (s0 + s1) + (s2 + s3);
 }
 
-// Typical prices (high + low + close) / 3 from bar s on.
-std::vector<double> TypicalPrices(SCalc& calc, int s, int n) {
+// Typical prices (high + low + close) / 3 from bar s on; the bars before s
+// are never read and not written.
+SVector TypicalPrices(SCalc& calc, int s, int n) {
   const double* h = calc.Bound(kHigh).Data();
   const double* l = calc.Bound(kLow).Data();
   const double* c = calc.Bound(kClose).Data();
-  std::vector<double> tp(static_cast<size_t>(n), 0.0);
-  for (int i = s; i < n; ++i) tp[i] = (h[i] + l[i] + c[i]) / 3.0;
+  SVector tp(n);
+  double* t = tp.Data();
+  for (int i = s; i < n; ++i) t[i] = (h[i] + l[i] + c[i]) / 3.0;
   return tp;
 }
 
@@ -60,20 +61,21 @@ SVector CalcCci(SCalc& calc, int period) {
   const int s = std::max(close.GetStartIndex(), 0);
   SVector r = ZeroSeries(n, ShiftStart(s, period - 1));
   if (!r.HasValid()) return r;
-  const std::vector<double> tp = TypicalPrices(calc, s, n);
+  const SVector typical = TypicalPrices(calc, s, n);
+  const double* tp = typical.Data();
   double* out = r.Data();
   double sum = 0.0;
   WindowChanges changes;
   for (int i = r.GetStartIndex(), rebuild = 0; i < n; ++i, --rebuild) {
-    const double* window = tp.data() + i - period + 1;
+    const double* window = tp + i - period + 1;
     if (rebuild == 0) {
       sum = 0.0;
       for (int k = 0; k < period; ++k) sum += window[k];
-      changes.Recount(tp.data(), i, period);
+      changes.Recount(tp, i, period);
       rebuild = period;
     } else {
       sum += tp[i] - tp[i - period];
-      changes.Slide(tp.data(), i, period);
+      changes.Slide(tp, i, period);
     }
     if (changes.Flat()) continue;  // stays 0
     const double avg = sum / period;

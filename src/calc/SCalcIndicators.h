@@ -44,11 +44,15 @@ SVector CalcRSquared(SCalc& calc, const SVector& x, int period);
 
 // Helpers shared by these functions.
 
-// n zeros with the given start index: a result frame whose bars below the
-// start carry no meaning but stay defined.
+// A result frame of n bars with the given start index whose valid bars hold
+// 0. The bars below the start carry no meaning and are not written (on a
+// partial calculation over the newest bars they are nearly the whole
+// history); a frame whose start is still to be found (at or beyond n, as
+// kInvalidStart) is zeroed whole, since its caller may move the start down.
 inline SVector ZeroSeries(int n, int start) {
   SVector r(n);
-  std::fill(r.Data(), r.Data() + r.GetSize(), 0.0);
+  const int from = start >= r.GetSize() ? 0 : std::max(start, 0);
+  std::fill(r.Data() + from, r.Data() + r.GetSize(), 0.0);
   r.SetStartIndex(start);
   return r;
 }

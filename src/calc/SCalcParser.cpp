@@ -141,7 +141,17 @@ SVector SCalc::Calculate() {
   // A constant formula yields a full series of close's length.
   if (ErrorCount == 0 && !result.IsSeries()) result = Close() * 0.0 + result;
   if (ErrorCount > 0) result.SetStartIndex(kInvalidStart);
+  ZeroWarmUp(result);
   return result;
+}
+
+// The operations leave the bars below a result's start index unwritten; a
+// whole calculation hands its caller defined values there (0), at the cost of
+// the warm-up bars only.
+void SCalc::ZeroWarmUp(SVector& result) {
+  if (!result.IsSeries()) return;
+  const int end = std::clamp(result.GetStartIndex(), 0, result.GetSize());
+  std::fill(result.Data(), result.Data() + end, 0.0);
 }
 
 // Recomputes from the start bar on: the bound price series (all but date-time,

@@ -3,8 +3,8 @@
 //
 // Every function has the same shape: check the arguments, frame the result
 // (size and start index), then one steady loop over the bars. Bars below a
-// result's start index carry no meaning; they are set to 0 so that results
-// never depend on memory nobody wrote.
+// result's start index carry no meaning and are never read; valid bars that
+// an operand does not reach are set to 0.
 #include "calc/SeriesFunctions.h"
 
 #include <algorithm>
@@ -50,13 +50,14 @@ const SVector& OverBars(const SCalc& calc, const SVector& x, SVector& scratch) {
   return scratch;
 }
 
-// Sets the bars outside [start, end) to 0.
+// Sets the valid bars from `end` on, which no operand reaches, to 0. The bars
+// below the start index carry no meaning and are left alone: on a partial
+// calculation over the newest bars they are nearly the whole history.
 void ClearOutside(SVector& r, int end) {
   double* d = r.Data();
   const int n = r.GetSize();
   const int first = std::clamp(r.GetStartIndex(), 0, n);
   end = std::clamp(end, first, n);
-  std::fill(d, d + first, 0.0);
   std::fill(d + end, d + n, 0.0);
 }
 

@@ -99,6 +99,24 @@ int RoundUpToBlock(int n) {
                                                 : static_cast<int>(cap);
 }
 
+// The capacity of a fresh buffer for n elements. Buffers the pool recycles
+// are rounded up to the growth block, so that a history that grows by a bar
+// between two calculations still finds its buffers there.
+int FreshCapacity(int n) { return n >= kPoolMinDoubles ? RoundUpToBlock(n) : n; }
+
+// The first element a copy or an element-wise operation has to carry: a true
+// series' valid range starts at its start index, and the elements below it
+// carry no meaning; a single number answers every index with element 0.
+int FirstCarried(const SVector& v) {
+  return v.IsSeries() ? std::clamp(v.GetStartIndex(), 0, v.GetSize()) : 0;
+}
+
+// Copies the carried elements of src (see FirstCarried) into dst.
+void CopyCarried(double* dst, const SVector& src) {
+  const int from = FirstCarried(src);
+  if (from < src.GetSize()) std::memcpy(dst + from, src.Data() + from, sizeof(double) * (src.GetSize() - from));
+}
+
 }  // namespace
 
 int ShiftStart(int start, long long n) {
@@ -122,7 +140,7 @@ SVector::SVector() = default;
 
 SVector::SVector(int n) {
   if (n > 0) {
-    Alloc(n);
+    Alloc(FreshCapacity(n));
     size_ = std::min(n, capacity_);
   }
 }
@@ -135,11 +153,13 @@ SVector::SVector(double v) : series_(0) {
   }
 }
 
+// A copy carries the valid elements only: on a partial calculation over the
+// newest bars of a long history that is a few bars, not the whole history.
 SVector::SVector(const SVector& other) : start_(other.start_), series_(other.series_) {
   if (other.size_ > 0) {
-    Alloc(other.size_);
+    Alloc(FreshCapacity(other.size_));
     if (!data_) return;
-    std::memcpy(data_, other.data_, sizeof(double) * other.size_);
+    CopyCarried(data_, other);
     size_ = other.size_;
   }
 }
@@ -168,13 +188,13 @@ SVector& SVector::operator=(const SVector& other) {
   if (this == &other) return *this;
   if (capacity_ < other.size_ || (capacity_ == 0 && other.size_ > 0)) {
     Release();
-    Alloc(other.size_);
+    Alloc(FreshCapacity(other.size_));
     if (!data_) {
       size_ = 0;
       return *this;
     }
   }
-  if (other.size_ > 0) std::memcpy(data_, other.data_, sizeof(double) * other.size_);
+  if (other.size_ > 0) CopyCarried(data_, other);
   size_ = other.size_;
   start_ = other.start_;
   series_ = other.series_;
@@ -316,11 +336,12 @@ void VecRef(SVector& r, const SVector& a, int n) {
   SVector out(static_cast<int>(size));
   const double* src = a.Data();
   double* dst = out.Data();
-  for (long long i = 0; i < size; ++i) {
+  long long start = std::max(static_cast<long long>(ShiftStart(a.GetStartIndex(), n)), 0LL);
+  // Only the delayed valid range is written; it reads a's valid range.
+  for (long long i = std::min(start, size); i < size; ++i) {
     long long j = i - n;
     dst[i] = (j >= 0 && j < a.GetSize()) ? src[j] : 0.0;
   }
-  long long start = std::max(static_cast<long long>(ShiftStart(a.GetStartIndex(), n)), 0LL);
   out.SetStartIndex(static_cast<int>(start));
   r = std::move(out);
 }
@@ -333,11 +354,15 @@ namespace {
 
 // Two operands of different lengths: the result has the longer length and the
 // bars the shorter operand lacks take 0, a finite value the host can show.
+// Only the result's valid range is computed (bars below its start index carry
+// no meaning), so an operation on the newest bars of a long history costs
+// those bars only.
 template <class Op>
 SVector Binary(const SVector& a, const SVector& b, Op op) {
+  const int start = std::max(a.GetStartIndex(), b.GetStartIndex());
   if (!a.IsSeries() && !b.IsSeries()) {
     SVector r(op(a.Number(), b.Number()));
-    r.SetStartIndex(std::max(a.GetStartIndex(), b.GetStartIndex()));
+    r.SetStartIndex(start);
     return r;
   }
   int na = a.IsSeries() ? a.GetSize() : -1;
@@ -346,21 +371,22 @@ SVector Binary(const SVector& a, const SVector& b, Op op) {
   SVector r(n);
   double* d = r.Data();
   if (n > 0 && d) {
+    const int first = std::clamp(start, 0, n);
     const double* pa = a.Data();
     const double* pb = b.Data();
     if (na < 0) {
       double x = a.Number();
-      for (int i = 0; i < n; ++i) d[i] = op(x, pb[i]);
+      for (int i = first; i < n; ++i) d[i] = op(x, pb[i]);
     } else if (nb < 0) {
       double y = b.Number();
-      for (int i = 0; i < n; ++i) d[i] = op(pa[i], y);
+      for (int i = first; i < n; ++i) d[i] = op(pa[i], y);
     } else {
-      int common = std::min(na, nb);
-      for (int i = 0; i < common; ++i) d[i] = op(pa[i], pb[i]);
+      int common = std::max(std::min(na, nb), first);
+      for (int i = first; i < common; ++i) d[i] = op(pa[i], pb[i]);
       std::fill(d + common, d + n, 0.0);
     }
   }
-  r.SetStartIndex(std::max(a.GetStartIndex(), b.GetStartIndex()));
+  r.SetStartIndex(start);
   return r;
 }
 
@@ -368,7 +394,7 @@ template <class Op>
 SVector Unary(const SVector& a, Op op) {
   SVector r = a;
   double* d = r.Data();
-  for (int i = 0, n = r.GetSize(); i < n; ++i) d[i] = op(d[i]);
+  for (int i = FirstCarried(r), n = r.GetSize(); i < n; ++i) d[i] = op(d[i]);
   return r;
 }
 

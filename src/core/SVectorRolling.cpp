@@ -15,12 +15,12 @@
 namespace {
 
 // The result frame: one element per source bar, the warm-up start index.
-// The warm-up bars before the start index hold 0, so that a copy or a delay
-// of the result never carries undefined values.
+// The warm-up bars before the start index are not written: they carry no
+// meaning, copies and delays never carry them, and on a partial calculation
+// over the newest bars they are nearly the whole history.
 SVector Frame(const SVector& src, int period) {
   SVector out(src.GetSize());
   out.SetStartIndex(period < 1 ? kInvalidStart : ShiftStart(std::max(src.GetStartIndex(), 0), period - 1));
-  std::fill(out.Data(), out.Data() + std::min(out.GetStartIndex(), out.GetSize()), 0.0);
   return out;
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -21,6 +22,13 @@ inline SVector Series(std::initializer_list<double> values, int start = 0) {
 
 inline std::vector<double> Values(const SVector& s) {
   return std::vector<double>(s.Data(), s.Data() + s.GetSize());
+}
+
+// The elements from the start index on: the bars below it carry no meaning.
+inline std::vector<double> ValidValues(const SVector& s) {
+  const int from = std::max(s.GetStartIndex(), 0);
+  if (from >= s.GetSize()) return {};
+  return std::vector<double>(s.Data() + from, s.Data() + s.GetSize());
 }
 
 // Nine bound price series. Fill the ones a test needs; the rest stay empty.

