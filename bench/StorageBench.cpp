@@ -15,9 +15,9 @@ namespace {
 constexpr int kRecords = 10000;
 
 // The trade-list fields: 19 texts of width 50.
-const char* const kTradeFields[] = {"TradeNo",  "EntryType", "ExitType", "EntryDate",  "ExitDate",
-                                    "EntryTime", "ExitTime",  "EntryPrice", "ExitPrice", "Quantity",
-                                    "Runup",    "Drawdown",  "EntryEff", "ExitEff",    "TotalEff",
+const char* const kTradeFields[] = {"TradeNo",         "EntryType",          "ExitType",   "EntryDate",    "ExitDate",
+                                    "EntryTime",       "ExitTime",           "EntryPrice", "ExitPrice",    "Quantity",
+                                    "Runup",           "Drawdown",           "EntryEff",   "ExitEff",      "TotalEff",
                                     "ProfitLossRatio", "CumProfitLossRatio", "ProfitLoss", "CumProfitLoss"};
 
 std::string ScratchPath(const char* name) {

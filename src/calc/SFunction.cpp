@@ -68,9 +68,7 @@ SFunction& SFunctionList::operator[](int i) {
   return empty_;
 }
 
-const SFunction& SFunctionList::operator[](int i) const {
-  return i >= 0 && i < count_ ? items_[i] : empty_;
-}
+const SFunction& SFunctionList::operator[](int i) const { return i >= 0 && i < count_ ? items_[i] : empty_; }
 
 int SFunctionList::ReadFunction() {
   Clear();

@@ -16,10 +16,10 @@ class SFunction {
   SFunction& operator=(const SFunction&) = default;
   virtual ~SFunction() = default;
 
-  SString Name;                         // as used in formulas
-  SString VarName[kMaxFunctionVars];    // parameters; the first empty one ends the list
-  SString VarValue[kMaxFunctionVars];   // stored parameter values (not used by calls)
-  SString Expression;                   // the body; at most 4095 characters are evaluated
+  SString Name;                        // as used in formulas
+  SString VarName[kMaxFunctionVars];   // parameters; the first empty one ends the list
+  SString VarValue[kMaxFunctionVars];  // stored parameter values (not used by calls)
+  SString Expression;                  // the body; at most 4095 characters are evaluated
 
   // Number of parameters: the names before the first empty one.
   int GetVarCount() const;

@@ -48,9 +48,12 @@ int CFBArchive::GetInt(const char* key, int dflt) {
   const Value* v = Find(key);
   if (!v) return dflt;
   switch (v->type) {
-    case Type::kInt: return ClampToInt(v->i);
-    case Type::kDouble: return std::isnan(v->d) ? dflt : RoundToInt(v->d);
-    default: return static_cast<int>(AnsiStringToInt(SString(v->s), dflt));
+    case Type::kInt:
+      return ClampToInt(v->i);
+    case Type::kDouble:
+      return std::isnan(v->d) ? dflt : RoundToInt(v->d);
+    default:
+      return static_cast<int>(AnsiStringToInt(SString(v->s), dflt));
   }
 }
 
@@ -58,9 +61,12 @@ double CFBArchive::GetDbl(const char* key, double dflt) {
   const Value* v = Find(key);
   if (!v) return dflt;
   switch (v->type) {
-    case Type::kInt: return static_cast<double>(v->i);
-    case Type::kDouble: return v->d;
-    default: return AnsiStringToFloat(SString(v->s), dflt);
+    case Type::kInt:
+      return static_cast<double>(v->i);
+    case Type::kDouble:
+      return v->d;
+    default:
+      return AnsiStringToFloat(SString(v->s), dflt);
   }
 }
 
@@ -68,9 +74,12 @@ SString CFBArchive::GetStr(const char* key, const char* dflt) {
   const Value* v = Find(key);
   if (!v) return SString(dflt);
   switch (v->type) {
-    case Type::kInt: return ltos(static_cast<long>(v->i));
-    case Type::kDouble: return dtos(v->d, 0);
-    default: return SString(v->s);
+    case Type::kInt:
+      return ltos(static_cast<long>(v->i));
+    case Type::kDouble:
+      return dtos(v->d, 0);
+    default:
+      return SString(v->s);
   }
 }
 
@@ -106,8 +115,9 @@ int CFBArchive::SaveFile(const char* path) {
   {
     sqlstore::Connection c;
     ok = c.OpenForCreate(temp) && c.Exec("PRAGMA journal_mode=OFF") && c.Exec("BEGIN") &&
-         c.Exec("CREATE TABLE entries(category TEXT NOT NULL, key TEXT NOT NULL, type TEXT NOT NULL, value, "
-                "PRIMARY KEY(category, key))");
+         c.Exec(
+             "CREATE TABLE entries(category TEXT NOT NULL, key TEXT NOT NULL, type TEXT NOT NULL, value, "
+             "PRIMARY KEY(category, key))");
     Statement st;
     ok = ok && st.Prepare(c.Handle(), "INSERT INTO entries(category, key, type, value) VALUES(?1, ?2, ?3, ?4)");
     for (auto cat = categories_.begin(); ok && cat != categories_.end(); ++cat)
@@ -117,10 +127,14 @@ int CFBArchive::SaveFile(const char* path) {
         st.BindText(1, cat->first);
         st.BindText(2, e->first);
         st.BindText(3, kTypeNames[static_cast<int>(v.type)]);
-        if (v.type == Type::kInt) st.BindInt(4, v.i);
-        else if (v.type == Type::kString) st.BindText(4, v.s);
-        else if (std::isnan(v.d)) st.BindNull(4);
-        else st.BindDouble(4, v.d);
+        if (v.type == Type::kInt)
+          st.BindInt(4, v.i);
+        else if (v.type == Type::kString)
+          st.BindText(4, v.s);
+        else if (std::isnan(v.d))
+          st.BindNull(4);
+        else
+          st.BindDouble(4, v.d);
         ok = st.Step() == SQLITE_DONE;
       }
     st.Finalize();

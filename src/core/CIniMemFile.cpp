@@ -172,8 +172,10 @@ void CIniMemFile::SetText(std::string_view text) {
     Section& s = sections_[current];
     std::string key(eq == std::string_view::npos ? std::string_view() : TrimBlanks(t.substr(0, eq)));
     bool item = t[0] != ';' && t[0] != '#' && t[0] != '[' && !key.empty() && !s.keys.count(Lower(key));
-    if (item) AddLine(s, std::move(key), UnquoteValue(TrimBlanks(t.substr(eq + 1))));
-    else AddLine(s, std::string(), std::string(line));
+    if (item)
+      AddLine(s, std::move(key), UnquoteValue(TrimBlanks(t.substr(eq + 1))));
+    else
+      AddLine(s, std::string(), std::string(line));
   }
   modified_ = false;
 }
@@ -187,8 +189,10 @@ std::string CIniMemFile::GetText() const {
       out += "[" + s.name + "]\n";
     }
     for (const Line& line : s.lines) {
-      if (line.key.empty()) out += line.value;
-      else out += line.key + "=" + (NeedsQuotes(line.value) ? QuoteValue(line.value) : line.value);
+      if (line.key.empty())
+        out += line.value;
+      else
+        out += line.key + "=" + (NeedsQuotes(line.value) ? QuoteValue(line.value) : line.value);
       out += '\n';
     }
   }

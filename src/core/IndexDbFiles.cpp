@@ -17,11 +17,8 @@ struct KindFiles {
 
 // One row per definition kind; any other kind uses the first row's files.
 constexpr KindFiles kKindFiles[] = {
-    {0, "Indicator", ".idx"},
-    {1, "Expression", ".exp"},
-    {2, "Pattern", ".ptn"},
-    {3, "System", ".sys"},
-    {4, "Function", ".fnc"},
+    {0, "Indicator", ".idx"}, {1, "Expression", ".exp"}, {2, "Pattern", ".ptn"},
+    {3, "System", ".sys"},    {4, "Function", ".fnc"},
 };
 
 const KindFiles& FilesOf(int type) {
@@ -62,19 +59,38 @@ std::vector<DBField> DefinitionFields(int type) {
     case 0:
       AddNumbered(f, {{"VarName", kShort}, {"VarValue", kShort}}, 10);
       AddNumbered(f,
-                  {{"ShowLine", kShort}, {"Expression", kFormula}, {"ExpName", kShort}, {"LineType", kShort},
-                   {"LineColor", kShort}, {"LineUpColor", kShort}, {"LineDnColor", kShort},
-                   {"LineUpValue", kShort}, {"LineDnValue", kShort}, {"LineCompMethod", kShort},
-                   {"LineStyle", kShort}, {"LineWidth", kShort}, {"YValue", kShort}},
+                  {{"ShowLine", kShort},
+                   {"Expression", kFormula},
+                   {"ExpName", kShort},
+                   {"LineType", kShort},
+                   {"LineColor", kShort},
+                   {"LineUpColor", kShort},
+                   {"LineDnColor", kShort},
+                   {"LineUpValue", kShort},
+                   {"LineDnValue", kShort},
+                   {"LineCompMethod", kShort},
+                   {"LineStyle", kShort},
+                   {"LineWidth", kShort},
+                   {"YValue", kShort}},
                   5);
-      AddPlain(f, {{"YValueColor", kShort}, {"YValueStyle", kShort}, {"YValueWidth", kShort}, {"MinMaxY", kShort},
-                   {"UserMin", kShort}, {"UserMax", kShort}, {"LogY", kShort}, {"InvertY", kShort},
-                   {"Password", kShort}, {"Description", kLong}});
+      AddPlain(f, {{"YValueColor", kShort},
+                   {"YValueStyle", kShort},
+                   {"YValueWidth", kShort},
+                   {"MinMaxY", kShort},
+                   {"UserMin", kShort},
+                   {"UserMax", kShort},
+                   {"LogY", kShort},
+                   {"InvertY", kShort},
+                   {"Password", kShort},
+                   {"Description", kLong}});
       break;
     case 1:
       AddNumbered(f, {{"VarName", kShort}, {"VarValue", kShort}}, 10);
       AddNumbered(f,
-                  {{"Expression", kFormula}, {"LineType", kShort}, {"LineColor", kShort}, {"LineWidth", kShort},
+                  {{"Expression", kFormula},
+                   {"LineType", kShort},
+                   {"LineColor", kShort},
+                   {"LineWidth", kShort},
                    {"LineStyle", kShort}},
                   1);
       AddPlain(f, {{"Password", kShort}, {"Description", kLong}, {"Period", kShort}});
@@ -82,11 +98,17 @@ std::vector<DBField> DefinitionFields(int type) {
     case 2:
     case 3:
       AddNumbered(f,
-                  {{"VarName", kShort}, {"VarValue", kShort}, {"VarStart", kShort}, {"VarEnd", kShort},
+                  {{"VarName", kShort},
+                   {"VarValue", kShort},
+                   {"VarStart", kShort},
+                   {"VarEnd", kShort},
                    {"VarIncrement", kShort}},
                   10);
       AddNumbered(f,
-                  {{"Expression", kFormula}, {"LineColor", kShort}, {"LineType", kShort}, {"LineWidth", kShort},
+                  {{"Expression", kFormula},
+                   {"LineColor", kShort},
+                   {"LineType", kShort},
+                   {"LineWidth", kShort},
                    {"LineStyle", kShort}},
                   type == 2 ? 2 : 4);
       AddPlain(f, {{"Password", kShort}, {"Description", kLong}});

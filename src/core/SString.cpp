@@ -1,9 +1,9 @@
 #include "core/SString.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <climits>
 #include <cwchar>
 
 namespace {

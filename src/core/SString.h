@@ -58,8 +58,8 @@ class SString final {
 };
 
 // Number formats of the string type.
-SString ltos(long v);           // "%ld"
-SString ultos(unsigned long v);  // "%ld" too, so values above 2^31-1 read negative
+SString ltos(long v);                // "%ld"
+SString ultos(unsigned long v);      // "%ld" too, so values above 2^31-1 read negative
 SString dtos(double v, int digits);  // digits > 0: fixed decimals; else "%g"
 
 // The framework's string type is the library's own string here.

@@ -54,9 +54,7 @@ void Connection::Close() {
   db_ = nullptr;
 }
 
-bool Connection::Exec(const char* sql) {
-  return db_ && sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
+bool Connection::Exec(const char* sql) { return db_ && sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
 
 bool Connection::HasTable(const char* name) {
   Statement st;

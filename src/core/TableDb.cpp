@@ -63,8 +63,9 @@ bool WriteEmptyTable(const std::string& path, const std::vector<DBField>& fields
     std::string columns;
     for (const DBField& f : fields) columns += Quote(f.sqlName) + " TEXT, ";
     ok = c.OpenForCreate(temp) && c.Exec("PRAGMA journal_mode=DELETE") && c.Exec("BEGIN") &&
-         c.Exec("CREATE TABLE fields(position INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                "type TEXT NOT NULL, width INTEGER NOT NULL)") &&
+         c.Exec(
+             "CREATE TABLE fields(position INTEGER PRIMARY KEY, name TEXT NOT NULL, "
+             "type TEXT NOT NULL, width INTEGER NOT NULL)") &&
          c.Exec(("CREATE TABLE records(" + columns + "\"_deleted\" INTEGER NOT NULL DEFAULT 0)").c_str());
     Statement st;
     ok = ok && st.Prepare(c.Handle(), "INSERT INTO fields(position, name, type, width) VALUES(?1, ?2, ?3, ?4)");
@@ -195,8 +196,8 @@ bool DB::EnsureOpen() {
   conn_ = std::make_unique<sqlstore::Connection>();
   // Opened for writing where the file allows it; nothing is written until a
   // record is.
-  if (!FileExist(path_.c_str()) || !conn_->OpenExisting(path_, false) || !LoadFields() ||
-      !CheckRecordColumns() || !PrepareStatements()) {
+  if (!FileExist(path_.c_str()) || !conn_->OpenExisting(path_, false) || !LoadFields() || !CheckRecordColumns() ||
+      !PrepareStatements()) {
     Close();
     fields_.clear();
     state_ = OpenState::kFailed;
@@ -364,8 +365,8 @@ int DB::ScanFrom(const long long* after) {
 // when there is none.
 bool DB::RowAfter(bool hasRow, long long& row) {
   Statement st;
-  std::string sql = std::string("SELECT rowid FROM records") + (hasRow ? " WHERE rowid > ?1" : "") +
-                    " ORDER BY rowid LIMIT 1";
+  std::string sql =
+      std::string("SELECT rowid FROM records") + (hasRow ? " WHERE rowid > ?1" : "") + " ORDER BY rowid LIMIT 1";
   if (!st.Prepare(conn_->Handle(), sql)) return false;
   if (hasRow) st.BindInt(1, row);
   if (st.Step() != SQLITE_ROW) return false;

@@ -31,9 +31,12 @@ void DDB::SetExtension(const SString& ext) {
 
 DB* DDB::Current() {
   switch (side_) {
-    case kUserSide: return &user_;
-    case kIndexSide: return &index_;
-    default: return nullptr;
+    case kUserSide:
+      return &user_;
+    case kIndexSide:
+      return &index_;
+    default:
+      return nullptr;
   }
 }
 
@@ -47,9 +50,7 @@ const std::string& DDB::KeyField() {
   return keyField_;
 }
 
-bool DDB::IsShadowed() {
-  return HasUser() && !index_.Eof() && shadow_.count(index_.GetStr(KeyField().c_str())) > 0;
-}
+bool DDB::IsShadowed() { return HasUser() && !index_.Eof() && shadow_.count(index_.GetStr(KeyField().c_str())) > 0; }
 
 void DDB::SkipShadowed() {
   while (!index_.Eof() && IsShadowed()) index_.MoveNext();

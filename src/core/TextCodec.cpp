@@ -52,8 +52,10 @@ std::string Cp949FromUtf8Lossy(std::string_view utf8) {
   std::string piece;
   for (size_t p = 0; p < utf8.size();) {
     size_t n = Utf8SequenceLength(utf8.substr(p));
-    if (n > 0 && Utf8ToCp949(utf8.substr(p, n), piece)) out += piece;
-    else out += '?';
+    if (n > 0 && Utf8ToCp949(utf8.substr(p, n), piece))
+      out += piece;
+    else
+      out += '?';
     p += n > 0 ? n : 1;
   }
   return out;

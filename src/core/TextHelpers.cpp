@@ -89,13 +89,9 @@ char* DeleteString(char* text, const char* key) {
   return text;
 }
 
-char* FindString(char* text, const char* key) {
-  return text && key ? std::strstr(text, key) : nullptr;
-}
+char* FindString(char* text, const char* key) { return text && key ? std::strstr(text, key) : nullptr; }
 
-const char* FindString(const char* text, const char* key) {
-  return text && key ? std::strstr(text, key) : nullptr;
-}
+const char* FindString(const char* text, const char* key) { return text && key ? std::strstr(text, key) : nullptr; }
 
 bool IsNameStart(unsigned char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= 0xA1 && c <= 0xFE);

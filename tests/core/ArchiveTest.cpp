@@ -125,8 +125,9 @@ TEST(CFBArchive, Sqlite3ReadsTheEntries) {
   ASSERT_EQ(a.SaveFile(path.c_str()), 1);
   EXPECT_EQ(Sqlite3(path, "SELECT category, key, type, value FROM entries ORDER BY key;"),
             "Simulation|JumpValue|double|100.5\nSimulation|SymbolName|string|삼성\n");
-  Sqlite3(path, "INSERT INTO entries VALUES('Simulation', 'JumpMode', 'double', 1.0);"
-                "INSERT INTO entries VALUES('Simulation', 'Odd', 'complex', 1);");
+  Sqlite3(path,
+          "INSERT INTO entries VALUES('Simulation', 'JumpMode', 'double', 1.0);"
+          "INSERT INTO entries VALUES('Simulation', 'Odd', 'complex', 1);");
   CFBArchive b;
   ASSERT_EQ(b.LoadFile(path.c_str()), 1);
   b.SetCategory("Simulation");

@@ -43,7 +43,8 @@ TEST(CIniMemFile, TextIsPlainSectionsOfKeyValueLines) {
 TEST(CIniMemFile, QuotedValuesKeepBlanksQuotesAndLineBreaks) {
   const std::string values[] = {" leading", "trailing ", "two\nlines\r\n", "\"quoted\"", "back\\slash", "", "a=b"};
   CIniMemFile doc;
-  for (size_t i = 0; i < std::size(values); ++i) doc.WriteString("S", ("k" + std::to_string(i)).c_str(), values[i].c_str());
+  for (size_t i = 0; i < std::size(values); ++i)
+    doc.WriteString("S", ("k" + std::to_string(i)).c_str(), values[i].c_str());
   CIniMemFile back;
   back.SetText(doc.GetText());
   for (size_t i = 0; i < std::size(values); ++i)
@@ -54,8 +55,9 @@ TEST(CIniMemFile, QuotedValuesKeepBlanksQuotesAndLineBreaks) {
 
 TEST(CIniMemFile, ForeignTextIsReadLenientlyAndItsOtherLinesKept) {
   CIniMemFile doc;
-  doc.SetText("top=1\r\n; a comment\r\n  [ Main ]  \r\n  key  =  spaced value  \r\nkey=second\r\n"
-              "no equals sign\r\n=novalue\r\n[broken\r\n# hash\r\n[Other]\r\nn=5\r\n");
+  doc.SetText(
+      "top=1\r\n; a comment\r\n  [ Main ]  \r\n  key  =  spaced value  \r\nkey=second\r\n"
+      "no equals sign\r\n=novalue\r\n[broken\r\n# hash\r\n[Other]\r\nn=5\r\n");
   EXPECT_EQ(static_cast<int>(doc.GetInt("", "top", 0)), 1);
   EXPECT_STREQ(doc.GetString("main", "KEY", "").c_str(), "spaced value");  // the first one counts
   EXPECT_EQ(doc.GetInt("Other", "n", 0), 5u);

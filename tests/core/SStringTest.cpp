@@ -78,7 +78,9 @@ TEST(SAnsiStringList, CopiesAreIndependent) {
 }
 
 TEST(TextHelpers, EscapeRemovalKeepsDelimitersAndTokenSeparators) {
-  char text[] = "f|a\x1b+\x01" "b|\tx\r\n|y\x7f";
+  char text[] =
+      "f|a\x1b+\x01"
+      "b|\tx\r\n|y\x7f";
   EXPECT_STREQ(DeleteEscapeCharacter(text), "f|a+b|\tx\r\n|y");
   char spaced[] = " a b\tc ";
   EXPECT_STREQ(DeleteAllSpace(spaced), "abc");
@@ -114,9 +116,19 @@ TEST(TextHelpers, NumberParsingFallsBackToTheDefault) {
     const char* text;
     long expected;
   };
-  const IntCase ints[] = {{"12", 12},   {" -7 ", -7},  {"+3", 3},         {"3.9", 3},         {"-3.9", -3},
-                          {"", 99},     {"abc", 99},   {"12abc", 99},     {"2147483648", 99}, {"nan", 99},
-                          {"1e3", 1000}, {"--1", 99}, {"-2147483648", -2147483648l}};
+  const IntCase ints[] = {{"12", 12},
+                          {" -7 ", -7},
+                          {"+3", 3},
+                          {"3.9", 3},
+                          {"-3.9", -3},
+                          {"", 99},
+                          {"abc", 99},
+                          {"12abc", 99},
+                          {"2147483648", 99},
+                          {"nan", 99},
+                          {"1e3", 1000},
+                          {"--1", 99},
+                          {"-2147483648", -2147483648l}};
   for (const IntCase& c : ints) EXPECT_EQ(AnsiStringToInt(c.text, 99), c.expected) << c.text;
   struct FloatCase {
     const char* text;
@@ -154,7 +166,7 @@ TEST(TextHelpers, ProposedStepsRoundToTwoSignificantDigits) {
   struct Case {
     double step, expected;
   };
-  const Case cases[] = {{24.69, 25}, {61.725, 62}, {0.1234, 0.12}, {20, 20}, {50, 50},
+  const Case cases[] = {{24.69, 25}, {61.725, 62}, {0.1234, 0.12},  {20, 20},     {50, 50},
                         {40, 40},    {1234, 1200}, {0.0149, 0.015}, {-24.69, -25}};
   for (const Case& c : cases) EXPECT_EQ(GetNewTickValue(c.step), c.expected) << c.step;
   EXPECT_EQ(GetNewTickValue(std::numeric_limits<double>::infinity()), 0.0);

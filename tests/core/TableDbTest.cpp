@@ -84,7 +84,7 @@ TEST(TableDb, AppendedRecordsScanInInsertionOrder) {
   ASSERT_EQ(db.FindFirst("IndexName", "alpha"), 1);
   EXPECT_STREQ(db.GetStr("Expression0"), "x+alpha");
   EXPECT_STREQ(db.GetStr("expression0"), "x+alpha");  // field names ignore case
-  EXPECT_EQ(db.FindFirst("IndexName", "ALPHA"), 0);    // values do not
+  EXPECT_EQ(db.FindFirst("IndexName", "ALPHA"), 0);   // values do not
 }
 
 TEST(TableDb, FindFirstThenWriteRecordRewritesInPlace) {
@@ -140,7 +140,8 @@ TEST(TableDb, ValueLongerThanItsWidthIsCutAtACharacterBoundary) {
   struct Case {
     std::string value, stored;
   };
-  const Case cases[] = {{"abcdefg", "abcde"}, {"abc", "abc"}, {threeSyllables, Ko("가나")}, {"a" + Ko("가나"), "a" + Ko("가나")}};
+  const Case cases[] = {
+      {"abcdefg", "abcde"}, {"abc", "abc"}, {threeSyllables, Ko("가나")}, {"a" + Ko("가나"), "a" + Ko("가나")}};
   for (const Case& c : cases) {
     db.Append("k");
     db.InsField("Short", c.value.c_str());
@@ -267,9 +268,8 @@ TEST(TableDb, LockedFileFailsInsteadOfWaitingForever) {
   std::string path = MakeTable(dir + "t.rpt");
   AddRecord(path, "kept", "1");
   // Another program holds the file exclusively for a few seconds.
-  WriteBytes(dir + "lock.sql",
-             "BEGIN EXCLUSIVE;\nUPDATE records SET Short='x';\n.shell touch '" + dir +
-                 "locked'\n.shell sleep 3\nROLLBACK;\n.shell touch '" + dir + "done'\n");
+  WriteBytes(dir + "lock.sql", "BEGIN EXCLUSIVE;\nUPDATE records SET Short='x';\n.shell touch '" + dir +
+                                   "locked'\n.shell sleep 3\nROLLBACK;\n.shell touch '" + dir + "done'\n");
   std::string cmd = "sqlite3 '" + path + "' < '" + dir + "lock.sql' > /dev/null 2>&1 &";
   ASSERT_EQ(std::system(cmd.c_str()), 0);
   for (int i = 0; i < 100 && !FileExist((dir + "locked").c_str()); ++i)
@@ -323,8 +323,9 @@ TEST(TableDbInterop, HugeValueWrittenBySqlite3HidesNoOtherRecord) {
   if (!HaveSqlite3()) GTEST_SKIP() << "sqlite3 is not installed";
   std::string path = MakeTable(TestDir() + "t.rpt");
   for (const char* n : {"a", "b", "c", "d"}) AddRecord(path, n, n);
-  Sqlite3(path, "UPDATE records SET Expression0 = zeroblob(3000000) WHERE IndexName = 'a';"
-                "UPDATE records SET Short = hex(zeroblob(300000)) WHERE IndexName = 'c';");
+  Sqlite3(path,
+          "UPDATE records SET Expression0 = zeroblob(3000000) WHERE IndexName = 'a';"
+          "UPDATE records SET Short = hex(zeroblob(300000)) WHERE IndexName = 'c';");
   DB db(path.c_str(), 0);
   EXPECT_EQ(Scan(db), (std::vector<std::string>{"b", "c", "d"}));  // a cannot be read within the size limit
   ASSERT_EQ(db.FindFirst("IndexName", "c"), 1);
