@@ -10,6 +10,13 @@
 inline constexpr int kNoMethodWord = 5;
 int MethodWordIndex(const char* name);
 
+// What a price word stands for: a bound price series (slot set to its
+// PriceSlot), the date or time word, a reserved word without a value, or
+// nothing (not a price word). Case is ignored; the current language's
+// localised words count.
+enum class DataWordKind { kNone, kBoundSeries, kDate, kTime, kReserved };
+DataWordKind ClassifyDataWord(const char* name, int& slot);
+
 // The calendar date of every bar of a date-time series: an intraday value
 // (above 100,000,000) gives its YYYYMMDD part, a plain date itself. Every
 // element is filled, not only the valid ones; size and start index are the

@@ -7,6 +7,11 @@
 // An element function of the standard math library, called one bar at a time.
 using MathElement = double (*)(double);
 
+// The element function of a one-argument math function (abs, log, log10,
+// sqrt, sin, cos, tan, asin, acos, atan, sinh, cosh, tanh) by its English
+// name, ignoring case; nullptr for any other name.
+MathElement FindMathElement(const char* name);
+
 // f applied to every valid bar of x. The first bar at which f raises a domain
 // or range error (the math library's error indicator) and every later bar
 // become 0, without calling f again. Bars below the start index keep x's

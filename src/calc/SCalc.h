@@ -18,6 +18,7 @@
 #include <memory>
 #include <vector>
 
+#include "calc/SStack.h"
 #include "core/SString.h"
 #include "core/SVector.h"
 
@@ -56,6 +57,8 @@ inline constexpr int kMaxNumberText = 200;   // number text buffer
 inline constexpr int kMaxNames = 256;        // entries of the name table
 inline constexpr int kMaxVariableName = 52;  // a variable's name, terminator included
 inline constexpr int kMaxUserCalls = 256;    // user-function calls per calculation
+inline constexpr int kMaxCompiledFunctions = 10;  // user functions compiled for the postfix path
+inline constexpr int kMaxEvaluatedFunctions = 4;  // of those, evaluated on the postfix path
 // Parser recursion limit, so that pathological nesting gets an error rather
 // than exhausting the stack.
 inline constexpr int kMaxNesting = 500;
@@ -148,6 +151,29 @@ class SCalc {
   SVector CalcZigZag(double percent, SVector& swingHigh, SVector& swingLow, SVector& high,
                      SVector& low);
 
+  // Binds the nine series from an array in the same order; a null entry
+  // leaves its slot unbound (it reads as an empty series).
+  void SetVariables(SVector* const series[kPriceSlots]);
+
+  // Postfix path (SCalcPostfix.cpp): a formula compiled once into a postfix
+  // list and evaluated by walking it, without tokenising again.
+  // Compiles the current expression and the first ten user functions.
+  void InfixToPostFix();
+  // Compiles the current expression text into out.
+  void InToPost(SStack* out);
+  // The number of arguments of the call that follows the scan position
+  // (0 when no "(" follows); the position is left where it was.
+  int GetParamCount();
+  int GetPrecedence(int code);
+  int GetOpType(int code);
+  // Evaluates a compiled list; null means the main expression's list, which
+  // starts with an empty evaluation stack.
+  SVector CalcOp(SStack* list);
+  void ProcessOperator(SStack* list);
+  void ProcessFunction(SStack* list);
+  // The series the evaluation-stack item at index stands for.
+  SVector* GetEvalValue(int index);
+
   // A bound price series; an unbound slot reads as an empty series.
   const SVector& Bound(int slot) const;
   const SVector& Close() const { return Bound(kClose); }
@@ -173,6 +199,15 @@ class SCalc {
   TokenValue KeywordToken(const char* name) const;
   void CopyFrom(const SCalc& other);
   static void ZeroWarmUp(SVector& result);
+
+  // Postfix state (SCalcPostfix.cpp); made by InfixToPostFix.
+  void CopyPostfix(const SCalc& other);
+  void CallUserFunction(int position, int base, int count);
+  std::unique_ptr<SStack> postfix_;  // the main expression
+  std::unique_ptr<SStack> userPostfix_[kMaxCompiledFunctions];
+  std::unique_ptr<SStack> evalStack_;
+  SVector opScratch_;  // operator results
+  int lastAssign_ = 0;  // the last item evaluated was an assignment
 
   // Tokenizer state.
   char expr_[kMaxExpression] = {};

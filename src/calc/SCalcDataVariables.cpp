@@ -71,6 +71,18 @@ SVector MapEveryBar(const SVector& dateTime, F f) {
 
 }  // namespace
 
+DataWordKind ClassifyDataWord(const char* name, int& slot) {
+  const DataWord* w = FindDataWord(name);
+  if (!w) return DataWordKind::kNone;
+  slot = w->slot;
+  switch (w->kind) {
+    case kBoundSeries: return DataWordKind::kBoundSeries;
+    case kDateWord: return DataWordKind::kDate;
+    case kTimeWord: return DataWordKind::kTime;
+    default: return DataWordKind::kReserved;
+  }
+}
+
 int MethodWordIndex(const char* name) {
   for (int k = 0; k < static_cast<int>(std::size(kMethodWords)); ++k)
     if (NameEquals(name, GetText(kMethodWords[k]))) return k;

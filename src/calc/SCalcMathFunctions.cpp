@@ -30,6 +30,18 @@ double Sinh(double v) { return std::sinh(v); }
 double Cosh(double v) { return std::cosh(v); }
 double Tanh(double v) { return std::tanh(v); }
 
+// The element functions by English name, for the postfix evaluation path,
+// which calls them with an argument taken from its stack.
+struct ElementRow {
+  const char* name;
+  MathElement f;
+};
+constexpr ElementRow kElements[] = {
+    {"abs", Abs},   {"log", Log},   {"log10", Log10}, {"sqrt", Sqrt}, {"sin", Sin},
+    {"cos", Cos},   {"tan", Tan},   {"asin", Asin},   {"acos", Acos}, {"atan", Atan},
+    {"sinh", Sinh}, {"cosh", Cosh}, {"tanh", Tanh},
+};
+
 // f(x): one argument.
 template <MathElement F>
 SVector EvalElement(SCalc& calc) {
@@ -114,6 +126,12 @@ SVector PowSeries(const SVector& x, const SVector& y) {
     return r;
   }
   return SVector();
+}
+
+MathElement FindMathElement(const char* name) {
+  for (const ElementRow& row : kElements)
+    if (NameEquals(name, row.name)) return row.f;
+  return nullptr;
 }
 
 bool SCalc::IsMathFunction(const char* name) { return FindCalcFunction(MathFunctionTable(), name, true); }

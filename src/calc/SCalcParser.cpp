@@ -70,12 +70,17 @@ void SCalc::CopyFrom(const SCalc& other) {
   ErrorCount = other.ErrorCount;
   ErrorMessage = other.ErrorMessage;
   HistoryFlag = other.HistoryFlag;
+  CopyPostfix(other);
 }
 
 void SCalc::SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume,
                         SVector& dateTime, SVector& openInterest, SVector& amount, SVector& spread) {
   SVector* all[kPriceSlots] = {&close, &open, &high, &low, &volume, &dateTime, &openInterest, &amount, &spread};
   std::copy(std::begin(all), std::end(all), std::begin(bound_));
+}
+
+void SCalc::SetVariables(SVector* const series[kPriceSlots]) {
+  std::copy(series, series + kPriceSlots, std::begin(bound_));
 }
 
 const SVector& SCalc::Bound(int slot) const {
