@@ -7,6 +7,11 @@
 //   SIndex.cpp              construction, copying, binding, setters, line data
 //   SIndexDefinition.cpp    definitions in the index database, comments
 //   SIndexPriceBinding.cpp  SetData and the price-record queries
+//   SIndexCalc.cpp          substitution, full and incremental calculation,
+//                           signal pairing, the definition check
+//   SIndexLookback.cpp      look-back analysis and the search evaluation
+//   SIndexCandle.cpp        the candle-pattern indicator
+//   SIndexScale.cpp         draw range and extremes
 #pragma once
 
 #include <memory>
@@ -105,6 +110,44 @@ class SIndex : public SIndexProp {
   int ReadExpForConv(const char* name, const SString& indexDb = SString(), const SString& userDb = SString());
   int WriteExpression(const char* name, int isNew, int indexOnly);
   int ReadIndex(const char* name);  // does nothing; 0
+
+  // Calculation (SIndexCalc.cpp). Each Calc, CalcLast and GetMinDataSize
+  // makes its own formula engine.
+  // Substitutes the variables into Expression[line] on whole names, giving
+  // ConvertedExpression[line]; a line outside 0-4 is ignored.
+  void ConvertExpression(int line);
+  void ConvertExpression();  // lines 0-4
+  // Evaluates every line with an expression over the bound prices.
+  void Calc();
+  // As Calc the first time; afterwards only the newest bars of each line
+  // whose formula does not depend on the whole history.
+  void CalcLast();
+  // The next CalcLast calculates in full.
+  void SetCalcInit();
+  // Pairs the entry and exit signals of a trading system's lines.
+  void PreProcess();
+  // Checks the variables and the parentheses of the expressions; the result
+  // is also kept in LastError.
+  IndexError CheckError();
+  // Evaluates line 0 with the postfix form GetMinDataSize compiled.
+  void CalcSrch();
+
+  // Look-back (SIndexLookback.cpp): the number of bars the indicator needs
+  // before its first valid value. Overwrites LineData; compiles line 0 into
+  // the postfix form for CalcSrch.
+  int GetMinDataSize();
+
+  // Candle patterns (SIndexCandle.cpp): LineData[0] becomes, per bar, the
+  // position in CandleList of the last pattern that matched, or -1.
+  void CalcCandlePattern();
+
+  // Drawing range and extremes of the lines (SIndexScale.cpp).
+  void SetDrawRange(int from, int to);
+  double GetMax(int from, int to, int mode);
+  double GetMin(int from, int to, int mode);
+  double GetMax();
+  double GetMin();
+  void SetMinMaxChanged(int flag);
 
   // Removes "//" and "/* */" comments from formula text in place.
   static void SkipComments(SString& text);

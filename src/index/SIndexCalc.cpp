@@ -1,0 +1,289 @@
+// Indicator calculation: the variables substituted into the expressions, the
+// full calculation of every line, the incremental calculation of the newest
+// bars, the pairing of a trading system's signals and the definition check.
+//
+// Incremental calculation. A line whose formula depends on a fixed number of
+// recent bars only (the engine's history flag stays clear) records the start
+// index of its first full result, which is the formula's look-back. Later,
+// the last old bar and the new bars are recomputed by a partial calculation
+// that restarts the bound prices that many bars before the last old bar, so
+// a new bar costs the formula's window, not the history's length.
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "calc/SCalcFunctionTable.h"
+#include "core/TextHelpers.h"
+#include "core/Texts.h"
+#include "index/SIndex.h"
+
+namespace {
+
+// Byte length of a character that starts no name: 2 for a code page 949 lead
+// byte followed by a trail byte, else 1. A trail byte may look like a letter,
+// so it must never be taken for the start of a name.
+size_t CharLength(const char* p) {
+  const unsigned char c = static_cast<unsigned char>(*p);
+  return c >= 0x81 && c <= 0xFE && p[1] ? 2 : 1;
+}
+
+// Length of the name that starts at p (0 when none does), whole however long.
+size_t NameLength(const char* p) {
+  if (!IsNameStart(static_cast<unsigned char>(*p))) return 0;
+  size_t n = 1;
+  while (p[n] && IsNamePart(static_cast<unsigned char>(p[n]))) ++n;
+  return n;
+}
+
+bool NotFormulaCalculated(int type) {
+  return type == kIndexNotCalculated || type == kIndexProfitGraph || type == kIndexNamedLines;
+}
+
+// Trading systems and single expressions turn their results into prices.
+bool TurnsIntoPrices(int type) { return type == kIndexSystem || type == kIndexSingleExpression; }
+
+const SVector& BoundClose(const SIndex& x) {
+  static const SVector kUnbound;
+  return x.PriceSeries[kClose] ? *x.PriceSeries[kClose] : kUnbound;
+}
+
+double CloseAt(const SVector& close, int i) { return i >= 0 && i < close.GetSize() ? close[i] : 0.0; }
+
+// Every valid element that is not zero (a NaN is not zero) becomes the close
+// of its bar: a signal line carries the price at which the signal occurred.
+void SignalsToPrices(SVector& line, const SVector& close) {
+  double* d = line.Data();
+  for (int i = std::max(line.GetStartIndex(), 0), n = line.GetSize(); i < n; ++i)
+    if (d[i] != 0.0) d[i] = CloseAt(close, i);
+}
+
+// Element i of a partial result; a bar below its start index has no value.
+double PartialValue(const SVector& r, int i) {
+  if (r.IsSeries() && (i < r.GetStartIndex() || i >= r.GetSize())) return 0.0;
+  return r[i];
+}
+
+// ---- signal pairing -------------------------------------------------------------
+
+// A signal is a valid element that is not zero; a NaN counts as one.
+bool IsSignal(const SVector& s, long long k) {
+  return k >= std::max(s.GetStartIndex(), 0) && k < s.GetSize() && s[static_cast<int>(k)] != 0.0;
+}
+
+void ClearSignal(SVector& s, long long k) { s[static_cast<int>(k)] = 0.0; }
+
+int FirstSignal(const SVector& s) {
+  for (int i = std::max(s.GetStartIndex(), 0); i < s.GetSize(); ++i)
+    if (s[i] != 0.0) return i;
+  return INT_MAX;
+}
+
+// One entry line and its exit line: exits before (and on) the first entry are
+// dropped, then entries and exits alternate, the position being open after
+// the first entry. An entry while open and an exit while closed are dropped.
+void PairSignals(SVector& entry, SVector& exit) {
+  const long long first = FirstSignal(entry);
+  for (long long k = std::max(exit.GetStartIndex(), 0); k <= first && k < exit.GetSize(); ++k)
+    if (IsSignal(exit, k)) ClearSignal(exit, k);
+  bool open = true;
+  const long long common = std::min(entry.GetSize(), exit.GetSize());
+  long long k = first + 1;
+  for (; k < common; ++k) {
+    const bool in = IsSignal(entry, k), out = IsSignal(exit, k);
+    if (open) {
+      if (in) ClearSignal(entry, k);
+      if (out) open = false;
+    } else {
+      if (in) open = true;
+      if (out) ClearSignal(exit, k);
+    }
+  }
+  for (; k < entry.GetSize(); ++k) {
+    if (!IsSignal(entry, k)) continue;
+    if (open) ClearSignal(entry, k);
+    open = true;
+  }
+  for (; k < exit.GetSize(); ++k) {
+    if (!IsSignal(exit, k)) continue;
+    if (!open) ClearSignal(exit, k);
+    open = false;
+  }
+}
+
+// ---- definition check -------------------------------------------------------------
+
+IndexError VariableError(TextId id, const SString& name) {
+  IndexError e;
+  char text[kIndexTextBuffer];
+  std::snprintf(text, sizeof text, GetText(id), name.c_str());
+  e.Message = text;
+  e.ErrorPart = 1;
+  return e;
+}
+
+bool HasBlank(const SString& s) { return s.str().find_first_of(" \t") != std::string::npos; }
+
+bool StartsWithDigit(const SString& s) { return !s.IsEmpty() && s.c_str()[0] >= '0' && s.c_str()[0] <= '9'; }
+
+int Count(const SString& s, char c) { return static_cast<int>(std::count(s.str().begin(), s.str().end(), c)); }
+
+}  // namespace
+
+// ---- substitution -------------------------------------------------------------------
+
+void SIndex::ConvertExpression(int line) {
+  if (line < 0 || line >= kIndexLines) return;
+  const std::string& source = Expression[line].str();
+  const size_t length = std::min(source.size(), static_cast<size_t>(kIndexTextBuffer - 1));
+  const char* text = source.c_str();
+  std::string out;
+  for (size_t i = 0; i < length;) {
+    const size_t n = std::min(NameLength(text + i), length - i);
+    if (n == 0) {
+      const size_t step = std::min(CharLength(text + i), length - i);
+      out.append(text + i, step);
+      i += step;
+      continue;
+    }
+    const std::string name(text + i, n);
+    const int k = [&] {
+      for (int v = 0; v < kIndexVars; ++v)
+        if (NameEquals(name.c_str(), VarName[v].c_str())) return v;
+      return -1;
+    }();
+    out += k >= 0 ? VarValue[k].str() : name;
+    i += n;
+  }
+  if (out.size() > static_cast<size_t>(kIndexTextBuffer - 1)) out.resize(kIndexTextBuffer - 1);
+  ConvertedExpression[line] = out;
+}
+
+void SIndex::ConvertExpression() {
+  for (int line = 0; line < kIndexLines; ++line) ConvertExpression(line);
+}
+
+// ---- full and incremental calculation -------------------------------------------
+
+void SIndex::Calc() {
+  if (IndexType == kIndexCandlePattern) {
+    CalcCandlePattern();
+    return;
+  }
+  if (NotFormulaCalculated(IndexType)) return;
+  SCalc calc;
+  calc.SetVariables(PriceSeries);
+  calc.SetFunction(FunctionList);
+  FunctionHistory.Clear();
+  calc.SetFuncHist(&FunctionHistory);
+  ConvertExpression();
+  for (int line = 0; line < kIndexLines; ++line) {
+    if (ConvertedExpression[line].IsEmpty()) continue;
+    calc.SetExpression(ConvertedExpression[line].c_str());
+    LineData[line] = calc.Calculate();
+    if (TurnsIntoPrices(IndexType)) SignalsToPrices(LineData[line], BoundClose(*this));
+  }
+}
+
+namespace {
+
+// The whole line, recording whether later calls may take the newest bars
+// only: when no function of the formula depends on the whole history.
+void CalcLineInFull(SIndex& x, SCalc& calc, int line) {
+  x.CalcState[line] = -1;
+  calc.HistoryFlag = 0;
+  calc.SetExpression(x.ConvertedExpression[line].c_str());
+  x.LineData[line] = calc.Calculate();
+  if (calc.HistoryFlag == 0) {
+    x.CalcState[line] = 0;
+    x.CalcStart[line] = x.LineData[line].GetStartIndex();
+  }
+  if (TurnsIntoPrices(x.IndexType)) SignalsToPrices(x.LineData[line], BoundClose(x));
+}
+
+// True when the line can be brought up to date from its last bar on: it has
+// a bar, no bar was taken away, and its recorded look-back is a bar index.
+bool CanTakeNewestBars(const SIndex& x, int line) {
+  const int d = x.LineData[line].GetSize();
+  return x.CalcState[line] >= 0 && x.CalcStart[line] >= 0 && x.CalcStart[line] < kInvalidStart && d > 0 &&
+         d <= BoundClose(x).GetSize();
+}
+
+// Rewrites the last old bar and the new bars from a partial calculation that
+// starts the formula's look-back before the last old bar.
+void CalcNewestBars(SIndex& x, SCalc& calc, int line) {
+  SVector& out = x.LineData[line];
+  const SVector& close = BoundClose(x);
+  const int n = close.GetSize();
+  const int first = out.GetSize() - 1;  // the last old bar
+  const long long start = static_cast<long long>(first) - x.CalcStart[line];
+  calc.SetExpression(x.ConvertedExpression[line].c_str());
+  const SVector r = calc.Calculate(static_cast<int>(std::max(start, 0LL)));
+  if (r.IsSeries() && r.GetSize() < n) {
+    // The formula's result does not reach the newest bar (it looks ahead);
+    // only a whole calculation gives it its own length.
+    CalcLineInFull(x, calc, line);
+    return;
+  }
+  out.SetSize(n);
+  const bool prices = TurnsIntoPrices(x.IndexType);
+  for (int i = first; i < n; ++i) {
+    const double v = PartialValue(r, i);
+    out[i] = prices ? CloseAt(close, i) * v : v;
+  }
+}
+
+}  // namespace
+
+void SIndex::CalcLast() {
+  if (IndexType == kIndexCandlePattern) {
+    CalcCandlePattern();
+    return;
+  }
+  if (NotFormulaCalculated(IndexType)) return;
+  SCalc calc;
+  calc.SetVariables(PriceSeries);
+  calc.SetFunction(FunctionList);
+  ConvertExpression();
+  for (int line = 0; line < kIndexLines; ++line) {
+    if (ConvertedExpression[line].IsEmpty()) continue;
+    if (CanTakeNewestBars(*this, line)) CalcNewestBars(*this, calc, line);
+    else CalcLineInFull(*this, calc, line);
+  }
+}
+
+void SIndex::SetCalcInit() {
+  for (int line = 0; line < kIndexLines; ++line) {
+    CalcStart[line] = CalcState[line] = -1;
+    LineData[line].InitTemp();
+  }
+}
+
+// ---- signal pairing and definition check ------------------------------------
+
+void SIndex::PreProcess() {
+  if (!UsePreProcess) return;
+  PairSignals(LineData[0], LineData[1]);
+  PairSignals(LineData[2], LineData[3]);
+}
+
+IndexError SIndex::CheckError() {
+  LastError = IndexError();
+  for (int k = 0; k < kIndexVars; ++k) {
+    VarName[k].Trim();
+    VarValue[k].Trim();
+    if (VarName[k].IsEmpty()) continue;
+    if (HasBlank(VarName[k])) return LastError = VariableError(TxVarNameBlank, VarName[k]);
+    if (StartsWithDigit(VarName[k])) return LastError = VariableError(TxVarNameDigit, VarName[k]);
+    if (VarValue[k].IsEmpty()) return LastError = VariableError(TxVarValueMissing, VarName[k]);
+  }
+  for (int line = 0; line < kIndexLines; ++line) {
+    Expression[line].Trim();
+    if (Count(Expression[line], '(') == Count(Expression[line], ')')) continue;
+    LastError.Message = GetText(TxParenCount);
+    LastError.ExpIndex = line;
+    return LastError;
+  }
+  return LastError;
+}

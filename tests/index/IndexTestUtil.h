@@ -1,0 +1,81 @@
+// Test helpers for indicator calculation: a seeded market whose bars can be
+// bound to an indicator and fed one at a time, and line comparisons.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "chartcalc.h"
+
+// Bars of a random walk with a seeded generator, so that every run sees the
+// same prices: the close moves by up to 2% a bar, the open, high and low lie
+// around it and some bars are flat (open = close) to give crossings and
+// patterns something to find.
+struct Market {
+  std::vector<double> bar[kPriceSlots];
+
+  explicit Market(int n, uint32_t seed = 7) {
+    uint32_t state = seed;
+    auto next = [&state] {
+      state = state * 1664525u + 1013904223u;
+      return (state >> 8) / 16777216.0;  // [0, 1)
+    };
+    double close = 100.0;
+    for (int i = 0; i < n; ++i) {
+      double open = close * (1.0 + (next() - 0.5) * 0.02);
+      close *= 1.0 + (next() - 0.5) * 0.04;
+      if (i % 17 == 5) open = close;
+      double high = std::max(open, close) * (1.0 + next() * 0.01);
+      double low = std::min(open, close) * (1.0 - next() * 0.01);
+      double values[kPriceSlots] = {close, open, high, low, 1000.0 + std::floor(next() * 9000.0),
+                                    20200101.0 + i, 0.0, 0.0, 0.0};
+      for (int k = 0; k < kPriceSlots; ++k) bar[k].push_back(values[k]);
+    }
+  }
+  int Size() const { return static_cast<int>(bar[kClose].size()); }
+};
+
+// Nine bound series that grow bar by bar from a Market.
+struct Feed {
+  SVector s[kPriceSlots];
+
+  void Bind(SIndex& x) { x.SetVariable(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
+  void Bind(SCalc& calc) { calc.SetVariable(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
+  // Appends bar i of the market.
+  void Add(const Market& m, int i) {
+    for (int k = 0; k < kPriceSlots; ++k) s[k].Add(m.bar[k][static_cast<size_t>(i)]);
+  }
+  // Appends bars [from, to).
+  void AddRange(const Market& m, int from, int to) {
+    for (int i = from; i < to; ++i) Add(m, i);
+  }
+  // Rewrites the last bar's close (a new tick within the bar).
+  void Tick(double close) { s[kClose].Update(close, 0); }
+};
+
+// The elements from the start index on.
+inline std::vector<double> ValidPart(const SVector& s) {
+  const int from = std::max(s.GetStartIndex(), 0);
+  if (from >= s.GetSize()) return {};
+  return std::vector<double>(s.Data() + from, s.Data() + s.GetSize());
+}
+
+// Same size, same start index and, over the valid range, the same values
+// within a relative tolerance (NaN matches NaN).
+inline void ExpectSameLine(const SVector& got, const SVector& want, const std::string& what, double tolerance = 1e-9) {
+  ASSERT_EQ(got.GetSize(), want.GetSize()) << what;
+  ASSERT_EQ(got.GetStartIndex(), want.GetStartIndex()) << what;
+  for (int i = std::max(want.GetStartIndex(), 0); i < want.GetSize(); ++i) {
+    const double a = got[i], b = want[i];
+    if (std::isnan(a) || std::isnan(b)) {
+      EXPECT_EQ(std::isnan(a), std::isnan(b)) << what << " bar " << i;
+      continue;
+    }
+    EXPECT_NEAR(a, b, tolerance * std::max(1.0, std::fabs(b))) << what << " bar " << i;
+  }
+}
