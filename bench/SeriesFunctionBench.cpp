@@ -2,52 +2,11 @@
 // Each benchmark reports bars per second (items processed); ns per bar is its
 // inverse. Window functions must cost the same whatever their period, so
 // highest over 20 and over 200 bars should run at about the same speed.
-#include <benchmark/benchmark.h>
-
-#include <cmath>
-
-#include "chartcalc.h"
+#include "BenchMarket.h"
 
 namespace {
 
-constexpr int kSeriesBars = 1000000;
-
-struct SeriesMarket {
-  SVector s[kPriceSlots];
-  SeriesMarket() {
-    for (int k = 0; k < kPriceSlots; ++k) s[k] = SVector(kSeriesBars);
-    double c = 100.0;
-    for (int i = 0; i < kSeriesBars; ++i) {
-      c *= std::exp(0.01 * std::sin(i * 0.37) * std::cos(i * 0.011));
-      s[kClose][i] = c;
-      s[kOpen][i] = c * 0.999;
-      s[kHigh][i] = c * 1.01;
-      s[kLow][i] = c * 0.99;
-      s[kVolume][i] = 1000.0 + (i % 97);
-      s[kDateTime][i] = 20000101 + i;
-      s[kOpenInterest][i] = s[kAmount][i] = s[kSpread][i] = 0.0;
-    }
-  }
-};
-
-SeriesMarket& Market() {
-  static SeriesMarket m;
-  return m;
-}
-
-void RunSeriesFormula(benchmark::State& state, const char* formula) {
-  SVector* s = Market().s;
-  SCalc calc;
-  calc.SetVariable(s[kClose], s[kOpen], s[kHigh], s[kLow], s[kVolume], s[kDateTime], s[kOpenInterest], s[kAmount],
-                   s[kSpread]);
-  for (auto _ : state) {
-    calc.SetExpression(formula);
-    SVector r = calc.Calculate();
-    benchmark::DoNotOptimize(r.Data());
-    if (calc.ErrorCount) state.SkipWithError(calc.ErrorMessage.c_str());
-  }
-  state.SetItemsProcessed(state.iterations() * kSeriesBars);
-}
+void RunSeriesFormula(benchmark::State& state, const char* formula) { RunFormulaBench(state, DailyMarket(), formula); }
 
 void BM_SeriesAvg20(benchmark::State& state) { RunSeriesFormula(state, "avg(close, 20)"); }
 BENCHMARK(BM_SeriesAvg20)->Unit(benchmark::kMillisecond);
