@@ -27,8 +27,13 @@ const char kOutOfMemory[] = "Out of memory trying to create SVector\n";
 #endif
 #endif
 
-constexpr int kPoolMinDoubles = 32768;            // smaller buffers: malloc's own bins
-constexpr int kPoolSlots = 8;
+// From 32 KiB on: below that, malloc's own bins recycle buffers cheaply;
+// above it, a freed buffer at the top of the heap is given back to the
+// system (and faulted in again by the next calculation), which would cost an
+// incremental calculation over a few thousand bars far more than its
+// arithmetic.
+constexpr int kPoolMinDoubles = 4096;
+constexpr int kPoolSlots = 16;
 constexpr long long kPoolMaxDoubles = 8LL << 20;  // 64 MiB held per thread at most
 
 struct BufferPool {  // trivially destructible: usable until the thread ends
@@ -100,9 +105,17 @@ int RoundUpToBlock(int n) {
 }
 
 // The capacity of a fresh buffer for n elements. Buffers the pool recycles
-// are rounded up to the growth block, so that a history that grows by a bar
-// between two calculations still finds its buffers there.
-int FreshCapacity(int n) { return n >= kPoolMinDoubles ? RoundUpToBlock(n) : n; }
+// are rounded up to a step of whole blocks, so that a history that grows by
+// a bar between two calculations still finds its buffers there; the step
+// doubles with the length (at most 1/64 of it, under 1.6% of room to spare),
+// so that a long history changes its buffers' size rarely.
+int FreshCapacity(int n) {
+  if (n < kPoolMinDoubles) return n;
+  long long step = kSeriesBlock;
+  while (step * 2 * 64 <= n) step *= 2;
+  const long long cap = (static_cast<long long>(n) + step - 1) / step * step;
+  return cap > std::numeric_limits<int>::max() ? RoundUpToBlock(n) : static_cast<int>(cap);
+}
 
 // The first element a copy or an element-wise operation has to carry: a true
 // series' valid range starts at its start index, and the elements below it

@@ -17,6 +17,7 @@
 #include "calc/SCalcFunctionTable.h"
 #include "core/TextHelpers.h"
 #include "core/Texts.h"
+#include "index/LineGrowth.h"
 #include "index/SIndex.h"
 
 namespace {
@@ -226,7 +227,7 @@ void CalcNewestBars(SIndex& x, SCalc& calc, int line) {
     CalcLineInFull(x, calc, line);
     return;
   }
-  out.SetSize(n);
+  GrowLineTo(out, n);
   const bool prices = TurnsIntoPrices(x.IndexType);
   for (int i = first; i < n; ++i) {
     const double v = PartialValue(r, i);

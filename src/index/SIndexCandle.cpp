@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "calc/SFunction.h"
+#include "index/LineGrowth.h"
 #include "index/SIndex.h"
 
 namespace {
@@ -73,7 +74,7 @@ void MarkNewestBars(SIndex& x, SCalc& calc) {
   const int n = CloseOf(x).GetSize();
   const int first = marks.GetSize() - 1;
   const int count = n - first;
-  marks.SetSize(n);
+  GrowLineTo(marks, n);
   for (int i = first; i < n; ++i) marks[i] = kNoPattern;
   const long long start = static_cast<long long>(first) - x.CalcStart[0];
   for (int k = 0; k < x.CandleList->GetCount(); ++k) {
