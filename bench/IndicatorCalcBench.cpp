@@ -5,12 +5,7 @@
 // every bar, and is measured beside it for comparison. Each iteration adds
 // one bar and calls CalcLast; the iteration count is fixed so that the
 // history grows by no more than a few thousand bars during a run.
-#include <benchmark/benchmark.h>
-
-#include <cmath>
-#include <vector>
-
-#include "chartcalc.h"
+#include "BenchMarket.h"
 
 namespace {
 
@@ -33,8 +28,6 @@ constexpr Definition kStochastic = {
     {"avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3)",
      "avg(avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3), 3)", ""}};
 
-double Close(int i) { return 100.0 * std::exp(0.2 * std::sin(i * 0.0037) + 0.01 * std::sin(i * 0.37)); }
-
 struct Live {
   SVector s[kPriceSlots];
   SIndex index{"bench", kIndexIndicator};
@@ -55,11 +48,12 @@ struct Live {
       index.CalcLast();
     }
   }
+  // The next bar of the daily benchmark market (from its start again after
+  // its last bar).
   void AddBar() {
-    const double c = Close(bars);
-    const double values[kPriceSlots] = {c, c * 0.999, c * 1.01, c * 0.99, 1000.0 + bars % 97, 20000101.0 + bars,
-                                        0, 0, 0};
-    for (int k = 0; k < kPriceSlots; ++k) s[k].Add(values[k]);
+    const BenchMarket& m = DailyMarket();
+    const int i = bars % kBenchBars;
+    for (int k = 0; k < kPriceSlots; ++k) s[k].Add(m.s[k][i]);
     ++bars;
   }
 };
