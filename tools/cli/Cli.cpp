@@ -12,6 +12,7 @@ struct Command {
   const char* usage;
   const char* summary;
   const char* ownOptions = "";  // the subcommand's own --NAME VALUE options, blank-separated
+  const char* ownFlags = "";    // the subcommand's own --NAME options without a value
 };
 
 const Command kCommands[] = {
@@ -23,11 +24,16 @@ const Command kCommands[] = {
      "Lists, adds or removes the user functions of the index directory.\n"
      "      list prints one function per line: NAME, FORMULA, then each PARAM, tab-separated."},
     {"indicator", RunIndicator,
-     "chartcalc indicator list | show NAME [--kind indicator|expression|pattern|system|function] [--index-dir DIR]",
+     "chartcalc indicator list | show NAME | calc NAME [--var NAME=VALUE]... [--stream] | check NAME\n"
+     "      | lookback NAME [--kind indicator|expression|pattern|system|function] [--index-dir DIR] [--data FILE]",
      "Lists the definitions of the index directory (of one kind with --kind), one per line:\n"
      "      NAME, KIND, DESCRIPTION, tab-separated; show prints one definition's variables,\n"
-     "      formulas and line names.",
-     "kind"},
+     "      formulas and line names. calc calculates a definition over the price data and prints\n"
+     "      CSV: bar,datetime, then one column per line named by the line names; --var sets a\n"
+     "      variable's value, --stream feeds the bars one at a time as live ticks do. check\n"
+     "      checks the variables and parentheses; lookback prints the bars needed before the\n"
+     "      first value.",
+     "kind var", "stream"},
 };
 
 const char kCommonHelp[] =
@@ -53,7 +59,7 @@ bool IsOwnOption(const char* ownOptions, const std::string& name) {
 
 // Splits the common options and the subcommand's own options from its
 // words. Returns false with a message for an unknown option or a missing value.
-bool ParseOptions(const std::vector<std::string>& args, size_t from, const char* ownOptions, CliOptions& o,
+bool ParseOptions(const std::vector<std::string>& args, size_t from, const Command& c, CliOptions& o,
                   std::string& error) {
   for (size_t i = from; i < args.size(); ++i) {
     const std::string& a = args[i];
@@ -75,9 +81,13 @@ bool ParseOptions(const std::vector<std::string>& args, size_t from, const char*
     else if (is("data")) { if (!value("data", o.data)) return false; }
     else if (is("lang")) { if (!value("lang", o.lang)) return false; }
     else if (is("index-dir")) { if (!value("index-dir", o.indexDir)) return false; }
-    else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(ownOptions, a.substr(2, a.find('=') - 2))) {
+    else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(c.ownFlags, a.substr(2))) {
+      o.flags.insert(a.substr(2));
+    }
+    else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(c.ownOptions, a.substr(2, a.find('=') - 2))) {
       std::string name = a.substr(2, a.find('=') - 2);
       if (!value(name.c_str(), o.own[name])) return false;
+      o.ownAll.emplace_back(name, o.own[name]);
     }
     else if (a == "--") { o.args.insert(o.args.end(), args.begin() + static_cast<long>(i) + 1, args.end()); break; }
     else if (a.size() > 1 && a[0] == '-' && a[1] == '-') return error = "unknown option " + a, false;
@@ -110,7 +120,7 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
     if (args[0] != c.name) continue;
     CliOptions options;
     std::string error;
-    if (!ParseOptions(args, 1, c.ownOptions, options, error)) {
+    if (!ParseOptions(args, 1, c, options, error)) {
       err << "error: " << error << "\nusage: " << c.usage << "\n";
       return kExitBadInput;
     }

@@ -3,7 +3,9 @@
 
 #include <map>
 #include <ostream>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Exit statuses of every subcommand.
@@ -17,7 +19,9 @@ struct CliOptions {
   std::string indexDir;  // definitions and user functions
   std::string lang = "en";
   bool help = false;
-  std::map<std::string, std::string> own;  // the subcommand's own --NAME VALUE options
+  std::map<std::string, std::string> own;  // the subcommand's own --NAME VALUE options (the last of each)
+  std::vector<std::pair<std::string, std::string>> ownAll;  // every one of them, in order
+  std::set<std::string> flags;  // the subcommand's own --NAME options without a value
   std::vector<std::string> args;
 };
 
