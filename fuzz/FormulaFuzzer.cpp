@@ -1,5 +1,7 @@
 // Feeds arbitrary bytes as a formula to the engine over a small bound data
-// set, in both languages. Any crash, hang or out-of-bounds read is a bug.
+// set, in both languages, through the recursive evaluator, the partial
+// calculation, an indicator's whole and incremental calculation and the
+// postfix evaluator. Any crash, hang or out-of-bounds read is a bug.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -47,6 +49,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     copy.SetExpression(formula.c_str());
     copy.Calculate(40);
     (void)r;
+    // The same text as an indicator line: whole, incremental (the last bar
+    // again), its look-back and the postfix form compiled from it.
+    SIndex index("fuzz", kIndexSystem);
+    index.SetVariable(s[kClose], s[kOpen], s[kHigh], s[kLow], s[kVolume], s[kDateTime], s[kOpenInterest],
+                      s[kAmount], s[kSpread]);
+    index.SetExpression(0, formula.c_str());
+    index.Calc();
+    index.CalcLast();
+    index.CalcLast();
+    index.GetMinDataSize();
+    index.CalcSrch();
   }
   return 0;
 }

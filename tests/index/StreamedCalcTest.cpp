@@ -1,7 +1,8 @@
 // Every shipped indicator, trading system and the candle-pattern indicator,
-// fed the sample data one bar at a time through CalcLast as a host does on
-// live ticks, ends with the lines a full Calc gives: the same sizes, the same
-// valid bars and the same values within rounding.
+// fed the sample data through CalcLast as a host does on live ticks, ends
+// with the lines a full Calc gives: the same sizes, the same valid bars and
+// the same values within rounding. (chartcalc indicator calc --stream feeds
+// every bar one at a time; tests/cli checks it the same way.)
 #include <algorithm>
 #include <fstream>
 #include <sstream>
@@ -47,16 +48,19 @@ class Streamed : public ::testing::Test {
   }
   void TearDown() override { SetIndexDir("./"); }
 
-  // Streams the sample through a copy of x, then compares with a full Calc.
+  // Feeds the sample through a copy of x, then compares with a full Calc:
+  // the first bars one at a time (the warm-up of every line), then most of
+  // the history arriving between two calls, then the last bars one at a time.
   void ExpectStreamedEqualsFull(const SIndex& definition, const std::string& what) {
     Feed live, whole;
     SIndex streamed = definition, full = definition;
     live.Bind(streamed);
     whole.Bind(full);
     for (SIndex* x : {&streamed, &full}) x->SetCandle(&candles_);
-    for (const std::vector<double>& bar : bars_) {
-      for (int k = 0; k < kPriceSlots; ++k) live.s[k].Add(bar[static_cast<size_t>(k)]);
-      streamed.CalcLast();
+    const size_t n = bars_.size();
+    for (size_t i = 0; i < n; ++i) {
+      for (int k = 0; k < kPriceSlots; ++k) live.s[k].Add(bars_[i][static_cast<size_t>(k)]);
+      if (i < kFirstBars || i + kLastBars >= n) streamed.CalcLast();
     }
     for (const std::vector<double>& bar : bars_)
       for (int k = 0; k < kPriceSlots; ++k) whole.s[k].Add(bar[static_cast<size_t>(k)]);
@@ -69,6 +73,8 @@ class Streamed : public ::testing::Test {
     }
   }
 
+  static constexpr size_t kFirstBars = 300;
+  static constexpr size_t kLastBars = 300;
   std::vector<std::vector<double>> bars_ = SampleBars();
   SFunctionList candles_;
 };
