@@ -6,21 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "Cli.h"
+#include "CliTestUtil.h"
 #include "PriceCsv.h"
 
 namespace {
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
-
-ToolRun Chartcalc(std::vector<std::string> args) {
-  std::ostringstream out, err;
-  int status = RunChartcalc(args, out, err);
-  return {status, out.str(), err.str()};
-}
 
 std::string WriteFile(const std::string& name, const std::string& text) {
   std::string path = std::string(CHARTCALC_TEST_TMP) + "/" + name;
@@ -42,21 +31,21 @@ TEST(EvalCommand, PrintsOneRowPerBarWithEmptyCellsBeforeTheStart) {
                               "20240103,1,2,0.5,1.75,100\r\n"
                               "\n"
                               "2024-01-04,1,2,0.5,2,100\n");
-  ToolRun r = Chartcalc({"eval", "--data", csv, "a = 0.5; a(1) * 4"});
+  ToolRun r = RunTool({"eval", "--data", csv, "a = 0.5; a(1) * 4"});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(Lines(r.out), (std::vector<std::string>{"bar,datetime,value", "0,20240102,", "1,20240103,2",
                                                      "2,20240104,2"}));
 }
 
 TEST(EvalCommand, FormulaErrorExitsWithTwoAndTheMessageInTheChosenLanguage) {
-  ToolRun r = Chartcalc({"eval", "xyz"});
+  ToolRun r = RunTool({"eval", "xyz"});
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err, "error: xyzis not defined.\n");
   EXPECT_TRUE(r.out.empty());
-  r = Chartcalc({"eval", "--lang", "ko", "1 2"});
+  r = RunTool({"eval", "--lang", "ko", "1 2"});
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err, "error: 연산자가 필요합니다\n");
-  r = Chartcalc({"eval", "--lang=ko", "값 +"});
+  r = RunTool({"eval", "--lang=ko", "값 +"});
   EXPECT_EQ(r.err, "error: 값이(가) 정의되지 않았습니다.\n");
 }
 
@@ -74,30 +63,30 @@ TEST(EvalCommand, UnusableInputExitsWithOneAndNamesTheFileAndLine) {
       {"inf.csv", "date,open,high,low,close,volume\n20240102,1,1,1,inf,1\n", "inf.csv:2: bad number"},
   };
   for (const Case& c : cases) {
-    ToolRun r = Chartcalc({"eval", "--data", WriteFile(c.name, c.csv), "1"});
+    ToolRun r = RunTool({"eval", "--data", WriteFile(c.name, c.csv), "1"});
     EXPECT_EQ(r.status, 1) << c.name;
     EXPECT_NE(r.err.find(c.expect), std::string::npos) << r.err;
     EXPECT_TRUE(r.out.empty()) << c.name;
   }
-  EXPECT_EQ(Chartcalc({"eval", "--data", "/no/such/file.csv", "1"}).status, 1);
-  EXPECT_EQ(Chartcalc({"eval"}).status, 1);
-  EXPECT_EQ(Chartcalc({"eval", "--lang", "fr", "1"}).status, 1);
-  EXPECT_EQ(Chartcalc({"eval", "--bogus", "1"}).status, 1);
-  EXPECT_EQ(Chartcalc({"frobnicate"}).status, 1);
-  EXPECT_EQ(Chartcalc({"eval", "\xF0\x9F\x98\x80"}).status, 1);
+  EXPECT_EQ(RunTool({"eval", "--data", "/no/such/file.csv", "1"}).status, 1);
+  EXPECT_EQ(RunTool({"eval"}).status, 1);
+  EXPECT_EQ(RunTool({"eval", "--lang", "fr", "1"}).status, 1);
+  EXPECT_EQ(RunTool({"eval", "--bogus", "1"}).status, 1);
+  EXPECT_EQ(RunTool({"frobnicate"}).status, 1);
+  EXPECT_EQ(RunTool({"eval", "\xF0\x9F\x98\x80"}).status, 1);
 }
 
 TEST(EvalCommand, HelpIsAnsweredEverywhere) {
-  ToolRun r = Chartcalc({"--help"});
+  ToolRun r = RunTool({"--help"});
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("chartcalc eval"), std::string::npos);
-  r = Chartcalc({"eval", "--help"});
+  r = RunTool({"eval", "--help"});
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("usage: chartcalc eval"), std::string::npos);
 }
 
 TEST(EvalCommand, BundledSampleHasTenYearsOfDailyBars) {
-  ToolRun r = Chartcalc({"eval", "1"});
+  ToolRun r = RunTool({"eval", "1"});
   ASSERT_EQ(r.status, 0) << r.err;
   std::vector<std::string> lines = Lines(r.out);
   EXPECT_GT(lines.size(), 2500u);

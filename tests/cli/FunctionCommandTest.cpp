@@ -8,14 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "Cli.h"
+#include "CliTestUtil.h"
 
 namespace {
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
 
 // Runs the tool with --index-dir set to this test's own directory.
 class FunctionCommand : public ::testing::Test {

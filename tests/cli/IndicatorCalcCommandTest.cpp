@@ -8,21 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "Cli.h"
+#include "CliTestUtil.h"
 #include "chartcalc.h"
 
 namespace {
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
-
-ToolRun Tool(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  int status = RunChartcalc(args, out, err);
-  return {status, out.str(), err.str()};
-}
 
 // The CSV's rows split into cells; a quoted cell loses its quotes.
 std::vector<std::vector<std::string>> Csv(const std::string& text) {
@@ -44,7 +33,7 @@ std::vector<std::vector<std::string>> Csv(const std::string& text) {
 
 std::vector<std::string> Names(const char* kind) {
   std::vector<std::string> names;
-  std::istringstream in(Tool({"indicator", "list", "--kind", kind}).out);
+  std::istringstream in(RunTool({"indicator", "list", "--kind", kind}).out);
   for (std::string line; std::getline(in, line);) names.push_back(line.substr(0, line.find('\t')));
   return names;
 }
@@ -67,7 +56,7 @@ void ExpectSameCsv(const std::string& got, const std::string& want, const std::s
 }
 
 TEST(IndicatorCalcCommand, PrintsOneColumnPerLineNamedWithItsVariables) {
-  ToolRun r = Tool({"indicator", "calc", "bollinger", "--var", "PERIOD=10", "--var=width=3"});
+  ToolRun r = RunTool({"indicator", "calc", "bollinger", "--var", "PERIOD=10", "--var=width=3"});
   ASSERT_EQ(r.status, 0) << r.err;
   auto rows = Csv(r.out);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"bar", "datetime", "Upper", "Middle(10)", "Lower"}));
@@ -76,19 +65,19 @@ TEST(IndicatorCalcCommand, PrintsOneColumnPerLineNamedWithItsVariables) {
   EXPECT_EQ(rows[9][4], "");  // bar 8: before the 10-bar average's first value
   EXPECT_NE(rows[10][4], "");
   // The middle line is the formula the engine gives for the same average.
-  auto average = Csv(Tool({"eval", "avg(c, 10)"}).out);
+  auto average = Csv(RunTool({"eval", "avg(c, 10)"}).out);
   ASSERT_EQ(average.size(), rows.size());
   for (size_t i = 10; i < rows.size(); ++i) EXPECT_EQ(rows[i][3], average[i][2]) << i;
-  EXPECT_EQ(Csv(Tool({"indicator", "calc", "MACD"}).out)[0][2], "MACD(12,26)");
+  EXPECT_EQ(Csv(RunTool({"indicator", "calc", "MACD"}).out)[0][2], "MACD(12,26)");
 }
 
 TEST(IndicatorCalcCommand, SystemsPrintTheirSignalsAtTheClose) {
-  ToolRun r = Tool({"indicator", "calc", "MACross"});
+  ToolRun r = RunTool({"indicator", "calc", "MACross"});
   ASSERT_EQ(r.status, 0) << r.err;
   auto rows = Csv(r.out);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"bar", "datetime", "long entry", "long exit", "short entry",
                                                  "short exit"}));
-  auto close = Csv(Tool({"eval", "c"}).out);
+  auto close = Csv(RunTool({"eval", "c"}).out);
   int signals = 0;
   for (size_t i = 1; i < rows.size(); ++i) {
     for (size_t k = 2; k < 6; ++k) {
@@ -105,8 +94,8 @@ TEST(IndicatorCalcCommand, StreamedAndWholeCalculationsAgreeForEveryShippedIndic
   for (const std::string& system : Names("system")) names.push_back(system);
   ASSERT_GT(names.size(), 30u);
   for (const std::string& name : names) {
-    ToolRun whole = Tool({"indicator", "calc", name});
-    ToolRun streamed = Tool({"indicator", "calc", name, "--stream"});
+    ToolRun whole = RunTool({"indicator", "calc", name});
+    ToolRun streamed = RunTool({"indicator", "calc", name, "--stream"});
     ASSERT_EQ(whole.status, 0) << name << ": " << whole.err;
     ASSERT_EQ(streamed.status, 0) << name << ": " << streamed.err;
     ExpectSameCsv(streamed.out, whole.out, name);
@@ -114,20 +103,20 @@ TEST(IndicatorCalcCommand, StreamedAndWholeCalculationsAgreeForEveryShippedIndic
 }
 
 TEST(IndicatorCalcCommand, CheckReportsInTheChosenLanguage) {
-  ToolRun ok = Tool({"indicator", "check", "RSI"});
+  ToolRun ok = RunTool({"indicator", "check", "RSI"});
   EXPECT_EQ(ok.status, 0);
   EXPECT_EQ(ok.out, "ok\n");
-  ToolRun empty = Tool({"indicator", "check", "RSI", "--var", "signal= "});
+  ToolRun empty = RunTool({"indicator", "check", "RSI", "--var", "signal= "});
   EXPECT_EQ(empty.status, 2);
   EXPECT_EQ(empty.out, "variable\tThere is no designated variable equal to signal.\n");
-  ToolRun korean = Tool({"indicator", "check", "--lang", "ko", "RSI", "--var", "signal="});
+  ToolRun korean = RunTool({"indicator", "check", "--lang", "ko", "RSI", "--var", "signal="});
   EXPECT_EQ(korean.out, "variable\tsignal에 해당하는 변수값이 없읍니다.\n");
 }
 
 TEST(IndicatorCalcCommand, LookbackPrintsTheBarsBeforeTheFirstValue) {
-  EXPECT_EQ(Tool({"indicator", "lookback", "SMA"}).out, "20\n");
-  EXPECT_EQ(Tool({"indicator", "lookback", "SMA", "--var", "period=5"}).out, "5\n");
-  EXPECT_EQ(Tool({"indicator", "lookback", "MACD"}).out, "34\n");
+  EXPECT_EQ(RunTool({"indicator", "lookback", "SMA"}).out, "20\n");
+  EXPECT_EQ(RunTool({"indicator", "lookback", "SMA", "--var", "period=5"}).out, "5\n");
+  EXPECT_EQ(RunTool({"indicator", "lookback", "MACD"}).out, "34\n");
 }
 
 TEST(IndicatorCalcCommand, BadArgumentsAndBrokenFormulasAreReported) {
@@ -149,7 +138,7 @@ TEST(IndicatorCalcCommand, BadArgumentsAndBrokenFormulasAreReported) {
       {{"indicator", "calc", "SMA", "--data", "/no/such/file.csv"}, 1, "error: "},
   };
   for (const Case& c : cases) {
-    ToolRun r = Tool(c.args);
+    ToolRun r = RunTool(c.args);
     EXPECT_EQ(r.status, c.status) << c.args.back() << ": " << r.err;
     EXPECT_EQ(r.err.substr(0, c.err.size()), c.err) << c.args.back();
     EXPECT_TRUE(r.out.empty()) << c.args.back();

@@ -8,21 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "Cli.h"
+#include "CliTestUtil.h"
 #include "chartcalc.h"
 
 namespace {
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
-
-ToolRun Tool(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  int status = RunChartcalc(args, out, err);
-  return {status, out.str(), err.str()};
-}
 
 std::vector<std::vector<std::string>> Rows(const std::string& text) {
   std::vector<std::vector<std::string>> rows;
@@ -38,7 +27,7 @@ std::vector<std::vector<std::string>> Rows(const std::string& text) {
 }  // namespace
 
 TEST(IndicatorCommand, ListPrintsEveryShippedDefinitionNameFirst) {
-  ToolRun all = Tool({"indicator", "list"});
+  ToolRun all = RunTool({"indicator", "list"});
   ASSERT_EQ(all.status, 0) << all.err;
   std::set<std::string> kinds, names;
   for (const auto& row : Rows(all.out)) {
@@ -50,14 +39,14 @@ TEST(IndicatorCommand, ListPrintsEveryShippedDefinitionNameFirst) {
   EXPECT_EQ(kinds, (std::set<std::string>{"indicator", "system", "function"}));
   for (const char* name : {"MACD", "RSI", "Bollinger", "DMI", "MACross", "DualThrust", "Hammer"})
     EXPECT_TRUE(names.count(name)) << name;
-  ToolRun systems = Tool({"indicator", "list", "--kind", "system"});
+  ToolRun systems = RunTool({"indicator", "list", "--kind", "system"});
   EXPECT_EQ(Rows(systems.out).size(), 10u);
   for (const auto& row : Rows(systems.out)) EXPECT_EQ(row[1], "system");
-  EXPECT_EQ(Tool({"indicator", "list", "--kind=pattern"}).out, "");
+  EXPECT_EQ(RunTool({"indicator", "list", "--kind=pattern"}).out, "");
 }
 
 TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
-  ToolRun r = Tool({"indicator", "show", "rsi"});  // names ignore case
+  ToolRun r = RunTool({"indicator", "show", "rsi"});  // names ignore case
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out,
             "name\tRSI\nkind\tindicator\n"
@@ -66,19 +55,19 @@ TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
             "line\t0\tRSI(%period%)\trsi(period)\n"
             "line\t1\tSignal(%signal%)\tavg(rsi(period), signal)\n"
             "base\t30\nbase\t70\n");
-  ToolRun system = Tool({"indicator", "show", "MACross"});
+  ToolRun system = RunTool({"indicator", "show", "MACross"});
   auto rows = Rows(system.out);
   ASSERT_GE(rows.size(), 8u);
   EXPECT_EQ(rows[3], (std::vector<std::string>{"variable", "short", "5", "3", "20", "1"}));
   EXPECT_EQ(rows[5], (std::vector<std::string>{"line", "0", "long entry", "crossup(avg(c, short), avg(c, long))"}));
-  ToolRun candle = Tool({"indicator", "show", "MorningStar"});
+  ToolRun candle = RunTool({"indicator", "show", "MorningStar"});
   EXPECT_NE(candle.out.find("line\t0\tformula\tlongBody = avg(abs(c - o), 10, 3);\\no(2)"), std::string::npos)
       << candle.out;
 }
 
 TEST(IndicatorCommand, KindLimitsTheSearchAndUnknownNamesFail) {
-  EXPECT_EQ(Tool({"indicator", "show", "RSI", "--kind", "indicator"}).status, 0);
-  ToolRun wrongKind = Tool({"indicator", "show", "RSI", "--kind", "system"});
+  EXPECT_EQ(RunTool({"indicator", "show", "RSI", "--kind", "indicator"}).status, 0);
+  ToolRun wrongKind = RunTool({"indicator", "show", "RSI", "--kind", "system"});
   EXPECT_EQ(wrongKind.status, 1);
   EXPECT_NE(wrongKind.err.find("there is no definition 'RSI'"), std::string::npos) << wrongKind.err;
   struct Case {
@@ -95,7 +84,7 @@ TEST(IndicatorCommand, KindLimitsTheSearchAndUnknownNamesFail) {
       {{"eval", "--kind", "system", "c"}, "unknown option --kind"},  // other subcommands do not take it
   };
   for (const Case& c : cases) {
-    ToolRun r = Tool(c.args);
+    ToolRun r = RunTool(c.args);
     EXPECT_EQ(r.status, 1) << c.args.back();
     EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
   }
@@ -104,7 +93,7 @@ TEST(IndicatorCommand, KindLimitsTheSearchAndUnknownNamesFail) {
 TEST(IndicatorCommand, OwnDefinitionsAreListedInUtf8AndAnEmptyDirectoryStaysEmpty) {
   std::string dir = std::string(CHARTCALC_TEST_TMP) + "/cli.indicator-own";
   std::filesystem::remove_all(dir);
-  ToolRun empty = Tool({"indicator", "list", "--index-dir", dir});
+  ToolRun empty = RunTool({"indicator", "list", "--index-dir", dir});
   EXPECT_EQ(empty.status, 0);
   EXPECT_EQ(empty.out, "");
   EXPECT_FALSE(std::filesystem::exists(dir));
@@ -116,8 +105,8 @@ TEST(IndicatorCommand, OwnDefinitionsAreListedInUtf8AndAnEmptyDirectoryStaysEmpt
   x.Description = description.c_str();
   x.SetExpression(0, "c");
   ASSERT_EQ(x.WriteExpression(name.c_str(), 1, 0), 1);
-  EXPECT_EQ(Tool({"indicator", "list", "--index-dir", dir}).out, "나의지표\tindicator\t설명\\t둘째\n");
-  ToolRun shown = Tool({"indicator", "show", "나의지표", "--index-dir", dir});
+  EXPECT_EQ(RunTool({"indicator", "list", "--index-dir", dir}).out, "나의지표\tindicator\t설명\\t둘째\n");
+  ToolRun shown = RunTool({"indicator", "show", "나의지표", "--index-dir", dir});
   EXPECT_EQ(shown.status, 0) << shown.err;
   EXPECT_NE(shown.out.find("line\t0\t\tc\n"), std::string::npos) << shown.out;
   SetIndexDir("./");
