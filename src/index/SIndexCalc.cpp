@@ -167,15 +167,30 @@ void SIndex::ConvertExpression() {
 
 // ---- full and incremental calculation -------------------------------------------
 
-void SIndex::Calc() {
-  if (IndexType == kIndexCandlePattern) {
-    CalcCandlePattern();
-    return;
+namespace {
+
+// Kinds not calculated by formula: the candle-pattern indicator runs its own
+// calculation, the rest have none. True when the kind was handled here.
+bool CalcWithoutFormula(SIndex& x) {
+  if (x.IndexType == kIndexCandlePattern) {
+    x.CalcCandlePattern();
+    return true;
   }
-  if (NotFormulaCalculated(IndexType)) return;
+  return NotFormulaCalculated(x.IndexType);
+}
+
+// A fresh engine sees the indicator's price series and user functions.
+void BindEngine(SIndex& x, SCalc& calc) {
+  calc.SetVariables(x.PriceSeries);
+  calc.SetFunction(x.FunctionList);
+}
+
+}  // namespace
+
+void SIndex::Calc() {
+  if (CalcWithoutFormula(*this)) return;
   SCalc calc;
-  calc.SetVariables(PriceSeries);
-  calc.SetFunction(FunctionList);
+  BindEngine(*this, calc);
   FunctionHistory.Clear();
   calc.SetFuncHist(&FunctionHistory);
   ConvertExpression();
@@ -238,14 +253,9 @@ void CalcNewestBars(SIndex& x, SCalc& calc, int line) {
 }  // namespace
 
 void SIndex::CalcLast() {
-  if (IndexType == kIndexCandlePattern) {
-    CalcCandlePattern();
-    return;
-  }
-  if (NotFormulaCalculated(IndexType)) return;
+  if (CalcWithoutFormula(*this)) return;
   SCalc calc;
-  calc.SetVariables(PriceSeries);
-  calc.SetFunction(FunctionList);
+  BindEngine(*this, calc);
   ConvertExpression();
   for (int line = 0; line < kIndexLines; ++line) {
     if (ConvertedExpression[line].IsEmpty()) continue;
