@@ -10,6 +10,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 inline constexpr int kBenchBars = 1000000;
 
 struct BenchMarket {

@@ -2,6 +2,8 @@
 // ns per bar through the items-processed counter (bars per second).
 #include "BenchMarket.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 void BM_SeriesCalcAvg20(benchmark::State& state) {

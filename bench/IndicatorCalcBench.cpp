@@ -7,6 +7,8 @@
 // history grows by no more than a few thousand bars during a run.
 #include "BenchMarket.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 constexpr int kIterations = 2000;

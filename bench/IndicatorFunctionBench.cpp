@@ -4,6 +4,8 @@
 // time per iteration reads directly as nanoseconds per bar.
 #include "BenchMarket.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 void RunIndicatorFormula(benchmark::State& state, const char* formula) {

@@ -7,6 +7,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 void AddBars(SPriceData& d, int bars) {

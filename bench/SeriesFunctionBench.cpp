@@ -4,6 +4,8 @@
 // highest over 20 and over 200 bars should run at about the same speed.
 #include "BenchMarket.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 void RunSeriesFormula(benchmark::State& state, const char* formula) { RunFormulaBench(state, DailyMarket(), formula); }

@@ -10,6 +10,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 constexpr int kRecords = 10000;

@@ -9,6 +9,8 @@
 #include "FuzzFiles.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::string MakeTemplate() {

@@ -8,6 +8,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 struct Bars {

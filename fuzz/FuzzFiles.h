@@ -14,6 +14,8 @@
 #include <sstream>
 #include <string>
 
+using namespace chartcalc::detail;
+
 namespace fuzzfiles {
 
 // A directory of this process, removed when it exits. In memory (/dev/shm)

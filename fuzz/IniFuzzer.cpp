@@ -10,6 +10,8 @@
 #include "chartcalc.h"
 #include "core/TextCodec.h"
 
+using namespace chartcalc::detail;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string bytes(reinterpret_cast<const char*>(data), size);
   CMemFile mem;

@@ -8,6 +8,8 @@
 #include "FuzzFiles.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 const char* const kFields[] = {"IndexName", "Expression0", "Short"};

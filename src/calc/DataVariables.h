@@ -2,7 +2,7 @@
 // language, shared by the evaluator and by the postfix evaluation path.
 #pragma once
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
 
 // The value of the averaging method word `name` in the current language
 // (0 simple, 1 exponential, 2 weighted, 3 geometric, 4 harmonic), or

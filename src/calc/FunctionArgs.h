@@ -4,15 +4,15 @@
 // returns with the token after its last argument current.
 #pragma once
 
-#include "calc/SCalc.h"
 #include "calc/SCalcFunctionTable.h"
-#include "core/Texts.h"
+#include "chartcalc/SCalc.h"
+#include "core/TextTable.h"
 
 // The next argument. A ")" where an argument is due means the argument is
 // missing: that is reported without consuming the ")", so that the call
 // still closes where the user closed it.
 inline SVector NextArg(SCalc& calc) {
-  if (calc.CurrentToken() == RP) return calc.Error(TxImperfect);
+  if (calc.CurrentToken() == SCalc::RP) return calc.Error(chartcalc::detail::TxImperfect);
   return calc.Expr();
 }
 

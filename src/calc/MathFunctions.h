@@ -2,7 +2,7 @@
 // language, shared by the evaluator and by the postfix evaluation path.
 #pragma once
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
 
 // An element function of the standard math library, called one bar at a time.
 using MathElement = double (*)(double);

@@ -5,7 +5,7 @@
 // SCalcTimeFunctions.cpp only read the arguments.
 #pragma once
 
-#include "calc/SCalc.h"
+#include "chartcalc/SCalc.h"
 
 // How a compression groups bars. A name unit starts a group where the unit's
 // part of the date-time (hour, day of month, month, year) differs from the

@@ -8,10 +8,13 @@
 #include <iterator>
 
 #include "calc/DataVariables.h"
-#include "calc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
-#include "core/DateTime.h"
-#include "core/Texts.h"
+#include "chartcalc/DateTime.h"
+#include "chartcalc/SCalc.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

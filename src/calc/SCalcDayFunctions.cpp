@@ -9,8 +9,11 @@
 // been seen. Every one of them depends on the whole history before a bar.
 #include <algorithm>
 
+#include "calc/EngineNames.h"
 #include "calc/SCalcIndicators.h"
-#include "core/DateTime.h"
+#include "chartcalc/DateTime.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,6 +1,9 @@
 #include "calc/SCalcFunctionTable.h"
 
-#include "core/Texts.h"
+#include "calc/EngineNames.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <span>
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
 
 class SCalc;
 
@@ -16,7 +16,7 @@ bool NameEquals(const char* a, const char* b);
 // and bar numbers are read from their arguments.
 inline double FirstElement(const SVector& v) { return v.GetSize() > 0 ? v.Data()[0] : 0.0; }
 // A period, count or bar number: the first element truncated toward zero.
-inline int CountArg(const SVector& v) { return TruncToInt(FirstElement(v)); }
+inline int CountArg(const SVector& v) { return chartcalc::detail::TruncToInt(FirstElement(v)); }
 
 struct SCalcFunction {
   // English name, compared without regard to case; nullptr when the function

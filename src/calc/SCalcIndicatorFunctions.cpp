@@ -7,11 +7,14 @@
 // SCalcRegressionFunctions.cpp.
 #include <cmath>
 
+#include "calc/EngineNames.h"
 #include "calc/FunctionArgs.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
 #include "calc/Swing.h"
-#include "core/Texts.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 // ---- commodity channel index --------------------------------------------------
 

@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "calc/SCalc.h"
+#include "chartcalc/SCalc.h"
 
 // Day values (SCalcDayFunctions.cpp). A day is the calendar date of a bar;
 // the first day in the data may be incomplete and is never used as a full day.

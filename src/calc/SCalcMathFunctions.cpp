@@ -9,8 +9,11 @@
 #include <cerrno>
 #include <cmath>
 
+#include "calc/EngineNames.h"
 #include "calc/FunctionArgs.h"
 #include "calc/MathFunctions.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

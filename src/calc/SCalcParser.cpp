@@ -11,9 +11,13 @@
 #include <cstring>
 #include <string>
 
-#include "calc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
-#include "core/Texts.h"
+#include "calc/SStack.h"
+#include "chartcalc/SCalc.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -21,13 +21,17 @@
 #include <string>
 
 #include "calc/DataVariables.h"
+#include "calc/EngineNames.h"
 #include "calc/MathFunctions.h"
-#include "calc/SCalc.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
-#include "calc/SFunction.h"
+#include "calc/SStack.h"
 #include "calc/SeriesFunctions.h"
-#include "core/Texts.h"
+#include "chartcalc/SCalc.h"
+#include "chartcalc/SFunction.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 // ---- SStack -------------------------------------------------------------------
 

@@ -10,8 +10,11 @@
 // bounded and lets a NaN that entered a window leave it again.
 #include <cmath>
 
+#include "calc/EngineNames.h"
 #include "calc/SCalcIndicators.h"
-#include "core/Texts.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -4,8 +4,11 @@
 // SeriesFunctions.cpp. Prim handles the optional trailing ", n" delay and the
 // closing ")".
 #include "calc/DataVariables.h"
+#include "calc/EngineNames.h"
 #include "calc/FunctionArgs.h"
 #include "calc/SeriesFunctions.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

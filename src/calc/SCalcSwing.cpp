@@ -8,8 +8,11 @@
 #include <cmath>
 #include <vector>
 
-#include "calc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/Swing.h"
+#include "chartcalc/SCalc.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

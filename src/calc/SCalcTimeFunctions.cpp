@@ -8,12 +8,15 @@
 #include <algorithm>
 #include <vector>
 
+#include "calc/EngineNames.h"
 #include "calc/FunctionArgs.h"
 #include "calc/SCalcCompression.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
-#include "core/DateTime.h"
-#include "core/Texts.h"
+#include "chartcalc/DateTime.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

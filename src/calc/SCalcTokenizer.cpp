@@ -2,9 +2,12 @@
 #include <charconv>
 #include <cstring>
 
-#include "calc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
-#include "core/Texts.h"
+#include "chartcalc/SCalc.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

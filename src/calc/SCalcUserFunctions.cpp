@@ -6,11 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "calc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
-#include "calc/SFunction.h"
-#include "core/TextHelpers.h"
-#include "core/Texts.h"
+#include "chartcalc/SCalc.h"
+#include "chartcalc/SFunction.h"
+#include "chartcalc/TextHelpers.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,11 +1,14 @@
-#include "calc/SFunction.h"
+#include "chartcalc/SFunction.h"
 
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
-#include "core/TableDb.h"
-#include "core/TextHelpers.h"
+#include "calc/EngineNames.h"
+#include "chartcalc/TableDb.h"
+#include "chartcalc/TextHelpers.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

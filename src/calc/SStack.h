@@ -8,8 +8,8 @@
 // than a failure.
 #pragma once
 
-#include "core/SString.h"
-#include "core/SVector.h"
+#include "chartcalc/SString.h"
+#include "chartcalc/SVector.h"
 
 inline constexpr int kPostfixCapacity = 100;
 

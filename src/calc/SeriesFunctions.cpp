@@ -15,9 +15,12 @@
 #include <string>
 #include <vector>
 
-#include "calc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/Swing.h"
-#include "core/Texts.h"
+#include "chartcalc/SCalc.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -12,7 +12,7 @@
 // Every function costs O(bars), whatever its period or count.
 #pragma once
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
 
 class SCalc;
 

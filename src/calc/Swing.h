@@ -2,7 +2,7 @@
 // SCalc::CalcSwingHighLow and SCalc::CalcZigZag, on read-only series.
 #pragma once
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
 
 // The value of a swing-point series at a bar where no swing point is found.
 inline constexpr double kNoSwing = -1.0;

@@ -1,14 +1,16 @@
-#include "core/CFBArchive.h"
+#include "chartcalc/CFBArchive.h"
 
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 
+#include "chartcalc/TableDb.h"
+#include "chartcalc/TextHelpers.h"
 #include "core/FileUtil.h"
 #include "core/SqliteStore.h"
-#include "core/TableDb.h"
-#include "core/TextHelpers.h"
+
+using namespace chartcalc::detail;
 
 using sqlstore::Statement;
 

@@ -1,6 +1,8 @@
-#include "core/CIniFile.h"
+#include "chartcalc/CIniFile.h"
 
-#include "core/TableDb.h"
+#include "chartcalc/TableDb.h"
+
+using namespace chartcalc::detail;
 
 unsigned int CIniFile::GetInt(const char* section, const char* key, int dflt) {
   CIniMemFile doc(fileName_, 0);

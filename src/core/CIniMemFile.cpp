@@ -1,11 +1,13 @@
-#include "core/CIniMemFile.h"
+#include "chartcalc/CIniMemFile.h"
 
 #include <charconv>
 #include <cstdio>
 
+#include "chartcalc/TextHelpers.h"
 #include "core/FileUtil.h"
 #include "core/TextCodec.h"
-#include "core/TextHelpers.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

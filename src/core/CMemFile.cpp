@@ -1,4 +1,4 @@
-#include "core/CMemFile.h"
+#include "chartcalc/CMemFile.h"
 
 #include <algorithm>
 #include <cstring>

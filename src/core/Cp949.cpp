@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 
+namespace chartcalc::detail {
+
 namespace {
 
 bool Convert(const char* to, const char* from, std::string_view in, std::string& out) {
@@ -56,3 +58,5 @@ std::string Cp949ToUtf8Lossy(std::string_view in) {
   }
   return out;
 }
+
+}  // namespace chartcalc::detail

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace chartcalc::detail {
+
 // Converts UTF-8 to code page 949. Returns false (and leaves out unspecified)
 // when the input is not valid UTF-8 or holds a character code page 949 lacks.
 bool Utf8ToCp949(std::string_view in, std::string& out);
@@ -15,3 +17,5 @@ bool Cp949ToUtf8(std::string_view in, std::string& out);
 // Code page 949 to UTF-8 for display: a byte that does not convert is shown
 // as \xNN, so nothing is hidden and nothing fails.
 std::string Cp949ToUtf8Lossy(std::string_view in);
+
+}  // namespace chartcalc::detail

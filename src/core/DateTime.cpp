@@ -1,10 +1,12 @@
 // Date-time numbers of bars: YYYYMMDD for daily bars, YYYYMMDDhhmmss for
 // intraday bars. All conversions go through 64-bit integers so that any double
 // (even a corrupt one) gives a defined answer.
-#include "core/DateTime.h"
+#include "chartcalc/DateTime.h"
 
 #include <cmath>
 #include <cstdint>
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -50,7 +52,7 @@ int GetCompDate(double dt) {
 
 long GetLongDate(double dt) { return GetCompDate(dt); }
 
-int GetTimeOfDay(double dt) { return IsIntraday(dt) ? static_cast<int>(Whole(dt) % 1000000) : 0; }
+int chartcalc::detail::GetTimeOfDay(double dt) { return IsIntraday(dt) ? static_cast<int>(Whole(dt) % 1000000) : 0; }
 
 int GetYear(double dt) { return GetCompDate(dt) / 10000; }
 int GetMonth(double dt) { return GetCompDate(dt) / 100 % 100; }
@@ -58,11 +60,11 @@ int GetDate(double dt) { return GetCompDate(dt) % 100; }
 int GetHour(double dt) { return GetTimeOfDay(dt) / 10000; }
 int GetMinute(double dt) { return GetTimeOfDay(dt) / 100 % 100; }
 
-double MakeDateTime(int yyyymmdd, int hhmmss) {
+double chartcalc::detail::MakeDateTime(int yyyymmdd, int hhmmss) {
   return static_cast<double>(yyyymmdd) * 1000000.0 + hhmmss;
 }
 
-bool IsValidDate(int yyyymmdd) {
+bool chartcalc::detail::IsValidDate(int yyyymmdd) {
   int y = yyyymmdd / 10000, m = yyyymmdd / 100 % 100, d = yyyymmdd % 100;
   if (y < 1 || m < 1 || m > 12 || d < 1) return false;
   return CivilFromDays(DaysFromCivil(y, m, d)) == yyyymmdd;

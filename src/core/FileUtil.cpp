@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <vector>
 
+namespace chartcalc::detail {
+
 ReadStatus ReadWholeFile(const std::string& path, size_t maxBytes, std::string& out) {
   out.clear();
   int fd = open(path.c_str(), O_RDONLY);
@@ -104,3 +106,5 @@ bool MakeParentDirs(const std::string& path) {
   std::filesystem::create_directories(dir, ec);
   return std::filesystem::is_directory(dir, ec);
 }
+
+}  // namespace chartcalc::detail

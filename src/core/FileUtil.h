@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace chartcalc::detail {
+
 enum class ReadStatus { kOk, kMissing, kTooLarge, kError };
 
 // Reads the whole file at path into out, refusing files above maxBytes.
@@ -22,3 +24,5 @@ bool ReplaceWith(const std::string& temp, const std::string& path);
 bool MakeParentDirs(const std::string& path);
 // Makes sure the file's bytes are on the disk.
 bool SyncFile(const std::string& path);
+
+}  // namespace chartcalc::detail

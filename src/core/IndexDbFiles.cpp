@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "core/TableDb.h"
+#include "chartcalc/TableDb.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "core/SString.h"
+#include "chartcalc/SString.h"
 
 #include <climits>
 #include <cstdio>

@@ -1,6 +1,6 @@
 // Storage, growth, element access helpers and the element-wise operators of
 // SVector. The rolling and cumulative calculations are in SVectorRolling.cpp.
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,6 +9,8 @@
 #include <limits>
 #include <new>
 #include <utility>
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -132,7 +134,7 @@ void CopyCarried(double* dst, const SVector& src) {
 
 }  // namespace
 
-int ShiftStart(int start, long long n) {
+int chartcalc::detail::ShiftStart(int start, long long n) {
   if (start >= kInvalidStart) return kInvalidStart;
   long long s = static_cast<long long>(start) + n;
   if (s >= kInvalidStart) return kInvalidStart;
@@ -140,7 +142,7 @@ int ShiftStart(int start, long long n) {
   return static_cast<int>(s);
 }
 
-int TruncToInt(double v) {
+int chartcalc::detail::TruncToInt(double v) {
   if (std::isnan(v)) return 0;
   if (v >= 2147483647.0) return std::numeric_limits<int>::max();
   if (v <= -2147483648.0) return std::numeric_limits<int>::min();

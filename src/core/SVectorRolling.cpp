@@ -10,7 +10,9 @@
 #include <cmath>
 #include <utility>
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

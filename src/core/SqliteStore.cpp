@@ -5,7 +5,7 @@
 
 #include "core/TextCodec.h"
 
-namespace sqlstore {
+namespace chartcalc::detail::sqlstore {
 
 namespace {
 
@@ -133,4 +133,4 @@ std::string Quote(std::string_view name) {
   return q + "\"";
 }
 
-}  // namespace sqlstore
+}  // namespace chartcalc::detail::sqlstore

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace sqlstore {
+namespace chartcalc::detail::sqlstore {
 
 // Largest text or blob a connection reads or writes (1 MiB): far above any
 // field, key or value the library stores, and a bound on what a damaged or
@@ -80,4 +80,4 @@ class Statement {
 // from callers and files, so they are never pasted into SQL bare.
 std::string Quote(std::string_view name);
 
-}  // namespace sqlstore
+}  // namespace chartcalc::detail::sqlstore

@@ -1,5 +1,5 @@
 // DB: one table file (layout at the top of TableDb.h).
-#include "core/TableDb.h"
+#include "chartcalc/TableDb.h"
 
 #include <strings.h>
 
@@ -9,6 +9,8 @@
 #include "core/FileUtil.h"
 #include "core/SqliteStore.h"
 #include "core/TextCodec.h"
+
+using namespace chartcalc::detail;
 
 using sqlstore::Quote;
 using sqlstore::Statement;

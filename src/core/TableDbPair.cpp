@@ -4,7 +4,9 @@
 #include <filesystem>
 #include <utility>
 
-#include "core/TableDb.h"
+#include "chartcalc/TableDb.h"
+
+using namespace chartcalc::detail;
 
 DDB::DDB(int mode) : mode_(mode) {}
 

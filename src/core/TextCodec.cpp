@@ -4,6 +4,8 @@
 
 #include "core/Cp949.h"
 
+namespace chartcalc::detail {
+
 namespace {
 
 // Length of the well-formed UTF-8 sequence at the start of s, or 0.
@@ -60,3 +62,5 @@ std::string Cp949FromUtf8Lossy(std::string_view utf8) {
   }
   return out;
 }
+
+}  // namespace chartcalc::detail

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace chartcalc::detail {
+
 // True when s is pure ASCII (the same bytes in both encodings).
 bool IsAscii(std::string_view s);
 // True when s is well-formed UTF-8.
@@ -16,3 +18,5 @@ bool CleanUtf8(std::string_view cp949, std::string& utf8);
 // UTF-8 (well-formed or not) to code page 949; a character code page 949
 // lacks, or a malformed byte, becomes "?".
 std::string Cp949FromUtf8Lossy(std::string_view utf8);
+
+}  // namespace chartcalc::detail

@@ -1,4 +1,4 @@
-#include "core/TextHelpers.h"
+#include "chartcalc/TextHelpers.h"
 
 #include <charconv>
 #include <climits>
@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -93,11 +95,11 @@ char* FindString(char* text, const char* key) { return text && key ? std::strstr
 
 const char* FindString(const char* text, const char* key) { return text && key ? std::strstr(text, key) : nullptr; }
 
-bool IsNameStart(unsigned char c) {
+bool chartcalc::detail::IsNameStart(unsigned char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= 0xA1 && c <= 0xFE);
 }
 
-bool IsNamePart(unsigned char c) { return IsNameStart(c) || (c >= '0' && c <= '9') || c == '_'; }
+bool chartcalc::detail::IsNamePart(unsigned char c) { return IsNameStart(c) || (c >= '0' && c <= '9') || c == '_'; }
 
 char* GetName(const char* source, char* output) {
   if (!output) return output;
@@ -136,7 +138,7 @@ SString FloatToStrF(double value, int precision, int digits) {
   return SString(FixedDecimals(value, digits));
 }
 
-int TickDecimals(double tick) {
+int chartcalc::detail::TickDecimals(double tick) {
   if (!(tick > 0.0) || !std::isfinite(tick)) return 2;
   // The tick as written with 10 decimals, less its trailing zeros.
   char buf[400];

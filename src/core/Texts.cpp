@@ -1,10 +1,11 @@
-#include "core/Texts.h"
-
 #include <array>
 #include <atomic>
 #include <string>
 
 #include "core/Cp949.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -43,9 +44,9 @@ void SetLangType(int lang) {
   gLang.store(lang == kLangKorean ? kLangKorean : kLangEnglish, std::memory_order_relaxed);
 }
 
-const char* GetText(TextId id, int lang) {
+const char* chartcalc::detail::GetText(TextId id, int lang) {
   if (id < 0 || id >= TxCount) return "";
   return lang == kLangKorean ? KoreanTexts()[id].c_str() : kPairs[id].english;
 }
 
-const char* GetText(TextId id) { return GetText(id, GetLangType()); }
+const char* chartcalc::detail::GetText(TextId id) { return GetText(id, GetLangType()); }

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <climits>
 
-#include "core/SVector.h"
+#include "chartcalc/SVector.h"
+
+namespace chartcalc::detail {
 
 // Makes the line n bars long. When it must grow, it grows by a quarter of
 // its length (at least a block) at once, keeping its valid bars: growing by
@@ -18,3 +20,5 @@ inline void GrowLineTo(SVector& line, int n) {
   }
   line.SetSize(n);
 }
+
+}  // namespace chartcalc::detail

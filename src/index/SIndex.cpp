@@ -1,9 +1,11 @@
 // SIndex: construction, copying, binding, setters and line data.
-#include "index/SIndex.h"
+#include "chartcalc/SIndex.h"
 
 #include <cstdint>
 
-#include "calc/SFunction.h"
+#include "chartcalc/SFunction.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

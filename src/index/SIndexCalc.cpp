@@ -15,10 +15,12 @@
 #include <string>
 
 #include "calc/SCalcFunctionTable.h"
-#include "core/TextHelpers.h"
-#include "core/Texts.h"
+#include "chartcalc/SIndex.h"
+#include "chartcalc/TextHelpers.h"
+#include "core/TextTable.h"
 #include "index/LineGrowth.h"
-#include "index/SIndex.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

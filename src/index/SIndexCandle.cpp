@@ -7,9 +7,11 @@
 // are substituted exactly as an indicator's are.
 #include <algorithm>
 
-#include "calc/SFunction.h"
+#include "chartcalc/SFunction.h"
+#include "chartcalc/SIndex.h"
 #include "index/LineGrowth.h"
-#include "index/SIndex.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -15,9 +15,11 @@
 #include <variant>
 #include <vector>
 
-#include "core/TableDb.h"
-#include "core/TextHelpers.h"
-#include "index/SIndex.h"
+#include "chartcalc/SIndex.h"
+#include "chartcalc/TableDb.h"
+#include "chartcalc/TextHelpers.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,10 +1,12 @@
 // SIndexList: an owned array of indicators with a count, a capacity and a
 // growth step.
-#include "index/SIndexList.h"
+#include "chartcalc/SIndexList.h"
 
 #include <algorithm>
 #include <climits>
 #include <new>
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -20,14 +22,17 @@ SIndexList::SIndexList(const SIndexList& other) : SIndexList() { *this = other; 
 SIndexList& SIndexList::operator=(const SIndexList& other) {
   if (this == &other) return *this;
   Clear();
-  for (int i = 0; i < other.Count; ++i) Add(other.Items[i]);
+  for (int i = 0, n = other.Used(); i < n; ++i) Add(other.Items[i]);
   return *this;
 }
 
 SIndexList::~SIndexList() = default;
 
+int SIndexList::Used() const { return std::clamp(Count, 0, allocated_); }
+
 void SIndexList::Reset(int capacity, int growBy) {
   Items.reset();
+  allocated_ = 0;
   Count = 0;
   Capacity = 0;
   GrowBy = growBy;
@@ -37,17 +42,20 @@ void SIndexList::Reset(int capacity, int growBy) {
 // A new array of default indicators with the used elements assigned across.
 // When memory runs out the list stays as it was and false is returned.
 bool SIndexList::Reallocate(long capacity) {
-  if (capacity < Count || capacity > INT_MAX) return false;
+  const int used = Used();
+  if (capacity < used || capacity > INT_MAX) return false;
   std::unique_ptr<SIndex[]> items(new (std::nothrow) SIndex[static_cast<size_t>(capacity)]);
   if (!items) return false;
-  for (int i = 0; i < Count; ++i) items[i] = std::move(Items[i]);
+  for (int i = 0; i < used; ++i) items[i] = std::move(Items[i]);
   Items = std::move(items);
-  Capacity = static_cast<int>(capacity);
+  Count = used;
+  Capacity = allocated_ = static_cast<int>(capacity);
   return true;
 }
 
 void SIndexList::Add(const SIndex& index) {
-  if (Count >= Capacity) {
+  Count = Used();
+  if (Count >= Capacity || Count >= allocated_) {
     // The argument may be one of our own elements: copy it before the old
     // array goes.
     SIndex copy(index);
@@ -59,6 +67,7 @@ void SIndexList::Add(const SIndex& index) {
 }
 
 void SIndexList::Delete(int i) {
+  Count = Used();
   if (i < 0 || i >= Count) return;
   for (int k = i; k + 1 < Count; ++k) Items[k] = Items[k + 1];
   Items[--Count] = SIndex();
@@ -67,10 +76,10 @@ void SIndexList::Delete(int i) {
 void SIndexList::Clear() { Reset(kClearedCapacity, kClearedCapacity); }
 
 void SIndexList::SetMaxSize(long n) {
-  if (n > Capacity) Reallocate(n);
+  if (n > Capacity || n > allocated_) Reallocate(n);
 }
 
 SIndex& SIndexList::operator[](long i) {
-  if (i >= 0 && i < Count) return Items[i];
+  if (i >= 0 && i < Used()) return Items[i];
   return *this;
 }

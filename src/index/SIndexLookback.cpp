@@ -6,7 +6,9 @@
 // no price data is needed to learn how many bars an indicator needs.
 #include <algorithm>
 
-#include "index/SIndex.h"
+#include "chartcalc/SIndex.h"
+
+using namespace chartcalc::detail;
 
 int SIndex::GetMinDataSize() {
   SVector empty[kPriceSlots];

@@ -1,7 +1,9 @@
 // The binding of an indicator to a record of a price-data list: which record
 // is current, and the series the indicator reads from it.
-#include "index/SIndex.h"
-#include "price/SPriceDataList.h"
+#include "chartcalc/SIndex.h"
+#include "chartcalc/SPriceDataList.h"
+
+using namespace chartcalc::detail;
 
 int SIndexProp::GetCurIndex() {
   if (!PriceList) return 0;

@@ -2,8 +2,10 @@
 // them by.
 #include <algorithm>
 
-#include "index/SIndex.h"
-#include "price/SPriceData.h"
+#include "chartcalc/SIndex.h"
+#include "chartcalc/SPriceData.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,7 +1,9 @@
 // SUserIndexList: lookups of indicator pointers by UserID.
-#include "index/SUserIndexList.h"
+#include "chartcalc/SUserIndexList.h"
 
 #include <climits>
+
+using namespace chartcalc::detail;
 
 int SUserIndexList::Find(int id) {
   for (int i = 0; i < GetSize(); ++i)

@@ -1,4 +1,6 @@
-#include "price/SBaseData.h"
+#include "chartcalc/SBaseData.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -9,7 +11,7 @@ const int kBaseSlotOf[kPriceSlots] = {kBaseClose,    kBaseOpen,         kBaseHig
 
 }  // namespace
 
-int BaseSlotOf(int priceSlot) {
+int chartcalc::detail::BaseSlotOf(int priceSlot) {
   return priceSlot >= 0 && priceSlot < kPriceSlots ? kBaseSlotOf[priceSlot] : -1;
 }
 

@@ -1,8 +1,10 @@
-#include "price/SPriceData.h"
+#include "chartcalc/SPriceData.h"
 
 #include <algorithm>
 
 #include "property/ArchiveKeys.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,12 +1,16 @@
 // The list operations and archive persistence of SPriceDataList; the INI
 // settings file is in SPriceDataListSettings.cpp.
-#include "price/SPriceDataList.h"
+#include "chartcalc/SPriceDataList.h"
 
 #include <algorithm>
 #include <climits>
 #include <new>
 
+using namespace chartcalc::detail;
+
 SPriceDataList::SPriceDataList() : Items(new SPriceData[1]) {}
+
+int SPriceDataList::Used() const { return std::clamp(Count, 0, allocated_); }
 
 SPriceDataList::SPriceDataList(const SPriceDataList& other) : SPriceDataList() { *this = other; }
 
@@ -15,7 +19,7 @@ SPriceDataList::~SPriceDataList() = default;
 SPriceDataList& SPriceDataList::operator=(const SPriceDataList& s) {
   if (this == &s) return *this;
   Clear();
-  for (int i = 0; i < s.Count; ++i) {
+  for (int i = 0, n = s.Used(); i < n; ++i) {
     if (!EnsureRoom()) break;
     Items[Count++] = s.Items[i];
   }
@@ -27,22 +31,24 @@ SPriceDataList& SPriceDataList::operator=(const SPriceDataList& s) {
 bool SPriceDataList::Reallocate(int capacity) {
   std::unique_ptr<SPriceData[]> items(new (std::nothrow) SPriceData[static_cast<size_t>(capacity)]);
   if (!items) return false;
+  Count = Used();
   for (int i = 0; i < Count; ++i) items[i] = Items[i];
   Items = std::move(items);
-  Capacity = capacity;
+  Capacity = allocated_ = capacity;
   return true;
 }
 
 // Grows by GrowBy records when every slot is in use.
 bool SPriceDataList::EnsureRoom() {
-  if (Count < Capacity) return true;
-  long long grown = static_cast<long long>(Capacity) + std::max(GrowBy, 1);
+  Count = Used();
+  if (Count < Capacity && Count < allocated_) return true;
+  long long grown = static_cast<long long>(Count) + std::max(GrowBy, 1);
   return grown <= INT_MAX && Reallocate(static_cast<int>(grown));
 }
 
 int SPriceDataList::GetNextID() const {
   long long largest = -1;
-  for (int i = 0; i < Count; ++i) largest = std::max<long long>(largest, Items[i].ID);
+  for (int i = 0, n = Used(); i < n; ++i) largest = std::max<long long>(largest, Items[i].ID);
   return static_cast<int>(std::min<long long>(largest + 1, INT_MAX));
 }
 
@@ -66,7 +72,7 @@ int SPriceDataList::AddSeq() { return AppendReset(); }
 
 int SPriceDataList::Add(const SPriceData& r) {
   // r may be a record of this list, which growing moves.
-  if (Count == Capacity && &r >= Items.get() && &r < Items.get() + Capacity) {
+  if (&r >= Items.get() && &r < Items.get() + allocated_) {
     SPriceData copy(r);
     return Add(copy);
   }
@@ -79,13 +85,14 @@ int SPriceDataList::Add(const SPriceData& r) {
 }
 
 void SPriceDataList::Delete(int i) {
+  Count = Used();
   if (i < 0 || i >= Count) return;
   for (int j = i + 1; j < Count; ++j) Items[j - 1] = Items[j];
   --Count;
 }
 
 void SPriceDataList::Clear() {
-  for (int i = 0; i < Capacity; ++i) {
+  for (int i = 0; i < allocated_; ++i) {
     Items[i].SetToDefault();
     Items[i].ClearData();
   }
@@ -93,20 +100,20 @@ void SPriceDataList::Clear() {
 }
 
 void SPriceDataList::SetMaxSize(long n) {
-  if (n > Capacity && n <= INT_MAX) Reallocate(static_cast<int>(n));
+  if ((n > Capacity || n > allocated_) && n <= INT_MAX) Reallocate(static_cast<int>(n));
 }
 
-SPriceData& SPriceDataList::operator[](long i) { return i >= 0 && i < Count ? Items[i] : Fallback; }
+SPriceData& SPriceDataList::operator[](long i) { return i >= 0 && i < Used() ? Items[i] : Fallback; }
 
-const SPriceData& SPriceDataList::operator[](long i) const { return i >= 0 && i < Count ? Items[i] : Fallback; }
+const SPriceData& SPriceDataList::operator[](long i) const { return i >= 0 && i < Used() ? Items[i] : Fallback; }
 
 int SPriceDataList::GetSymbolNoFromID(int id) const {
-  for (int i = 0; i < Count; ++i)
+  for (int i = 0, n = Used(); i < n; ++i)
     if (Items[i].ID == id) return i;
   return -1;
 }
 
-int SPriceDataList::GetSymbolIDFromNo(int i) const { return i >= 0 && i < Count ? Items[i].ID : -1; }
+int SPriceDataList::GetSymbolIDFromNo(int i) const { return i >= 0 && i < Used() ? Items[i].ID : -1; }
 
 SPriceData& SPriceDataList::GetCurData(int id) {
   return (*this)[GetSymbolNoFromID(id < 0 ? SelectedID : id)];
@@ -137,6 +144,7 @@ void SPriceDataList::Load(CFBArchive& archive) {
 
 void SPriceDataList::Store(CFBArchive& archive) const {
   archive.SetCategory("PriceDataList");
-  archive.SetInt("size", Count, 0);
-  for (int i = 0; i < Count; ++i) Items[i].Store(archive, i);
+  const int n = Used();
+  archive.SetInt("size", n, 0);
+  for (int i = 0; i < n; ++i) Items[i].Store(archive, i);
 }

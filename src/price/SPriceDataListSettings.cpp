@@ -23,9 +23,11 @@
 #include <algorithm>
 #include <string>
 
-#include "core/TableDb.h"
-#include "core/Texts.h"
-#include "price/SPriceDataList.h"
+#include "chartcalc/SPriceDataList.h"
+#include "chartcalc/TableDb.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -118,11 +120,12 @@ void ExchangeAlarm(Io& io, int i, L& l, const SSRLines& d) {
 }  // namespace
 
 void SPriceDataList::SaveSettingDoc(CIniMemFile& doc) const {
-  doc.WriteInt("-1", "COUNT", Count);
+  const int n = Used();
+  doc.WriteInt("-1", "COUNT", n);
   const SPriceProperty defaultProperty;
   const SSRLines defaultLines;
   IniWrite io(doc);
-  for (int i = 0; i < Count; ++i) {
+  for (int i = 0; i < n; ++i) {
     const SPriceData& r = Items[i];
     const std::string config = Section(i, Tx(TxSetConfiguration));
     io.Int(config, "PriceID", r.ID, -1);

@@ -6,8 +6,10 @@
 
 #include <cstdio>
 
-#include "core/CFBArchive.h"
-#include "core/SString.h"
+#include "chartcalc/CFBArchive.h"
+#include "chartcalc/SString.h"
+
+namespace chartcalc::detail {
 
 // Writes each value with the record's default for its key.
 class ArchiveStore {
@@ -56,3 +58,5 @@ class NumberedKey {
  private:
   char text_[64];
 };
+
+}  // namespace chartcalc::detail

@@ -1,6 +1,6 @@
 // The indicator display record: defaults, key lookup and its keys in the
 // keyed archive.
-#include "property/SIndexProp.h"
+#include "chartcalc/SIndexProp.h"
 
 #include <strings.h>
 
@@ -9,7 +9,9 @@
 #include <string>
 #include <variant>
 
-#include "core/CFBArchive.h"
+#include "chartcalc/CFBArchive.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -1,8 +1,10 @@
-#include "property/SPriceProperty.h"
+#include "chartcalc/SPriceProperty.h"
 
-#include "core/TextHelpers.h"
-#include "core/Texts.h"
+#include "chartcalc/TextHelpers.h"
+#include "core/TextTable.h"
 #include "property/ArchiveKeys.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -131,7 +133,7 @@ void ExchangeKeys(Io& io, Rec& r, const SPriceProperty& d) {
 
 }  // namespace
 
-const char* GetPriceChartTypeName(int k) {
+const char* chartcalc::detail::GetPriceChartTypeName(int k) {
   if (k < 0 || k >= kPriceChartTypes) return "";
   return GetText(static_cast<TextId>(TxChartTypeCandle + k));
 }

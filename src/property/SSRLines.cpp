@@ -4,14 +4,16 @@
 // ShowAlarmLine, ShowAlarmDlg, ShowTitle, ShowValue, LineStyle and TextPos,
 // and one section per line, named by its index, with ShowLine, LineColor and
 // LineThick.
-#include "property/SSRLines.h"
+#include "chartcalc/SSRLines.h"
 
 #include <cstdio>
 
-#include "core/CIniMemFile.h"
-#include "core/TableDb.h"
-#include "core/Texts.h"
+#include "chartcalc/CIniMemFile.h"
+#include "chartcalc/TableDb.h"
+#include "core/TextTable.h"
 #include "property/ArchiveKeys.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 
@@ -49,7 +51,7 @@ void ExchangeKeys(Io& io, Rec& r, const SSRLines& d) {
 
 }  // namespace
 
-const char* GetSRLineName(int j) {
+const char* chartcalc::detail::GetSRLineName(int j) {
   if (j < 0 || j >= kSRLineCount) return "";
   return GetText(static_cast<TextId>(TxSRLinePrevOpen + j));
 }

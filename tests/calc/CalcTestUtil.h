@@ -9,7 +9,13 @@
 #include <string>
 #include <vector>
 
+#include "calc/EngineNames.h"
+#include "calc/SStack.h"
 #include "chartcalc.h"
+#include "core/Cp949.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 // A series from literal values, valid from `start`.
 inline SVector Series(std::initializer_list<double> values, int start = 0) {

@@ -5,6 +5,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/SCalcCompression.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Intraday bars over three days; the first day starts at 14:00, the second

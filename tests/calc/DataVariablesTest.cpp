@@ -6,6 +6,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/DataVariables.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Every bound slot holds 100 * (slot + 1) + bar, so a word's series tells

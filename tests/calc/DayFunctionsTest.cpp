@@ -7,6 +7,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/SCalcIndicators.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Half-hour bars over four days: day A starts mid-afternoon (bars 0-2),

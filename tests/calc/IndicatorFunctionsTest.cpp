@@ -13,6 +13,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/SCalcIndicators.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // A few hundred bars of a random walk with changing volatility, gaps and

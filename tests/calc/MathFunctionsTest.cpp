@@ -8,6 +8,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/MathFunctions.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 struct MathFunctionsTest : ::testing::Test {

@@ -6,6 +6,8 @@
 
 #include "CalcTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 struct ParserTest : ::testing::Test {

@@ -8,6 +8,8 @@
 
 #include "calc/CalcTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // The compiled items of a formula in postfix order (the list's top first),

@@ -13,6 +13,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/SCalcIndicators.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // A random walk around `level` with a flat stretch of 40 bars (longer than

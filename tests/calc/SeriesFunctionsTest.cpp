@@ -10,6 +10,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/SeriesFunctions.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // bar:     0   1   2   3   4   5   6   7   8   9

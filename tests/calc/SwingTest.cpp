@@ -10,6 +10,8 @@
 #include "calc/CalcTestUtil.h"
 #include "calc/Swing.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // The definition: walk the candidates c = i - k for k = strength .. length - 1,

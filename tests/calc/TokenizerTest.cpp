@@ -6,6 +6,8 @@
 
 #include "CalcTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::vector<int> Tokens(const std::string& text) {

@@ -8,6 +8,8 @@
 
 #include "CalcTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Close 10, 11, ..., 17, bound to an engine that knows the given functions.

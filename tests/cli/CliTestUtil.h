@@ -7,6 +7,8 @@
 
 #include "Cli.h"
 
+using namespace chartcalc::detail;
+
 struct ToolRun {
   int status;
   std::string out, err;

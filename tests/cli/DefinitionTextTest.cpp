@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "DefinitionText.h"
+#include "core/Cp949.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -9,6 +9,8 @@
 #include "CliTestUtil.h"
 #include "PriceCsv.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::string WriteFile(const std::string& name, const std::string& text) {

@@ -10,6 +10,8 @@
 
 #include "CliTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Runs the tool with --index-dir set to this test's own directory.

@@ -11,6 +11,8 @@
 #include "CliTestUtil.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // The CSV's rows split into cells; a quoted cell loses its quotes.

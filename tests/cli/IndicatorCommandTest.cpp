@@ -11,6 +11,8 @@
 #include "CliTestUtil.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::vector<std::vector<std::string>> Rows(const std::string& text) {

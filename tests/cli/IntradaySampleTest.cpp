@@ -11,6 +11,8 @@
 #include "Cli.h"
 #include "PriceCsv.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 const std::string kIntraday = std::string(CHARTCALC_DATA_DIR) + "/sample_intraday.csv";

@@ -8,6 +8,8 @@
 
 #include "PriceCsv.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::string WriteCsv(const std::string& name, const std::string& text) {

@@ -5,6 +5,8 @@
 
 #include "StorageTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 TEST(CFBArchive, MissingKeysAndCategoriesGiveTheDefaults) {

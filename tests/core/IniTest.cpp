@@ -3,6 +3,8 @@
 
 #include "StorageTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 TEST(CIniMemFile, ValuesRoundTripThroughFileAndMemoryFile) {

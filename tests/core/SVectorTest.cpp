@@ -9,6 +9,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 SVector Make(std::vector<double> v, int start = 0) {

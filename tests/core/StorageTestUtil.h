@@ -11,6 +11,10 @@
 #include <string>
 
 #include "chartcalc.h"
+#include "core/Cp949.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 // An empty directory of this test's own, below the build's test directory.
 inline std::string TestDir() {

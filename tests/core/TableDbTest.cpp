@@ -10,6 +10,8 @@
 
 #include "StorageTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // A report-style table: a key field and two texts, one narrow.

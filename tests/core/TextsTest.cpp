@@ -4,6 +4,10 @@
 #include <string>
 
 #include "chartcalc.h"
+#include "core/Cp949.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

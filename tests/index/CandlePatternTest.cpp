@@ -6,6 +6,8 @@
 #include "calc/CalcTestUtil.h"
 #include "index/IndexTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 SFunction Pattern(const char* expression, std::vector<std::pair<const char*, const char*>> vars = {}) {

@@ -9,6 +9,10 @@
 #include <vector>
 
 #include "chartcalc.h"
+#include "core/Cp949.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

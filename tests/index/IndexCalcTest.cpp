@@ -7,6 +7,8 @@
 #include "calc/CalcTestUtil.h"
 #include "index/IndexTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // ---- substitution ---------------------------------------------------------------

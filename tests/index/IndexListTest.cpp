@@ -6,6 +6,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 SIndex Named(const std::string& name) {

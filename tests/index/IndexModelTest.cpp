@@ -4,6 +4,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 TEST(IndexModel, ConstructionAppliesTheIndicatorDefaults) {
   SIndex x("rsi", 3);
   EXPECT_EQ(x.IndexName, SString("rsi"));

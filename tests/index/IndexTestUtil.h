@@ -11,6 +11,10 @@
 #include <vector>
 
 #include "chartcalc.h"
+#include "core/Cp949.h"
+#include "core/TextTable.h"
+
+using namespace chartcalc::detail;
 
 // Bars of a random walk with a seeded generator, so that every run sees the
 // same prices: the close moves by up to 2% a bar, the open, high and low lie

@@ -5,6 +5,8 @@
 
 #include "index/IndexTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 struct LookbackCase {

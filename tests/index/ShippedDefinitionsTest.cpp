@@ -15,6 +15,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 #ifdef CHARTCALC_SHIPPED_INDEX_DIR
 
 namespace {

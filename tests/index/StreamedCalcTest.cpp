@@ -11,6 +11,8 @@
 
 #include "index/IndexTestUtil.h"
 
+using namespace chartcalc::detail;
+
 #ifdef CHARTCALC_SHIPPED_INDEX_DIR
 
 namespace {

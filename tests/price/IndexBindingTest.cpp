@@ -4,6 +4,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 SPriceDataList ListWithIds(std::initializer_list<int> ids) {

@@ -6,6 +6,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::vector<int> Ids(const SPriceDataList& l) {

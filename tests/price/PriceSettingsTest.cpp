@@ -8,6 +8,8 @@
 #include "chartcalc.h"
 #include "core/StorageTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Two records with settings away from their defaults; the second one has no

@@ -8,6 +8,8 @@
 #include "calc/CalcTestUtil.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // The per-type defaults as the price-data settings file lists them, written

@@ -6,6 +6,8 @@
 
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Every persisted field set away from its default.

@@ -8,6 +8,8 @@
 #include "chartcalc.h"
 #include "core/StorageTestUtil.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 SSRLines PreviousDay(double open, double high, double low, double close) {

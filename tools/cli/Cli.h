@@ -8,6 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "core/Cp949.h"
+#include "core/TextTable.h"
+
 // Exit statuses of every subcommand.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitBadInput = 1;  // files, arguments

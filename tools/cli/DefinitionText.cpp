@@ -36,6 +36,10 @@
 #include <optional>
 #include <sstream>
 
+#include "core/Cp949.h"
+
+using namespace chartcalc::detail;
+
 namespace {
 
 std::string Trimmed(const std::string& s) {

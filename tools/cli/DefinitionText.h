@@ -15,8 +15,9 @@ struct DefinitionKind {
   int type;  // IndexType
 };
 inline constexpr DefinitionKind kDefinitionKinds[] = {
-    {"indicator", kIndexIndicator}, {"expression", kIndexSingleExpression}, {"pattern", kIndexPattern},
-    {"system", kIndexSystem},       {"function", kIndexUserFunction},
+    {"indicator", chartcalc::detail::kIndexIndicator},   {"expression", chartcalc::detail::kIndexSingleExpression},
+    {"pattern", chartcalc::detail::kIndexPattern},       {"system", chartcalc::detail::kIndexSystem},
+    {"function", chartcalc::detail::kIndexUserFunction},
 };
 // The kind named by word, or -2 when there is none.
 int DefinitionKindOf(const std::string& word);

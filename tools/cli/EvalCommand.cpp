@@ -5,6 +5,8 @@
 #include "Cli.h"
 #include "PriceCsv.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // Writes bar,datetime,value rows; datetime is empty past the data, value is

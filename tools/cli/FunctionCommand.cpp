@@ -12,6 +12,8 @@
 #include "Cli.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 constexpr int kFunctionKind = 4;
@@ -82,7 +84,7 @@ bool IsHiddenByLanguage(const std::string& name) {
     SCalc probe;
     probe.SetExpression(name.c_str());
     const char* n = name.c_str();
-    hidden = hidden || probe.GetToken() != NAME || probe.IsVectorFunction(n) || probe.IsDataVariable(n) ||
+    hidden = hidden || probe.GetToken() != SCalc::NAME || probe.IsVectorFunction(n) || probe.IsDataVariable(n) ||
              probe.IsMathFunction(n);
   }
   SetLangType(lang);

@@ -31,6 +31,8 @@
 #include "PriceCsv.h"
 #include "chartcalc.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 std::string Field(const SString& cp949) {

@@ -17,6 +17,8 @@
 #include <iterator>
 #include <vector>
 
+using namespace chartcalc::detail;
+
 namespace {
 
 enum Column { kColDate, kColTime, kColOpen, kColHigh, kColLow, kColClose, kColVolume, kColOi, kColAmount, kColSpread, kColumns };

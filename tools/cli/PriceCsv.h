@@ -13,7 +13,7 @@
 bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error);
 
 // Number of bars of a record read by ReadPriceCsv.
-inline int Bars(const SPriceData& data) { return data.GetSeries(kClose).GetSize(); }
+inline int Bars(const SPriceData& data) { return data.GetSeries(chartcalc::detail::kClose).GetSize(); }
 
 // Parses one date cell (YYYYMMDD, YYYYMMDDhhmmss, YYYY-MM-DD or
 // "YYYY-MM-DD hh:mm[:ss]") into a date and a time of day; hasTime tells

@@ -35,6 +35,9 @@
 
 #include "DefinitionText.h"
 #include "chartcalc.h"
+#include "core/Cp949.h"
+
+using namespace chartcalc::detail;
 
 namespace fs = std::filesystem;
 

@@ -16,7 +16,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/DateTime.h"
+#include "chartcalc/DateTime.h"
+
+using namespace chartcalc::detail;
 
 namespace {
 

@@ -5,21 +5,40 @@
 // flags; besides those, the price chart's scale and line settings.
 #pragma once
 
-#include "core/CFBArchive.h"
-#include "core/SString.h"
+#include "chartcalc/CFBArchive.h"
+#include "chartcalc/SString.h"
+
+namespace chartcalc::detail {
 
 // Number of price-chart types; every per-type array has one entry per type.
 inline constexpr int kPriceChartTypes = 18;
 
 // The price-chart types, in the order of their index.
 enum PriceChartTypeIndex {
-  kChartCandle, kChartBarOhlc, kChartBarHlc, kChartCloseLine, kChartSellOff, kChartPointFigure,
-  kChartThreeLineBreak, kChartSwing, kChartKagi, kChartRenko, kChartCounterClockwise, kChartCandleVolume,
-  kChartEquiVolume, kChartFlow, kChartPlot, kChartMultiAverage, kChartZigZag, kChartMarketProfile
+  kChartCandle,
+  kChartBarOhlc,
+  kChartBarHlc,
+  kChartCloseLine,
+  kChartSellOff,
+  kChartPointFigure,
+  kChartThreeLineBreak,
+  kChartSwing,
+  kChartKagi,
+  kChartRenko,
+  kChartCounterClockwise,
+  kChartCandleVolume,
+  kChartEquiVolume,
+  kChartFlow,
+  kChartPlot,
+  kChartMultiAverage,
+  kChartZigZag,
+  kChartMarketProfile
 };
 
 // The name of price-chart type k in the current language ("" outside 0-17).
 const char* GetPriceChartTypeName(int k);
+
+}  // namespace chartcalc::detail
 
 class SPriceProperty {
  public:
@@ -47,27 +66,27 @@ class SPriceProperty {
   int BlUse128Scale;
   int Initializing;  // 1 while the constructor resets the record; not persisted
   int ShowBaseLine[4];
-  int WhiteLineColor[kPriceChartTypes];  // rising colour
-  int WhiteLineFill[kPriceChartTypes];
-  int BlackLineColor[kPriceChartTypes];  // falling colour
-  int BlackLineFill[kPriceChartTypes];
-  int VolumeAtPriceColor[kPriceChartTypes];
-  SString Name1[kPriceChartTypes];
-  SString Value1[kPriceChartTypes];
-  SString Name2[kPriceChartTypes];
-  SString Value2[kPriceChartTypes];
-  SString Default1[kPriceChartTypes];
-  SString Default2[kPriceChartTypes];
-  int BlWhiteLineColor[kPriceChartTypes];
-  int BlWhiteLineFill[kPriceChartTypes];
-  int BlBlackLineColor[kPriceChartTypes];
-  int BlBlackLineFill[kPriceChartTypes];
-  int BlVolumeAtPrice[kPriceChartTypes];
-  int BlVolumeDisp[kPriceChartTypes];
-  int BlName1[kPriceChartTypes];
-  int BlValue1[kPriceChartTypes];
-  int BlName2[kPriceChartTypes];
-  int BlValue2[kPriceChartTypes];
+  int WhiteLineColor[chartcalc::detail::kPriceChartTypes];  // rising colour
+  int WhiteLineFill[chartcalc::detail::kPriceChartTypes];
+  int BlackLineColor[chartcalc::detail::kPriceChartTypes];  // falling colour
+  int BlackLineFill[chartcalc::detail::kPriceChartTypes];
+  int VolumeAtPriceColor[chartcalc::detail::kPriceChartTypes];
+  SString Name1[chartcalc::detail::kPriceChartTypes];
+  SString Value1[chartcalc::detail::kPriceChartTypes];
+  SString Name2[chartcalc::detail::kPriceChartTypes];
+  SString Value2[chartcalc::detail::kPriceChartTypes];
+  SString Default1[chartcalc::detail::kPriceChartTypes];
+  SString Default2[chartcalc::detail::kPriceChartTypes];
+  int BlWhiteLineColor[chartcalc::detail::kPriceChartTypes];
+  int BlWhiteLineFill[chartcalc::detail::kPriceChartTypes];
+  int BlBlackLineColor[chartcalc::detail::kPriceChartTypes];
+  int BlBlackLineFill[chartcalc::detail::kPriceChartTypes];
+  int BlVolumeAtPrice[chartcalc::detail::kPriceChartTypes];
+  int BlVolumeDisp[chartcalc::detail::kPriceChartTypes];
+  int BlName1[chartcalc::detail::kPriceChartTypes];
+  int BlValue1[chartcalc::detail::kPriceChartTypes];
+  int BlName2[chartcalc::detail::kPriceChartTypes];
+  int BlValue2[chartcalc::detail::kPriceChartTypes];
   int MinMaxY;  // vertical-scale mode; 2 = user-fixed bounds
   double UserMin;
   double UserMax;

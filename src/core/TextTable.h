@@ -1,6 +1,10 @@
-// Bilingual texts. Every user-visible text is a pair (Korean in code page 949,
-// English) chosen by the language setting at the moment of use.
+// Internal: the library's text pairs (core/TextTable.inc, Korean in code page
+// 949 and English), addressed by id and read in the current language.
 #pragma once
+
+#include "chartcalc/Texts.h"
+
+namespace chartcalc::detail {
 
 enum TextId : int {
 #define CC_TEXT(id, ko, en) id,
@@ -12,10 +16,6 @@ enum TextId : int {
 inline constexpr int kLangKorean = 0;
 inline constexpr int kLangEnglish = 1;
 
-// The current language: 0 Korean, 1 English (the default).
-int GetLangType();
-void SetLangType(int lang);
-
 // The text of the pair in the current language (read at every call).
 const char* GetText(TextId id);
 // The text of the pair in the given language.
@@ -23,3 +23,5 @@ const char* GetText(TextId id, int lang);
 // Item i of a per-language list stored Korean list first: the entry
 // lang * length + i.
 inline int ListEntry(int lang, int length, int i) { return lang * length + i; }
+
+}  // namespace chartcalc::detail

@@ -5,21 +5,21 @@
 // values) plus four companion indicators for the multi-moving-average chart.
 //
 // Bars are added field by field with a field code; the codes do not follow
-// the storage order of the series (see PriceField).
+// the storage order of the series (see the kField codes).
 #pragma once
 
 #include <memory>
 
-#include "core/CFBArchive.h"
-#include "core/SString.h"
-#include "core/SVector.h"
-#include "index/SIndex.h"
-#include "price/SBaseData.h"
-#include "property/SPriceProperty.h"
-#include "property/SSRLines.h"
+#include "chartcalc/CFBArchive.h"
+#include "chartcalc/SBaseData.h"
+#include "chartcalc/SIndex.h"
+#include "chartcalc/SPriceProperty.h"
+#include "chartcalc/SSRLines.h"
+#include "chartcalc/SString.h"
+#include "chartcalc/SVector.h"
 
 // Field codes of AddData, InsertData, UpdateData and GetData.
-enum PriceField {
+enum : int {
   kFieldClose = 0,
   kFieldOpen = 1,
   kFieldHigh = 2,
@@ -28,18 +28,22 @@ enum PriceField {
   kFieldVolume = 5,
   kFieldAmount = 6,
   kFieldOpenInterest = 7,
-  kFieldCorrectionDate = 8,    // added and staged only
-  kFieldCorrectionValue1 = 9,  // added and staged only
-  kFieldCorrectionValue2 = 10, // added and staged only
+  kFieldCorrectionDate = 8,     // added and staged only
+  kFieldCorrectionValue1 = 9,   // added and staged only
+  kFieldCorrectionValue2 = 10,  // added and staged only
   kFieldSpread = 11,
-  kFieldCodes
 };
 
+namespace chartcalc::detail {
+
+inline constexpr int kFieldCodes = 12;
 inline constexpr int kBaseInfoValues = 10;
 // Staging series: slots 0-8 stage the price series by storage slot, 9-11 the
 // correction date and the two correction values.
 inline constexpr int kStageSlots = 12;
 inline constexpr int kCompanionIndexes = 4;
+
+}  // namespace chartcalc::detail
 
 // Ten reference values of the host, every one -1 when created or cleared.
 class SBaseInfo {
@@ -47,7 +51,7 @@ class SBaseInfo {
   SBaseInfo() { Clear(); }
   virtual ~SBaseInfo() = default;
   void Clear();
-  double Value[kBaseInfoValues];
+  double Value[chartcalc::detail::kBaseInfoValues];
 };
 
 class SPriceData : public SBaseData {
@@ -122,7 +126,7 @@ class SPriceData : public SBaseData {
   double ChartCycle = 1.0;
   int ChartPeriod = 2;
   int HasData = 0;
-  SVector TempData[kStageSlots];
+  SVector TempData[chartcalc::detail::kStageSlots];
   SVector CorrectionDate;    // field code 8
   SVector CorrectionValue1;  // field code 9
   SVector CorrectionValue2;  // field code 10
@@ -130,7 +134,7 @@ class SPriceData : public SBaseData {
   int HasCorrection = 0;
   double TickSize = 1.0;
   std::unique_ptr<SPriceProperty> PriceProperty;
-  SIndex CompanionIndex[kCompanionIndexes];
+  SIndex CompanionIndex[chartcalc::detail::kCompanionIndexes];
   int CandleShown = 1;
   int AuxInt1 = 0;
   int AuxInt2 = 0;

@@ -7,17 +7,29 @@
 // in the engine's order.
 #pragma once
 
-#include "calc/SCalc.h"
-#include "core/SVector.h"
+#include "chartcalc/SCalc.h"
+#include "chartcalc/SVector.h"
+
+namespace chartcalc::detail {
 
 // Storage slots of the nine price series.
 enum BaseSlot {
-  kBaseClose, kBaseOpen, kBaseLow, kBaseHigh, kBaseVolume, kBaseDateTime, kBaseOpenInterest, kBaseAmount,
-  kBaseSpread, kBaseSlots
+  kBaseClose,
+  kBaseOpen,
+  kBaseLow,
+  kBaseHigh,
+  kBaseVolume,
+  kBaseDateTime,
+  kBaseOpenInterest,
+  kBaseAmount,
+  kBaseSpread,
+  kBaseSlots
 };
 
 // The storage slot of a series given in the engine's order (PriceSlot), or -1.
 int BaseSlotOf(int priceSlot);
+
+}  // namespace chartcalc::detail
 
 class SBaseData {
  public:
@@ -30,11 +42,11 @@ class SBaseData {
   SVector& GetSeries(int priceSlot) { return Series[SlotOrClose(priceSlot)]; }
   const SVector& GetSeries(int priceSlot) const { return Series[SlotOrClose(priceSlot)]; }
 
-  SVector Series[kBaseSlots];  // by storage slot
+  SVector Series[chartcalc::detail::kBaseSlots];  // by storage slot
 
  private:
   static int SlotOrClose(int priceSlot) {
-    int s = BaseSlotOf(priceSlot);
-    return s < 0 ? kBaseClose : s;
+    int s = chartcalc::detail::BaseSlotOf(priceSlot);
+    return s < 0 ? chartcalc::detail::kBaseClose : s;
   }
 };

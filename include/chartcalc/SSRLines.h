@@ -4,21 +4,49 @@
 // when the last close crossed a line.
 #pragma once
 
-#include "core/CFBArchive.h"
-#include "core/SString.h"
+#include "chartcalc/CFBArchive.h"
+#include "chartcalc/SString.h"
+
+namespace chartcalc::detail {
 
 inline constexpr int kSRLineCount = 28;
 
 // The lines, by index.
 enum SRLineIndex {
-  kSRPrevOpen, kSRPrevHigh, kSRPrevLow, kSRPrevClose, kSRTodayOpen, kSRTodayHigh, kSRTodayLow, kSRTodayOhl3,
-  kSRLimitHigh, kSRLimitLow, kSRWeekOpen, kSRWeekHigh, kSRWeekLow, kSRMonthOpen, kSRMonthHigh, kSRMonthLow,
-  kSRPivot, kSRPivotR1, kSRPivotR2, kSRPivotS1, kSRPivotS2, kSRDemark, kSRDemarkHigh, kSRDemarkLow,
-  kSRUser1, kSRUser2, kSRUser3, kSRUser4
+  kSRPrevOpen,
+  kSRPrevHigh,
+  kSRPrevLow,
+  kSRPrevClose,
+  kSRTodayOpen,
+  kSRTodayHigh,
+  kSRTodayLow,
+  kSRTodayOhl3,
+  kSRLimitHigh,
+  kSRLimitLow,
+  kSRWeekOpen,
+  kSRWeekHigh,
+  kSRWeekLow,
+  kSRMonthOpen,
+  kSRMonthHigh,
+  kSRMonthLow,
+  kSRPivot,
+  kSRPivotR1,
+  kSRPivotR2,
+  kSRPivotS1,
+  kSRPivotS2,
+  kSRDemark,
+  kSRDemarkHigh,
+  kSRDemarkLow,
+  kSRUser1,
+  kSRUser2,
+  kSRUser3,
+  kSRUser4
 };
 
 // The name of line j in the current language ("" outside 0-27).
 const char* GetSRLineName(int j);
+
+}  // namespace chartcalc::detail
 
 class SSRLines {
  public:
@@ -66,9 +94,9 @@ class SSRLines {
   int TextPos;
   double Close;
   double PrevClose;
-  double LineValue[kSRLineCount];
-  int ShowLine[kSRLineCount];
-  int LineThick[kSRLineCount];
-  int ShowAlert[kSRLineCount];  // 1 crossed upward, -1 downward, 0 none
-  int LineColor[kSRLineCount];
+  double LineValue[chartcalc::detail::kSRLineCount];
+  int ShowLine[chartcalc::detail::kSRLineCount];
+  int LineThick[chartcalc::detail::kSRLineCount];
+  int ShowAlert[chartcalc::detail::kSRLineCount];  // 1 crossed upward, -1 downward, 0 none
+  int LineColor[chartcalc::detail::kSRLineCount];
 };

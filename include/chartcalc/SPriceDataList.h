@@ -6,14 +6,18 @@
 
 #include <memory>
 
-#include "core/CFBArchive.h"
-#include "core/CIniMemFile.h"
-#include "core/CMemFile.h"
-#include "price/SPriceData.h"
+#include "chartcalc/CFBArchive.h"
+#include "chartcalc/CIniMemFile.h"
+#include "chartcalc/CMemFile.h"
+#include "chartcalc/SPriceData.h"
+
+namespace chartcalc::detail {
 
 // Settings files and archives name at most this many records; a larger
 // count is taken as this many (a chart never shows so many symbols).
 inline constexpr int kMaxPriceRecords = 1000;
+
+}  // namespace chartcalc::detail
 
 class SPriceDataList {
  public:
@@ -66,6 +70,9 @@ class SPriceDataList {
   int ReadSetting(const char* path);
   int SaveSetting(const char* path) const;
 
+  // The host may read and write these. The list owns Items and frees it; it
+  // keeps the length it really allocated to itself, so a Count or Capacity
+  // written from outside never sends it past the end of the array.
   SPriceData Fallback;
   std::unique_ptr<SPriceData[]> Items;  // Capacity records, the first Count in use
   int Count = 0;
@@ -74,9 +81,13 @@ class SPriceDataList {
   int SelectedID = 0;
 
  private:
+  // Count, clamped to the records that really exist.
+  int Used() const;
   bool Reallocate(int capacity);
   bool EnsureRoom();
   int AppendReset();
   void ReadSettingDoc(CIniMemFile& doc);
   void SaveSettingDoc(CIniMemFile& doc) const;
+
+  int allocated_ = 1;
 };

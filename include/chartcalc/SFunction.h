@@ -5,9 +5,13 @@
 
 #include <memory>
 
-#include "core/SString.h"
+#include "chartcalc/SString.h"
+
+namespace chartcalc::detail {
 
 inline constexpr int kMaxFunctionVars = 10;
+
+}  // namespace chartcalc::detail
 
 class SFunction {
  public:
@@ -16,10 +20,10 @@ class SFunction {
   SFunction& operator=(const SFunction&) = default;
   virtual ~SFunction() = default;
 
-  SString Name;                        // as used in formulas
-  SString VarName[kMaxFunctionVars];   // parameters; the first empty one ends the list
-  SString VarValue[kMaxFunctionVars];  // stored parameter values (not used by calls)
-  SString Expression;                  // the body; at most 4095 characters are evaluated
+  SString Name;                                           // as used in formulas
+  SString VarName[chartcalc::detail::kMaxFunctionVars];   // parameters; the first empty one ends the list
+  SString VarValue[chartcalc::detail::kMaxFunctionVars];  // stored parameter values (not used by calls)
+  SString Expression;                                     // the body; at most 4095 characters are evaluated
 
   // Number of parameters: the names before the first empty one.
   int GetVarCount() const;

@@ -5,15 +5,19 @@
 // formula engine and the calculation state.
 #pragma once
 
-#include "core/SString.h"
-#include "core/SVector.h"
+#include "chartcalc/SString.h"
+#include "chartcalc/SVector.h"
 
 class CFBArchive;
 class SPriceDataList;
 
+namespace chartcalc::detail {
+
 inline constexpr int kIndexLines = 5;      // formula lines, line series and base lines
 inline constexpr int kIndexVars = 10;      // named variables
 inline constexpr int kIndexBaseLines = 5;  // horizontal base lines (YValue)
+
+}  // namespace chartcalc::detail
 
 class SIndexProp {
  public:
@@ -57,30 +61,30 @@ class SIndexProp {
 
   // Variables (text substituted into the expressions) and their
   // optimisation ranges.
-  SString VarName[kIndexVars];
-  SString VarValue[kIndexVars];
-  SString VarStart[kIndexVars];
-  SString VarEnd[kIndexVars];
-  SString VarIncrement[kIndexVars];
+  SString VarName[chartcalc::detail::kIndexVars];
+  SString VarValue[chartcalc::detail::kIndexVars];
+  SString VarStart[chartcalc::detail::kIndexVars];
+  SString VarEnd[chartcalc::detail::kIndexVars];
+  SString VarIncrement[chartcalc::detail::kIndexVars];
 
   // Lines. Colours are red + 256 * green + 65536 * blue.
-  SString ExpName[kIndexLines];
-  SString Expression[kIndexLines];
-  SString ConvertedExpression[kIndexLines];
-  int ShowLine[kIndexLines] = {};
-  int Shape[kIndexLines] = {};
-  int LineType[kIndexLines] = {};
-  int LineColor[kIndexLines] = {};
-  int LineStyle[kIndexLines] = {};
-  int LineWidth[kIndexLines] = {};
-  int LineUpColor[kIndexLines] = {};
-  int LineDnColor[kIndexLines] = {};
-  SString LineUpValue[kIndexLines];
-  SString LineDnValue[kIndexLines];
-  int LineCompMethod[kIndexLines] = {};
+  SString ExpName[chartcalc::detail::kIndexLines];
+  SString Expression[chartcalc::detail::kIndexLines];
+  SString ConvertedExpression[chartcalc::detail::kIndexLines];
+  int ShowLine[chartcalc::detail::kIndexLines] = {};
+  int Shape[chartcalc::detail::kIndexLines] = {};
+  int LineType[chartcalc::detail::kIndexLines] = {};
+  int LineColor[chartcalc::detail::kIndexLines] = {};
+  int LineStyle[chartcalc::detail::kIndexLines] = {};
+  int LineWidth[chartcalc::detail::kIndexLines] = {};
+  int LineUpColor[chartcalc::detail::kIndexLines] = {};
+  int LineDnColor[chartcalc::detail::kIndexLines] = {};
+  SString LineUpValue[chartcalc::detail::kIndexLines];
+  SString LineDnValue[chartcalc::detail::kIndexLines];
+  int LineCompMethod[chartcalc::detail::kIndexLines] = {};
 
   // Base lines and the vertical scale.
-  SString YValue[kIndexBaseLines];
+  SString YValue[chartcalc::detail::kIndexBaseLines];
   int YValueColor = 0;
   int YValueStyle = 0;
   int YValueWidth = 1;
@@ -112,7 +116,7 @@ class SIndexProp {
   int DRAWLV = 0;
 
   // Computed series and the bound price data (not owned).
-  SVector LineData[kIndexLines];
+  SVector LineData[chartcalc::detail::kIndexLines];
   SVector OwnDate;  // bars of the indicator's own, when they are not the price bars
   SPriceDataList* PriceList = nullptr;
 };

@@ -18,75 +18,77 @@
 #include <memory>
 #include <vector>
 
-#include "calc/SStack.h"
-#include "core/SString.h"
-#include "core/SVector.h"
+#include "chartcalc/SString.h"
+#include "chartcalc/SVector.h"
 
 class SFunctionList;
+class SStack;
 
-// Token kinds; single-character tokens carry their character code.
-enum TokenValue {
-  NAME = 0,
-  NUMBER = 1,
-  END = 2,
-  MOD = 37,
-  AND = 38,
-  LP = 40,
-  RP = 41,
-  MUL = 42,
-  PLUS = 43,
-  COMMA = 44,
-  MINUS = 45,
-  DIV = 47,
-  PRINT = 59,
-  ASSIGN = 61,
-  POW = 94,
-  OR = 124,
-  LT = 125,
-  LE = 126,
-  GT = 127,
-  GE = 128,
-  EQ = 129,
-  NE = 130,
-  NOT = 131,
-};
+namespace chartcalc::detail {
 
-inline constexpr int kMaxExpression = 4096;  // formula buffer, terminator included
-inline constexpr int kMaxNameText = 256;     // token name buffer
-inline constexpr int kMaxNumberText = 200;   // number text buffer
-inline constexpr int kMaxNames = 256;        // entries of the name table
-inline constexpr int kMaxVariableName = 52;  // a variable's name, terminator included
-inline constexpr int kMaxUserCalls = 256;    // user-function calls per calculation
+inline constexpr int kMaxExpression = 4096;       // formula buffer, terminator included
+inline constexpr int kMaxNameText = 256;          // token name buffer
+inline constexpr int kMaxNumberText = 200;        // number text buffer
+inline constexpr int kMaxNames = 256;             // entries of the name table
+inline constexpr int kMaxVariableName = 52;       // a variable's name, terminator included
+inline constexpr int kMaxUserCalls = 256;         // user-function calls per calculation
 inline constexpr int kMaxCompiledFunctions = 10;  // user functions compiled for the postfix path
 inline constexpr int kMaxEvaluatedFunctions = 4;  // of those, evaluated on the postfix path
 // Parser recursion limit, so that pathological nesting gets an error rather
 // than exhausting the stack.
 inline constexpr int kMaxNesting = 500;
 
+// Bound price series, in the fixed order in which they travel everywhere.
+enum PriceSlot { kClose, kOpen, kHigh, kLow, kVolume, kDateTime, kOpenInterest, kAmount, kSpread, kPriceSlots };
+
+}  // namespace chartcalc::detail
+
 // True for a byte that starts (or continues) a Korean syllable in a name.
 bool isHangul(unsigned char c);
 
-// One variable of a formula.
-struct Name {
-  char name[kMaxVariableName] = {};
-  SVector value;
-};
-
-// Bound price series, in the fixed order in which they travel everywhere.
-enum PriceSlot {
-  kClose, kOpen, kHigh, kLow, kVolume, kDateTime, kOpenInterest, kAmount, kSpread, kPriceSlots
-};
-
 class SCalc {
  public:
+  // Token kinds; single-character tokens carry their character code.
+  enum TokenValue {
+    NAME = 0,
+    NUMBER = 1,
+    END = 2,
+    MOD = 37,
+    AND = 38,
+    LP = 40,
+    RP = 41,
+    MUL = 42,
+    PLUS = 43,
+    COMMA = 44,
+    MINUS = 45,
+    DIV = 47,
+    PRINT = 59,
+    ASSIGN = 61,
+    POW = 94,
+    OR = 124,
+    LT = 125,
+    LE = 126,
+    GT = 127,
+    GE = 128,
+    EQ = 129,
+    NE = 130,
+    NOT = 131,
+  };
+
+  // One variable of a formula.
+  struct Name {
+    char name[chartcalc::detail::kMaxVariableName] = {};
+    SVector value;
+  };
+
   SCalc();
   SCalc(const SCalc& other);
   SCalc& operator=(const SCalc& other);
   virtual ~SCalc();
 
   // Binding and evaluation.
-  void SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume,
-                   SVector& dateTime, SVector& openInterest, SVector& amount, SVector& spread);
+  void SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume, SVector& dateTime,
+                   SVector& openInterest, SVector& amount, SVector& spread);
   void SetExpression(const char* text);
   SVector Calculate();
   SVector Calculate(int start);
@@ -121,8 +123,7 @@ class SCalc {
   // Name table.
   Name* Look(const char* name, int insert);
   Name* Insert(const char* name);
-  void CopyTable(std::vector<std::unique_ptr<Name>>& dest,
-                 const std::vector<std::unique_ptr<Name>>& source, int count);
+  void CopyTable(std::vector<std::unique_ptr<Name>>& dest, const std::vector<std::unique_ptr<Name>>& source, int count);
   void ClearNameTable();
   int NameCount() const { return static_cast<int>(names_.size()); }
   const Name* NameAt(int i) const { return names_[static_cast<size_t>(i)].get(); }
@@ -148,12 +149,11 @@ class SCalc {
 
   // Swing points and zigzag.
   SVector CalcSwingHighLow(int high, int instance, SVector& price, int strength, int length);
-  SVector CalcZigZag(double percent, SVector& swingHigh, SVector& swingLow, SVector& high,
-                     SVector& low);
+  SVector CalcZigZag(double percent, SVector& swingHigh, SVector& swingLow, SVector& high, SVector& low);
 
   // Binds the nine series from an array in the same order; a null entry
   // leaves its slot unbound (it reads as an empty series).
-  void SetVariables(SVector* const series[kPriceSlots]);
+  void SetVariables(SVector* const series[chartcalc::detail::kPriceSlots]);
 
   // Postfix path (SCalcPostfix.cpp): a formula compiled once into a postfix
   // list and evaluated by walking it, without tokenising again.
@@ -176,7 +176,7 @@ class SCalc {
 
   // A bound price series; an unbound slot reads as an empty series.
   const SVector& Bound(int slot) const;
-  const SVector& Close() const { return Bound(kClose); }
+  const SVector& Close() const { return Bound(chartcalc::detail::kClose); }
   // Marks the result as depending on the whole history before each bar.
   void MarkHistory() { HistoryFlag = 1; }
 
@@ -204,23 +204,23 @@ class SCalc {
   void CopyPostfix(const SCalc& other);
   void CallUserFunction(int position, int base, int count);
   std::unique_ptr<SStack> postfix_;  // the main expression
-  std::unique_ptr<SStack> userPostfix_[kMaxCompiledFunctions];
+  std::unique_ptr<SStack> userPostfix_[chartcalc::detail::kMaxCompiledFunctions];
   std::unique_ptr<SStack> evalStack_;
-  SVector opScratch_;  // operator results
+  SVector opScratch_;   // operator results
   int lastAssign_ = 0;  // the last item evaluated was an assignment
 
   // Tokenizer state.
-  char expr_[kMaxExpression] = {};
+  char expr_[chartcalc::detail::kMaxExpression] = {};
   const char* pos_ = expr_;
   double numberValue_ = 0.0;
-  char nameText_[kMaxNameText] = {};
+  char nameText_[chartcalc::detail::kMaxNameText] = {};
   TokenValue token_ = PLUS;
 
   // Evaluator state.
   SVector empty_;
   SVector methodValue_;
   SVector dateWork_;
-  SVector* bound_[kPriceSlots] = {};
+  SVector* bound_[chartcalc::detail::kPriceSlots] = {};
   SFunctionList* functions_ = nullptr;
   SAnsiStringList* funcHistory_ = nullptr;
   int userCalls_ = 0;

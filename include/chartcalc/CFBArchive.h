@@ -17,8 +17,8 @@
 #include <map>
 #include <string>
 
-#include "core/CArray.h"
-#include "core/SString.h"
+#include "chartcalc/CArray.h"
+#include "chartcalc/SString.h"
 
 class CFBArchive {
  public:

@@ -30,11 +30,15 @@
 #include <unordered_map>
 #include <vector>
 
-#include "core/CMemFile.h"
-#include "core/SString.h"
+#include "chartcalc/CMemFile.h"
+#include "chartcalc/SString.h"
+
+namespace chartcalc::detail {
 
 // Files and memory files above this size are refused when loading.
 inline constexpr size_t kMaxIniBytes = 16u << 20;
+
+}  // namespace chartcalc::detail
 
 class CIniMemFile {
  public:

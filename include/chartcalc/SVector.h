@@ -5,11 +5,6 @@
 
 #include <cstdint>
 
-// Start index of a failed calculation: a series without any valid bar.
-inline constexpr int kInvalidStart = 2147483647;
-// Capacity grows in blocks of this many elements.
-inline constexpr int kSeriesBlock = 1000;
-
 class SVector {
  public:
   SVector();  // same as SVector(0): empty series, capacity 0
@@ -156,8 +151,17 @@ void VecNot(SVector& r, const SVector& a);
 void VecCopy(SVector& r, const SVector& a);
 void VecRef(SVector& r, const SVector& a, int n);
 
+namespace chartcalc::detail {
+
+// Start index of a failed calculation: a series without any valid bar.
+inline constexpr int kInvalidStart = 2147483647;
+// Capacity grows in blocks of this many elements.
+inline constexpr int kSeriesBlock = 1000;
+
 // Adds n to a start index without overflowing; an invalid start stays invalid.
 int ShiftStart(int start, long long n);
 // A double truncated toward zero into an int; NaN gives 0 and values beyond
 // the int range are clamped, so any formula number is a safe count.
 int TruncToInt(double v);
+
+}  // namespace chartcalc::detail

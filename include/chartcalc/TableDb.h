@@ -30,7 +30,9 @@
 #include <string>
 #include <vector>
 
-#include "core/SString.h"
+#include "chartcalc/SString.h"
+
+namespace chartcalc::detail {
 
 namespace sqlstore {
 class Connection;
@@ -49,6 +51,8 @@ struct DBField {
   char type = 'c';
   int width = 0;
 };
+
+}  // namespace chartcalc::detail
 
 class DB {
  public:
@@ -110,9 +114,9 @@ class DB {
   const std::string& FileName() const { return path_; }
   int IsOpen();
   int GetFieldCount();
-  const DBField* GetField(int i);
+  const chartcalc::detail::DBField* GetField(int i);
   // The declared field of that name, or null.
-  const DBField* FindField(const char* name);
+  const chartcalc::detail::DBField* FindField(const char* name);
   // Adds every value of field (records marked deleted too) to out.
   void CollectValues(const char* field, std::set<std::string>& out);
   void Close();
@@ -128,8 +132,8 @@ class DB {
     int deleted = 0;
     std::vector<std::string> values;
   };
-  Row ReadRow(sqlstore::Statement& st) const;
-  int FillAhead(sqlstore::Statement& st);
+  Row ReadRow(chartcalc::detail::sqlstore::Statement& st) const;
+  int FillAhead(chartcalc::detail::sqlstore::Statement& st);
   int ScanFrom(const long long* after);
   bool RowAfter(bool hasRow, long long& row);
   int TakeAhead();
@@ -143,11 +147,11 @@ class DB {
   std::string path_;
   int mode_ = 0;
   OpenState state_ = OpenState::kNotTried;
-  std::unique_ptr<sqlstore::Connection> conn_;
-  std::unique_ptr<sqlstore::Statement> first_, next_, insert_, update_;
+  std::unique_ptr<chartcalc::detail::sqlstore::Connection> conn_;
+  std::unique_ptr<chartcalc::detail::sqlstore::Statement> first_, next_, insert_, update_;
   bool walMode_ = false;
 
-  std::vector<DBField> fields_;
+  std::vector<chartcalc::detail::DBField> fields_;
   bool creating_ = false;  // between CreateDB and WriteEof
 
   // The current record: its values, its row when it is in the file, its
@@ -201,7 +205,7 @@ class DDB {
   const std::string& UserFileName() const { return userPath_; }
   // The declared field of that name in the file records are written to (or
   // read from when it does not exist), or null.
-  const DBField* FindField(const char* name);
+  const chartcalc::detail::DBField* FindField(const char* name);
 
  private:
   enum Side { kNoSide, kUserSide, kIndexSide };

@@ -4,8 +4,8 @@
 
 #include <cstddef>  // CArray.h uses size_t without including it
 
-#include "core/CArray.h"
-#include "index/SIndex.h"
+#include "chartcalc/CArray.h"
+#include "chartcalc/SIndex.h"
 
 class SUserIndexList : public CArray<SIndex*, SIndex*> {
  public:

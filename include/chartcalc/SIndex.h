@@ -16,14 +16,16 @@
 
 #include <memory>
 
-#include "calc/SCalc.h"
-#include "core/SString.h"
-#include "core/SVector.h"
-#include "property/SIndexProp.h"
+#include "chartcalc/SCalc.h"
+#include "chartcalc/SIndexProp.h"
+#include "chartcalc/SString.h"
+#include "chartcalc/SVector.h"
 
 class SFunctionList;
 class SPriceData;
 class SPriceDataList;
+
+namespace chartcalc::detail {
 
 // Kinds of definition (IndexType).
 inline constexpr int kIndexPriceChart = -1;
@@ -42,6 +44,8 @@ inline constexpr int kIndexCandlePattern = 30;
 inline constexpr int kIndexTextBuffer = 4096;
 // Size of the optional array of function lists an indicator may own.
 inline constexpr int kIndexOwnFunctionLists = 4;
+
+}  // namespace chartcalc::detail
 
 // The result of a definition check. An empty Message means no error.
 struct IndexError {
@@ -64,8 +68,8 @@ class SIndex : public SIndexProp {
   void SetDefaultValue();
 
   // Binding. The pointed-to objects are never owned.
-  void SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume,
-                   SVector& dateTime, SVector& openInterest, SVector& amount, SVector& spread);
+  void SetVariable(SVector& close, SVector& open, SVector& high, SVector& low, SVector& volume, SVector& dateTime,
+                   SVector& openInterest, SVector& amount, SVector& spread);
   // Binds the nine series of the list's current record (see GetCurIndex);
   // a null list changes nothing. Defined with the price data.
   void SetData(SPriceDataList* list, int symbolID);
@@ -157,11 +161,12 @@ class SIndex : public SIndexProp {
   // The formula engine whose postfix form serves the look-back analysis.
   SCalc Engine;
   SString Period;  // period text of a kind-1 definition
-  int CalcStart[kIndexLines] = {};
-  int CalcState[kIndexLines] = {};
+  int CalcStart[chartcalc::detail::kIndexLines] = {};
+  int CalcState[chartcalc::detail::kIndexLines] = {};
   int UsePreProcess = 1;
   int MinMaxChanged = 1;
-  SVector* PriceSeries[kPriceSlots] = {};  // close, open, high, low, volume, date-time, oi, amount, spread
+  SVector* PriceSeries[chartcalc::detail::kPriceSlots] =
+      {};  // close, open, high, low, volume, date-time, oi, amount, spread
   SFunctionList* FunctionList = nullptr;
   SAnsiStringList FunctionHistory;
   SFunctionList* CandleList = nullptr;

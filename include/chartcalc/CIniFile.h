@@ -2,7 +2,7 @@
 // described in CIniMemFile.h). Every write rewrites the file whole.
 #pragma once
 
-#include "core/CIniMemFile.h"
+#include "chartcalc/CIniMemFile.h"
 
 class CIniFile {
  public:

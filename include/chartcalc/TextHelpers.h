@@ -7,7 +7,7 @@
 // of the buffers it is given.
 #pragma once
 
-#include "core/SString.h"
+#include "chartcalc/SString.h"
 
 // Removes, in place, the control bytes that have no place in a formula or a
 // definition text: bytes 0x01-0x1F and 0x7F other than tab, line feed,
@@ -34,17 +34,10 @@ char* DeleteString(char* text, const char* key);
 char* FindString(char* text, const char* key);
 const char* FindString(const char* text, const char* key);
 
-// True for a byte that may start a name: an ASCII letter or a code page 949
-// lead byte 0xA1-0xFE (the formula language's rule).
-bool IsNameStart(unsigned char c);
-// True for a byte that may continue a name: a name start, a digit or "_".
-bool IsNamePart(unsigned char c);
-
-// Copies the name at the start of source (a name start followed by name
-// parts, see above) into output and returns output; output is empty when no
-// name starts there. At most kMaxNameBytes bytes are copied, so output must
-// hold kMaxNameBytes + 1 bytes.
-inline constexpr int kMaxNameBytes = 255;
+// Copies the name at the start of source (an ASCII letter or a code page
+// 949 lead byte 0xA1-0xFE, then more of those, digits and "_") into output
+// and returns output; output is empty when no name starts there. At most 255
+// bytes are copied, so output must hold 256 bytes.
 char* GetName(const char* source, char* output);
 
 // The integer written in text (blanks around it allowed). A decimal number
@@ -64,11 +57,6 @@ double AnsiStringToFloat(const SString& text, double dflt);
 // indicator values.
 SString FloatToStrF(double value, int precision, int digits);
 
-// Number of decimals a tick size is written with: 0.05 -> 2, 0.5 -> 1,
-// 0.25 -> 2, 1 -> 0, 5 -> 0 (at most 10). A tick that is not positive and
-// finite gives 2.
-int TickDecimals(double tick);
-
 // A price (or an indicator value on a price scale) written with the decimals
 // of its tick: GetTickFullFormat(1021.5, 0.5) is 1021.5,
 // GetTickFullFormat(1028, 0.5) is 1028.0, GetTickFullFormat(1021.37, 1) is
@@ -87,3 +75,21 @@ double GetNewTickValue(double step);
 // positive and finite, else 1.0 (the callers' default step). The result is
 // always positive.
 double conditionProove(double step);
+
+namespace chartcalc::detail {
+
+// True for a byte that may start a name: an ASCII letter or a code page 949
+// lead byte 0xA1-0xFE (the formula language's rule).
+bool IsNameStart(unsigned char c);
+// True for a byte that may continue a name: a name start, a digit or "_".
+bool IsNamePart(unsigned char c);
+
+// The longest name GetName copies.
+inline constexpr int kMaxNameBytes = 255;
+
+// Number of decimals a tick size is written with: 0.05 -> 2, 0.5 -> 1,
+// 0.25 -> 2, 1 -> 0, 5 -> 0 (at most 10). A tick that is not positive and
+// finite gives 2.
+int TickDecimals(double tick);
+
+}  // namespace chartcalc::detail

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "index/SIndex.h"
+#include "chartcalc/SIndex.h"
 
 class SIndexList : public SIndex {
  public:
@@ -33,12 +33,19 @@ class SIndexList : public SIndex {
   int GetCapacity() const { return Capacity; }
   int GetGrowBy() const { return GrowBy; }
 
- private:
-  bool Reallocate(long capacity);
-  void Reset(int capacity, int growBy);
-
+  // The host may read and write these. The list owns Items and frees it; it
+  // keeps the length it really allocated to itself, so a Count or Capacity
+  // written from outside never sends it past the end of the array.
   std::unique_ptr<SIndex[]> Items;
   int Capacity = 0;
   int GrowBy = 0;
   int Count = 0;
+
+ private:
+  bool Reallocate(long capacity);
+  void Reset(int capacity, int growBy);
+  // Count, clamped to the elements that really exist.
+  int Used() const;
+
+  int allocated_ = 0;
 };
