@@ -3,9 +3,11 @@
 // with a message naming the file and the line.
 //
 // Bars go into the record with AddData, one call per field, so the tool fills
-// a record exactly as a host does. The series are sized for every line of the
-// file before the first bar (SVector::ReAlloc), so appending never moves
-// them: loading takes time proportional to the file's size.
+// a record exactly as a host does. The series are sized before the first bar
+// (SVector::ReAlloc) for every line long enough to hold one, so appending
+// never moves them: loading takes time proportional to the file's size, and
+// a file of blank or short lines cannot make the reader reserve more than a
+// few times its own size.
 #include "PriceCsv.h"
 
 #include <algorithm>
@@ -38,6 +40,10 @@ const ColumnName kColumnNames[] = {
 // Columns a file must have; the others read as zeros when absent.
 const Column kRequired[] = {kColDate, kColOpen, kColHigh, kColLow, kColClose, kColVolume};
 const char* const kRequiredNames[] = {"date", "open", "high", "low", "close", "volume"};
+// The shortest row that can hold a bar: a date of eight digits and the other
+// required cells of one digit each, every one behind a comma.
+constexpr size_t kShortestDate = 8;
+constexpr size_t kShortestBarRow = kShortestDate + (std::size(kRequired) - 1) * 2;
 bool IsRequired(int c) { return std::find(std::begin(kRequired), std::end(kRequired), c) != std::end(kRequired); }
 
 // The price record's field code of each numeric column.
@@ -143,13 +149,33 @@ class LineReader {
   bool eof_ = false;
 };
 
-// Number of line feeds in the stream, read in pieces; the stream is left at
-// its start again.
-long long CountLineFeeds(std::istream& in) {
+struct LineCount {
+  long long lines = 0;    // the last one counts even when empty
+  long long barRows = 0;  // lines of at least kShortestBarRow bytes
+};
+
+// Counts the lines of the stream, read in pieces; the stream is left at its
+// start again.
+LineCount CountLines(std::istream& in) {
   std::vector<char> chunk(1 << 20);
-  long long n = 0;
-  while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || in.gcount() > 0)
-    n += std::count(chunk.data(), chunk.data() + in.gcount(), '\n');
+  LineCount n;
+  size_t length = 0;  // of the line being counted, so far
+  auto endLine = [&] {
+    ++n.lines;
+    if (length >= kShortestBarRow) ++n.barRows;
+    length = 0;
+  };
+  while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || in.gcount() > 0) {
+    const char* p = chunk.data();
+    const char* end = p + in.gcount();
+    while (const void* nl = std::memchr(p, '\n', static_cast<size_t>(end - p))) {
+      length += static_cast<size_t>(static_cast<const char*>(nl) - p);
+      endLine();
+      p = static_cast<const char*>(nl) + 1;
+    }
+    length += static_cast<size_t>(end - p);
+  }
+  endLine();
   in.clear();
   in.seekg(0);
   return n;
@@ -270,9 +296,10 @@ bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error) 
     error = path + ": cannot open the file";
     return false;
   }
-  // Every bar is one line, so the line count bounds the bars.
-  const long long lines = CountLineFeeds(in) + 1;
-  if (lines > INT_MAX) {
+  // Every bar is one line at least kShortestBarRow long, so the count of
+  // those bounds the bars; the count of all lines bounds the line numbers.
+  const LineCount count = CountLines(in);
+  if (count.lines > INT_MAX) {
     error = path + ": too many lines";
     return false;
   }
@@ -289,7 +316,7 @@ bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error) 
     error = LineError(path, reader.Number(), "no '" + missing + "' column in the header");
     return false;
   }
-  ReserveBars(out, static_cast<int>(lines));
+  ReserveBars(out, static_cast<int>(count.barRows));
   std::vector<std::string_view> cells;
   std::string what;
   while (reader.Next(line)) {
