@@ -1,44 +1,45 @@
-// Formula-engine and series benchmarks over 1,000,000 bars. Each reports
-// ns per bar through the items-processed counter (bars per second).
+// Formula-engine and series benchmarks over 1,000,000 daily bars, each on the
+// smooth and on the random-walk market. Each reports ns per bar through the
+// items-processed counter (bars per second).
 #include "BenchMarket.h"
 
 using namespace chartcalc::detail;
 
 namespace {
 
-void BM_SeriesCalcAvg20(benchmark::State& state) {
-  SVector r;
-  for (auto _ : state) {
-    r.CalcAvg(DailyMarket().s[kClose], 20);
-    benchmark::DoNotOptimize(r.Data());
-  }
-  state.SetItemsProcessed(state.iterations() * kBenchBars);
-}
-BENCHMARK(BM_SeriesCalcAvg20)->Unit(benchmark::kMillisecond);
+// A series kernel called directly, without the formula engine.
+struct KernelCase {
+  const char* name;
+  void (SVector::*kernel)(const SVector&, int);
+  int slot;
+};
 
-void BM_SeriesCalcHighest20(benchmark::State& state) {
-  SVector r;
-  for (auto _ : state) {
-    r.CalcHighest(DailyMarket().s[kHigh], 20);
-    benchmark::DoNotOptimize(r.Data());
-  }
-  state.SetItemsProcessed(state.iterations() * kBenchBars);
-}
-BENCHMARK(BM_SeriesCalcHighest20)->Unit(benchmark::kMillisecond);
+constexpr KernelCase kKernels[] = {
+    {"BM_SeriesCalcAvg20", &SVector::CalcAvg, kClose},
+    {"BM_SeriesCalcHighest20", &SVector::CalcHighest, kHigh},
+    {"BM_SeriesCalcStdev20", &SVector::CalcStdev, kClose},
+};
+constexpr int kKernelPeriod = 20;
 
-void BM_SeriesCalcStdev20(benchmark::State& state) {
-  SVector r;
-  for (auto _ : state) {
-    r.CalcStdev(DailyMarket().s[kClose], 20);
-    benchmark::DoNotOptimize(r.Data());
+bool RegisterKernels() {
+  for (const KernelCase& k : kKernels) {
+    RegisterOnBothMarkets(k.name, BarTime::kDaily, [k](benchmark::State& state, BenchMarket& market) {
+      const SVector& src = market.s[k.slot];
+      SVector r;
+      for (auto _ : state) {
+        (r.*k.kernel)(src, kKernelPeriod);
+        benchmark::DoNotOptimize(r.Data());
+      }
+      state.SetItemsProcessed(state.iterations() * kBenchBars);
+    });
   }
-  state.SetItemsProcessed(state.iterations() * kBenchBars);
+  return true;
 }
-BENCHMARK(BM_SeriesCalcStdev20)->Unit(benchmark::kMillisecond);
 
-void BM_FormulaArithmetic(benchmark::State& state) {
-  RunFormulaBench(state, DailyMarket(), "a = 2; (a * 3 + 1) / 7 - a");
-}
-BENCHMARK(BM_FormulaArithmetic)->Unit(benchmark::kMillisecond);
+constexpr FormulaCase kFormulas[] = {
+    {"BM_FormulaArithmetic", "a = 2; (a * 3 + 1) / 7 - a"},
+};
+
+[[maybe_unused]] const bool kRegistered = RegisterKernels() && RegisterFormulaBenches(kFormulas, BarTime::kDaily);
 
 }  // namespace
