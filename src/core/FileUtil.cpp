@@ -11,6 +11,17 @@
 
 namespace chartcalc::detail {
 
+namespace {
+
+// A path that names a device, a pipe or a directory is never replaced: the
+// rename would put a plain file where /dev/null or a folder stood.
+bool IsReplaceable(const std::string& path) {
+  struct stat st;
+  return lstat(path.c_str(), &st) != 0 || S_ISREG(st.st_mode) || S_ISLNK(st.st_mode);
+}
+
+}  // namespace
+
 ReadStatus ReadWholeFile(const std::string& path, size_t maxBytes, std::string& out) {
   out.clear();
   int fd = open(path.c_str(), O_RDONLY);
@@ -67,6 +78,7 @@ bool WriteWholeFile(const std::string& path, std::string_view bytes) {
 }
 
 std::string SiblingTempPath(const std::string& path) {
+  if (!IsReplaceable(path)) return std::string();
   std::string pattern = path + ".tmpXXXXXX";
   std::vector<char> buf(pattern.begin(), pattern.end());
   buf.push_back('\0');
@@ -89,7 +101,7 @@ bool SyncFile(const std::string& path) {
 }
 
 bool ReplaceWith(const std::string& temp, const std::string& path) {
-  if (!SyncFile(temp) || std::rename(temp.c_str(), path.c_str()) != 0) {
+  if (!IsReplaceable(path) || !SyncFile(temp) || std::rename(temp.c_str(), path.c_str()) != 0) {
     std::remove(temp.c_str());
     return false;
   }

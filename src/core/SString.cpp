@@ -1,10 +1,10 @@
 #include "chartcalc/SString.h"
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <cwchar>
+
+#include "core/TextCodec.h"
 
 namespace {
 
@@ -33,21 +33,10 @@ SString::SString(long v) : text_(Format("%ld", v)) {}
 
 SString::SString(double v) : text_(dtos(v, 0).str()) {}
 
-// Wide text goes through the C library's multibyte conversion of the current
-// locale; characters it cannot express become '?'.
+// Wide text becomes code page 949 whatever the process locale is, as every
+// other text of the library; a character code page 949 lacks becomes "?".
 SString::SString(const wchar_t* w) {
-  if (!w) return;
-  std::mbstate_t state{};
-  char buf[MB_LEN_MAX];
-  for (; *w; ++w) {
-    size_t n = std::wcrtomb(buf, *w, &state);
-    if (n == static_cast<size_t>(-1)) {
-      text_ += '?';
-      state = std::mbstate_t{};
-    } else {
-      text_.append(buf, n);
-    }
-  }
+  if (w) text_ = chartcalc::detail::Cp949FromWideLossy(w);
 }
 
 SString& SString::operator=(double v) {

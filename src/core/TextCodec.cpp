@@ -22,6 +22,22 @@ size_t Utf8SequenceLength(std::string_view s) {
   return n;
 }
 
+// Appends the UTF-8 form of a code point; a surrogate or a value beyond
+// U+10FFFF has none and becomes "?".
+void AppendUtf8(char32_t c, std::string& out) {
+  if ((c >= 0xD800 && c <= 0xDFFF) || c > 0x10FFFF) c = U'?';
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+    return;
+  }
+  const int n = c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+  static constexpr unsigned char kLead[] = {0, 0, 0xC0, 0xE0, 0xF0};
+  char bytes[4];
+  for (int i = n - 1; i > 0; --i, c >>= 6) bytes[i] = static_cast<char>(0x80 | (c & 0x3F));
+  bytes[0] = static_cast<char>(kLead[n] | c);
+  out.append(bytes, static_cast<size_t>(n));
+}
+
 }  // namespace
 
 bool IsAscii(std::string_view s) {
@@ -61,6 +77,12 @@ std::string Cp949FromUtf8Lossy(std::string_view utf8) {
     p += n > 0 ? n : 1;
   }
   return out;
+}
+
+std::string Cp949FromWideLossy(std::wstring_view wide) {
+  std::string utf8;
+  for (wchar_t c : wide) AppendUtf8(static_cast<char32_t>(c), utf8);
+  return Cp949FromUtf8Lossy(utf8);
 }
 
 }  // namespace chartcalc::detail

@@ -18,5 +18,8 @@ bool CleanUtf8(std::string_view cp949, std::string& utf8);
 // UTF-8 (well-formed or not) to code page 949; a character code page 949
 // lacks, or a malformed byte, becomes "?".
 std::string Cp949FromUtf8Lossy(std::string_view utf8);
+// Wide text (UTF-32 code points, as wchar_t holds them here) to code page
+// 949, with the same "?" for what code page 949 lacks.
+std::string Cp949FromWideLossy(std::wstring_view wide);
 
 }  // namespace chartcalc::detail
