@@ -1,6 +1,7 @@
 #include "Cli.h"
 
 #include <cstring>
+#include <filesystem>
 
 #include "chartcalc.h"
 
@@ -43,7 +44,8 @@ const char kCommonHelp[] =
     "  --data FILE    price CSV (default: the bundled sample daily data)\n"
     "  --lang en|ko   language of messages and localised formula words (default en)\n"
     "  --index-dir DIR  directory of the definition databases and user functions\n"
-    "                 (default: the build's index directory with the shipped definitions)\n"
+    "                 (default: the shipped definitions, in the build's or the installed\n"
+    "                 share/chartcalc index directory)\n"
     "  --help         this text\n"
     "Exit status: 0 success, 1 unusable input (files, arguments), 2 formula or definition error.\n";
 
@@ -103,14 +105,25 @@ bool ParseOptions(const std::vector<std::string>& args, size_t from, const Comma
 
 }  // namespace
 
-std::string DefaultDataFile() { return std::string(CHARTCALC_DATA_DIR) + "/sample_daily.csv"; }
+// The installed tool (PREFIX/bin/chartcalc) finds the sample data and the
+// shipped definitions under PREFIX/share/chartcalc; the tool of a build tree
+// uses the source's data and the build's index directory.
+std::string InstalledShareDir() {
+  std::error_code ec;
+  const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  if (ec) return std::string();
+  const std::filesystem::path share = exe.parent_path().parent_path() / CHARTCALC_INSTALL_SHARE_DIR;
+  return std::filesystem::is_directory(share / "index", ec) ? share.string() : std::string();
+}
+
+std::string DefaultDataFile() {
+  const std::string share = InstalledShareDir();
+  return (share.empty() ? std::string(CHARTCALC_DATA_DIR) : share + "/data") + "/sample_daily.csv";
+}
 
 std::string DefaultIndexDir() {
-#ifdef CHARTCALC_INDEX_DIR
-  return CHARTCALC_INDEX_DIR;
-#else
-  return std::string(CHARTCALC_DATA_DIR) + "/index";
-#endif
+  const std::string share = InstalledShareDir();
+  return share.empty() ? std::string(CHARTCALC_INDEX_DIR) : share + "/index";
 }
 
 int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
