@@ -14,22 +14,6 @@
 
 namespace {
 
-// The element functions, wrapped so that each is an ordinary function whose
-// address may be taken and whose errors reach errno.
-double Abs(double v) { return std::fabs(v); }
-double Log(double v) { return std::log(v); }
-double Log10(double v) { return std::log10(v); }
-double Sqrt(double v) { return std::sqrt(v); }
-double Sin(double v) { return std::sin(v); }
-double Cos(double v) { return std::cos(v); }
-double Tan(double v) { return std::tan(v); }
-double Asin(double v) { return std::asin(v); }
-double Acos(double v) { return std::acos(v); }
-double Atan(double v) { return std::atan(v); }
-double Sinh(double v) { return std::sinh(v); }
-double Cosh(double v) { return std::cosh(v); }
-double Tanh(double v) { return std::tanh(v); }
-
 // The element functions by English name, for the postfix evaluation path,
 // which calls them with an argument taken from its stack.
 struct ElementRow {
@@ -37,9 +21,9 @@ struct ElementRow {
   MathElement f;
 };
 constexpr ElementRow kElements[] = {
-    {"abs", Abs},   {"log", Log},   {"log10", Log10}, {"sqrt", Sqrt}, {"sin", Sin},
-    {"cos", Cos},   {"tan", Tan},   {"asin", Asin},   {"acos", Acos}, {"atan", Atan},
-    {"sinh", Sinh}, {"cosh", Cosh}, {"tanh", Tanh},
+    {"abs", MathAbs},   {"log", MathLog},   {"log10", MathLog10}, {"sqrt", MathSqrt}, {"sin", MathSin},
+    {"cos", MathCos},   {"tan", MathTan},   {"asin", MathAsin},   {"acos", MathAcos}, {"atan", MathAtan},
+    {"sinh", MathSinh}, {"cosh", MathCosh}, {"tanh", MathTanh},
 };
 
 // f(x): one argument.
@@ -59,19 +43,19 @@ SVector EvalPow(SCalc& calc) {
 // too, although the tokenizer never produces it as one.
 constexpr SCalcFunction kMathFunctions[] = {
     {"pow", TxPow, EvalPow},
-    {"abs", TxAbs, EvalElement<Abs>},
-    {"log", TxLog, EvalElement<Log>},
-    {"log10", TxLog10, EvalElement<Log10>},
-    {"sqrt", TxSqrt, EvalElement<Sqrt>},
-    {"sin", TxSin, EvalElement<Sin>},
-    {"cos", TxCos, EvalElement<Cos>},
-    {"tan", TxTan, EvalElement<Tan>},
-    {"asin", TxAsin, EvalElement<Asin>},
-    {"acos", TxAcos, EvalElement<Acos>},
-    {"atan", TxAtan, EvalElement<Atan>},
-    {"sinh", TxSinh, EvalElement<Sinh>},
-    {"cosh", TxCosh, EvalElement<Cosh>},
-    {"tanh", TxTanh, EvalElement<Tanh>},
+    {"abs", TxAbs, EvalElement<MathAbs>},
+    {"log", TxLog, EvalElement<MathLog>},
+    {"log10", TxLog10, EvalElement<MathLog10>},
+    {"sqrt", TxSqrt, EvalElement<MathSqrt>},
+    {"sin", TxSin, EvalElement<MathSin>},
+    {"cos", TxCos, EvalElement<MathCos>},
+    {"tan", TxTan, EvalElement<MathTan>},
+    {"asin", TxAsin, EvalElement<MathAsin>},
+    {"acos", TxAcos, EvalElement<MathAcos>},
+    {"atan", TxAtan, EvalElement<MathAtan>},
+    {"sinh", TxSinh, EvalElement<MathSinh>},
+    {"cosh", TxCosh, EvalElement<MathCosh>},
+    {"tanh", TxTanh, EvalElement<MathTanh>},
     {"^", -1, EvalPow},
 };
 
