@@ -165,12 +165,20 @@ CompressUnit ReadUnit(SCalc& calc) {
   return unit;
 }
 
-template <int Slot>
-SVector EvalCompress(SCalc& calc) {
+}  // namespace
+
+SVector ReadAndCompress(SCalc& calc, int slot) {
   const bool hasUnit = calc.CurrentToken() == NAME || calc.CurrentToken() == NUMBER;
-  SVector r = CalcCompress(calc, Slot, ReadUnit(calc));
+  SVector r = CalcCompress(calc, slot, ReadUnit(calc));
   if (hasUnit) calc.GetToken();
   return r;
+}
+
+namespace {
+
+template <int Slot>
+SVector EvalCompress(SCalc& calc) {
+  return ReadAndCompress(calc, Slot);
 }
 
 SVector EvalDeCompress(SCalc& calc) {
