@@ -26,11 +26,6 @@ inline double MathSinh(double v) { return std::sinh(v); }
 inline double MathCosh(double v) { return std::cosh(v); }
 inline double MathTanh(double v) { return std::tanh(v); }
 
-// The element function of a one-argument math function (abs, log, log10,
-// sqrt, sin, cos, tan, asin, acos, atan, sinh, cosh, tanh) by its English
-// name, ignoring case; nullptr for any other name.
-MathElement FindMathElement(const char* name);
-
 // f applied to every valid bar of x. The first bar at which f raises a domain
 // or range error (the math library's error indicator) and every later bar
 // become 0, without calling f again. Bars below the start index keep x's

@@ -1,5 +1,6 @@
 // Element-wise math functions of the formula language: pow and thirteen
-// one-argument functions of the standard math library, one table row each.
+// one-argument functions of the standard math library (their rows are in
+// SCalcFunctionTable.cpp).
 //
 // No math function reports a message. A domain or range error of a
 // one-argument function zeroes the rest of the series from the failing bar
@@ -9,55 +10,9 @@
 #include <cerrno>
 #include <cmath>
 
-#include "calc/FunctionArgs.h"
 #include "calc/MathFunctions.h"
 
 namespace {
-
-// The element functions by English name, for the postfix evaluation path,
-// which calls them with an argument taken from its stack.
-struct ElementRow {
-  const char* name;
-  MathElement f;
-};
-constexpr ElementRow kElements[] = {
-    {"abs", MathAbs},   {"log", MathLog},   {"log10", MathLog10}, {"sqrt", MathSqrt}, {"sin", MathSin},
-    {"cos", MathCos},   {"tan", MathTan},   {"asin", MathAsin},   {"acos", MathAcos}, {"atan", MathAtan},
-    {"sinh", MathSinh}, {"cosh", MathCosh}, {"tanh", MathTanh},
-};
-
-// f(x): one argument.
-template <MathElement F>
-SVector EvalElement(SCalc& calc) {
-  return ApplyMathElement(NextArg(calc), F);
-}
-
-// pow(x, y): base and exponent.
-SVector EvalPow(SCalc& calc) {
-  SVector x = NextArg(calc);
-  SVector y = NextArg(calc);
-  return PowSeries(x, y);
-}
-
-// One row per function, in the documented order. "^" is accepted as a name
-// too, although the tokenizer never produces it as one.
-constexpr SCalcFunction kMathFunctions[] = {
-    {"pow", TxPow, EvalPow},
-    {"abs", TxAbs, EvalElement<MathAbs>},
-    {"log", TxLog, EvalElement<MathLog>},
-    {"log10", TxLog10, EvalElement<MathLog10>},
-    {"sqrt", TxSqrt, EvalElement<MathSqrt>},
-    {"sin", TxSin, EvalElement<MathSin>},
-    {"cos", TxCos, EvalElement<MathCos>},
-    {"tan", TxTan, EvalElement<MathTan>},
-    {"asin", TxAsin, EvalElement<MathAsin>},
-    {"acos", TxAcos, EvalElement<MathAcos>},
-    {"atan", TxAtan, EvalElement<MathAtan>},
-    {"sinh", TxSinh, EvalElement<MathSinh>},
-    {"cosh", TxCosh, EvalElement<MathCosh>},
-    {"tanh", TxTanh, EvalElement<MathTanh>},
-    {"^", -1, EvalPow},
-};
 
 // x[i] raised to y[j(i)] for every bar i of [from, end) of the result r.
 template <class Exponent>
@@ -67,8 +22,6 @@ void RaiseBars(SVector& r, const SVector& x, int from, int end, Exponent y) {
 }
 
 }  // namespace
-
-std::span<const SCalcFunction> MathFunctionTable() { return kMathFunctions; }
 
 SVector ApplyMathElement(const SVector& x, MathElement f) {
   SVector r = x;
@@ -110,17 +63,4 @@ SVector PowSeries(const SVector& x, const SVector& y) {
     return r;
   }
   return SVector();
-}
-
-MathElement FindMathElement(const char* name) {
-  for (const ElementRow& row : kElements)
-    if (NameEquals(name, row.name)) return row.f;
-  return nullptr;
-}
-
-bool SCalc::IsMathFunction(const char* name) { return FindCalcFunction(MathFunctionTable(), name, true); }
-
-SVector SCalc::ProcessMathFunction(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(MathFunctionTable(), name, false);
-  return (f && f->eval) ? f->eval(*this) : SVector();
 }

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "calc/FunctionArgs.h"
 #include "calc/SCalcCompression.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
@@ -147,7 +146,7 @@ SVector CalcDeCompress(SCalc& calc, const SVector& x, const SVector& d) {
   return r;
 }
 
-// ---- evaluators and the table ---------------------------------------------------
+// ---- reading ----------------------------------------------------------------------
 
 namespace {
 
@@ -172,38 +171,4 @@ SVector ReadAndCompress(SCalc& calc, int slot) {
   SVector r = CalcCompress(calc, slot, ReadUnit(calc));
   if (hasUnit) calc.GetToken();
   return r;
-}
-
-namespace {
-
-template <int Slot>
-SVector EvalCompress(SCalc& calc) {
-  return ReadAndCompress(calc, Slot);
-}
-
-SVector EvalDeCompress(SCalc& calc) {
-  SVector x = NextArg(calc);
-  SVector d = NextArg(calc);
-  return CalcDeCompress(calc, x, d);
-}
-
-const SCalcFunction kTimeFunctions[] = {
-    {"CompressC", TxCompressC, EvalCompress<kClose>},
-    {"CompressO", TxCompressO, EvalCompress<kOpen>},
-    {"CompressH", TxCompressH, EvalCompress<kHigh>},
-    {"CompressL", TxCompressL, EvalCompress<kLow>},
-    {"CompressV", TxCompressV, EvalCompress<kVolume>},
-    {"CompressD", TxCompressD, EvalCompress<kDateTime>},
-    {"DeCompress", TxDeCompress, EvalDeCompress},
-};
-
-}  // namespace
-
-std::span<const SCalcFunction> TimeFunctionTable() { return kTimeFunctions; }
-
-bool SCalc::IsTimeFunction(const char* name) { return FindCalcFunction(TimeFunctionTable(), name, true); }
-
-SVector SCalc::ProcessTimeFunction(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(TimeFunctionTable(), name, false);
-  return (f && f->eval) ? f->eval(*this) : SVector();
 }

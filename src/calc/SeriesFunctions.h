@@ -1,7 +1,7 @@
 // Computations behind the series functions of the formula language, on
-// arguments that are already evaluated. The formula evaluators
-// (SCalcSeriesFunctions.cpp) only read arguments and call these; the postfix
-// evaluation path calls the same functions with arguments from its stack.
+// arguments that are already evaluated. Both evaluators call these through
+// the functions' rows (SCalcFunctionTable.cpp), the recursive one with the
+// arguments it read, the postfix one with arguments from its stack.
 //
 // Each function reports its own argument errors through the engine (and then
 // returns the engine's empty value unless noted), reads the bound close series
