@@ -37,12 +37,12 @@ enum PostfixCode {
   kPfOr = 23,
   kPfAssign = 24,
   kPfComma = 25,
-  kPfAbs = 26,  // 26-38: abs log log10 sqrt sin cos tan asin acos atan sinh cosh tanh
-  kPfPow = 39,  // the operator "^" and the function pow
-  kPfCompressC = 40,  // 40-45: CompressC O H L V D, passed over by the evaluator
+  // The code of each formula function is in its row of the function table
+  // (SCalcFunctionTable.cpp); named here are those other code refers to.
+  kPfPow = 39,        // the operator "^" and the function pow
+  kPfCompressC = 40,  // CompressC, passed over by the evaluator
   kPfPrev = 46,       // a name written with a count in parentheses
-  kPfSum = 47,        // 47-78: the series functions (see kPostfixFunctions)
-  kPfSar = 78,        // sar and csar
+  kPfSum = 47,        // sum
   kPfUser = 80,       // 80 + i: user function at position i of the list
 };
 
