@@ -224,9 +224,9 @@ SVector EvalCompress(SCalc& calc) {
 
 using enum FunctionFamily;
 
-// One row per function, each family in its documented order. The codes are
-// those of compiled lists, which callers keep and analyse: they never change.
-// "ma" is evaluated under its localised name too, but that name is not
+// One row per function, a family's rows together in its documented order. The
+// codes are those of compiled lists, which callers keep and analyse: they never
+// change. "ma" is evaluated under its localised name too, but that name is not
 // recognised in a formula; the localised "LeftRightMove" is recognised but has
 // no evaluation, so a call yields an empty series without a message. "^" is
 // accepted as a name although the tokenizer never produces it as one; the
@@ -320,6 +320,30 @@ constexpr bool RowsAreWellFormed() {
 }
 static_assert(RowsAreWellFormed());
 
+// The rows of one family, which the table keeps together.
+struct FamilyRows {
+  size_t first = 0;
+  size_t end = 0;
+};
+
+constexpr FamilyRows RowsOf(FunctionFamily family) {
+  FamilyRows rows;
+  while (rows.first < std::size(kFunctions) && kFunctions[rows.first].family != family) ++rows.first;
+  rows.end = rows.first;
+  while (rows.end < std::size(kFunctions) && kFunctions[rows.end].family == family) ++rows.end;
+  return rows;
+}
+
+// Indexed by FunctionFamily.
+constexpr FamilyRows kFamilyRows[] = {RowsOf(kSeries), RowsOf(kMath), RowsOf(kTime)};
+
+constexpr bool FamiliesAreTogether() {
+  size_t rows = 0;
+  for (const FamilyRows& f : kFamilyRows) rows += f.end - f.first;
+  return rows == std::size(kFunctions);
+}
+static_assert(FamiliesAreTogether());
+
 // The rows of each code: the first row with it and how many share it.
 struct CodeRows {
   short first = -1;
@@ -347,8 +371,9 @@ bool NameMatches(const SCalcFunction& row, const char* name, bool recognising) {
 }  // namespace
 
 const SCalcFunction* FindCalcFunction(FunctionFamily family, const char* name, bool recognising) {
-  for (const SCalcFunction& row : kFunctions)
-    if (row.family == family && NameMatches(row, name, recognising)) return &row;
+  const FamilyRows& rows = kFamilyRows[static_cast<int>(family)];
+  for (size_t i = rows.first; i < rows.end; ++i)
+    if (NameMatches(kFunctions[i], name, recognising)) return &kFunctions[i];
   return nullptr;
 }
 
