@@ -7,10 +7,10 @@
 // The engine's code is split by concern:
 //   SCalcTokenizer.cpp       tokens, names, numbers, comments, the name table
 //   SCalcParser.cpp          grammar rules, statements, Calculate, errors
-//   SCalcFunctionTable.cpp   name lookup shared by the function families
+//   SCalcFunctionTable.cpp   the formula functions' table, read by both evaluators
 //   SCalcDataVariables.cpp   price-data words and averaging-method words
 //   SCalcMathFunctions.cpp   element-wise math functions
-//   SCalcSeriesFunctions.cpp series functions (moving averages, crossings, ...)
+//   SeriesFunctions.cpp      series functions (moving averages, crossings, ...)
 //   SCalcTimeFunctions.cpp   compression functions
 //   SCalcUserFunctions.cpp   user-defined functions
 #pragma once

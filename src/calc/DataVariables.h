@@ -4,6 +4,8 @@
 
 #include "chartcalc/SVector.h"
 
+namespace chartcalc::detail {
+
 // The value of the averaging method word `name` in the current language
 // (0 simple, 1 exponential, 2 weighted, 3 geometric, 4 harmonic), or
 // kNoMethodWord when the name is none of them. Case is ignored.
@@ -25,3 +27,5 @@ SVector DateOfBars(const SVector& dateTime);
 // The time of day (hhmmss) of every bar, 0 for a plain date; filled and
 // framed like DateOfBars.
 SVector TimeOfBars(const SVector& dateTime);
+
+}  // namespace chartcalc::detail

@@ -1,11 +1,12 @@
 // Compression functions of the formula language: the bound price series
 // turned into one value per hour, day, month, year or group of bars, and a
 // compressed series mapped back onto the bars. One free function per formula
-// function, taking its arguments already read; the evaluators in
-// SCalcTimeFunctions.cpp only read the arguments.
+// function, taking its arguments already read.
 #pragma once
 
 #include "chartcalc/SCalc.h"
+
+namespace chartcalc::detail {
 
 // How a compression groups bars. A name unit starts a group where the unit's
 // part of the date-time (hour, day of month, month, year) differs from the
@@ -26,3 +27,9 @@ SVector CalcCompress(SCalc& calc, int slot, CompressUnit unit);
 // mapped back onto the bars: every bar takes the value of the first group
 // whose last date-time is not earlier than the bar.
 SVector CalcDeCompress(SCalc& calc, const SVector& x, const SVector& d);
+
+// The compression of the bound series of `slot` by the unit written as the
+// current token (the token after "("), stepping past a unit word or number.
+SVector ReadAndCompress(SCalc& calc, int slot);
+
+}  // namespace chartcalc::detail

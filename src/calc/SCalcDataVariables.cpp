@@ -74,7 +74,7 @@ SVector MapEveryBar(const SVector& dateTime, F f) {
 
 }  // namespace
 
-DataWordKind ClassifyDataWord(const char* name, int& slot) {
+DataWordKind chartcalc::detail::ClassifyDataWord(const char* name, int& slot) {
   const DataWord* w = FindDataWord(name);
   if (!w) return DataWordKind::kNone;
   slot = w->slot;
@@ -86,19 +86,19 @@ DataWordKind ClassifyDataWord(const char* name, int& slot) {
   }
 }
 
-int MethodWordIndex(const char* name) {
+int chartcalc::detail::MethodWordIndex(const char* name) {
   for (int k = 0; k < static_cast<int>(std::size(kMethodWords)); ++k)
     if (NameEquals(name, GetText(kMethodWords[k]))) return k;
   return kNoMethodWord;
 }
 
-SVector DateOfBars(const SVector& dateTime) {
+SVector chartcalc::detail::DateOfBars(const SVector& dateTime) {
   return MapEveryBar(dateTime, [](double v) { return v > kIntradayThreshold ? GetCompDate(v) : v; });
 }
 
 // The six time-of-day digits: (v modulo 1,000,000) + 0.001, truncated; the
 // small addition keeps a value stored as 93000 - epsilon from reading 92999.
-SVector TimeOfBars(const SVector& dateTime) {
+SVector chartcalc::detail::TimeOfBars(const SVector& dateTime) {
   return MapEveryBar(dateTime, [](double v) {
     return v > kIntradayThreshold ? static_cast<double>(TruncToInt(std::fmod(v, 1000000.0) + 0.001)) : 0.0;
   });

@@ -13,7 +13,7 @@
 #include "calc/SCalcIndicators.h"
 #include "chartcalc/DateTime.h"
 
-using namespace chartcalc::detail;
+namespace chartcalc::detail {
 
 namespace {
 
@@ -139,3 +139,5 @@ SVector CalcDayIndex(SCalc& calc) {
   }
   return r;
 }
+
+}  // namespace chartcalc::detail

@@ -1,20 +1,17 @@
 // Indicator functions of the formula language (day values, cci, the volume
 // indices, accumulation/distribution, price-volume trend, regression
-// statistics, the zigzag line, the parabolic stop and rsi): the table that the
-// series-function dispatch searches after its own, one small evaluator per
-// function, and the indicator computations themselves. Day values are in
+// statistics, the zigzag line, the parabolic stop and rsi): the computations
+// behind their rows in SCalcFunctionTable.cpp. Day values are in
 // SCalcDayFunctions.cpp, the regression statistics in
 // SCalcRegressionFunctions.cpp.
 #include <cmath>
 
 #include "calc/EngineNames.h"
-#include "calc/FunctionArgs.h"
-#include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
 #include "calc/Swing.h"
 #include "core/TextTable.h"
 
-using namespace chartcalc::detail;
+namespace chartcalc::detail {
 
 // ---- commodity channel index --------------------------------------------------
 
@@ -301,83 +298,4 @@ SVector CalcZigZagLine(SCalc& calc, double percent) {
   return ZigZagLine(percent, swingHighs, swingLows, high, low);
 }
 
-// ---- evaluators and the table ----------------------------------------------------
-
-namespace {
-
-SVector EvalCci(SCalc& calc) { return CalcCci(calc, NextCountArg(calc)); }
-
-SVector EvalNvi(SCalc& calc) { return CalcNvi(calc, NextArg(calc)); }
-
-SVector EvalPvi(SCalc& calc) { return CalcPvi(calc, NextArg(calc)); }
-
-SVector EvalLinearRegressionValue(SCalc& calc) {
-  SVector x = NextArg(calc);
-  int period = NextCountArg(calc);
-  int barsBack = NextCountArg(calc);
-  return CalcLinearRegressionValue(calc, x, period, barsBack);
-}
-
-SVector EvalLinearRegressionSlope(SCalc& calc) {
-  SVector x = NextArg(calc);
-  int period = NextCountArg(calc);
-  return CalcLinearRegressionSlope(calc, x, period);
-}
-
-SVector EvalCorrelation(SCalc& calc) {
-  SVector a = NextArg(calc);
-  SVector b = NextArg(calc);
-  int period = NextCountArg(calc);
-  return CalcCorrelation(calc, a, b, period);
-}
-
-SVector EvalRSquared(SCalc& calc) {
-  SVector x = NextArg(calc);
-  int period = NextCountArg(calc);
-  return CalcRSquared(calc, x, period);
-}
-
-SVector EvalZigZag(SCalc& calc) { return CalcZigZagLine(calc, FirstElement(NextArg(calc))); }
-
-SVector EvalSar(SCalc& calc) {
-  double step = FirstElement(NextArg(calc));
-  double maximum = FirstElement(NextArg(calc));
-  return CalcSar(calc, step, maximum);
-}
-
-SVector EvalCSar(SCalc& calc) {
-  double step = FirstElement(NextArg(calc));
-  double maximum = FirstElement(NextArg(calc));
-  return CalcCSar(calc, step, maximum);
-}
-
-SVector EvalRsi(SCalc& calc) { return CalcRsi(calc, NextCountArg(calc)); }
-
-// Functions without arguments are their own evaluators.
-const SCalcFunction kIndicatorFunctions[] = {
-    {"DayOpen", -1, CalcDayOpen},
-    {"DayHigh", -1, CalcDayHigh},
-    {"DayLow", -1, CalcDayLow},
-    {"PreDayOpen", -1, CalcPreDayOpen},
-    {"PreDayHigh", -1, CalcPreDayHigh},
-    {"PreDayLow", -1, CalcPreDayLow},
-    {"PreDayClose", -1, CalcPreDayClose},
-    {"DayIndex", -1, CalcDayIndex},
-    {"cci", -1, EvalCci},
-    {"nvi", -1, EvalNvi},
-    {"pvi", -1, EvalPvi},
-    {"ad", -1, CalcAd},
-    {"PVT", -1, CalcPvt},
-    {"LinearRegressionValue", -1, EvalLinearRegressionValue},
-    {"LinearRegressionSlope", -1, EvalLinearRegressionSlope},
-    {"Correlation", -1, EvalCorrelation},
-    {"Rsquared", -1, EvalRSquared},
-    {"ZigZag", -1, EvalZigZag},
-    {"sar", TxParabolic, EvalSar},
-    {"csar", TxCParabolic, EvalCSar},
-    {"rsi", -1, EvalRsi},
-};
-
-}  // namespace
-
-std::span<const SCalcFunction> IndicatorFunctionTable() { return kIndicatorFunctions; }
+}  // namespace chartcalc::detail

@@ -2,9 +2,9 @@
 // zigzag line of the formula language: one free function per formula
 // function, taking arguments that are already evaluated.
 //
-// The formula evaluators (SCalcIndicatorFunctions.cpp) only read arguments
-// and call these; the postfix evaluation path calls the same functions with
-// arguments taken from its stack. Each function reads the bound price series
+// Both evaluators call these through the functions' rows
+// (SCalcFunctionTable.cpp), with the arguments read from the formula or taken
+// from the postfix stack. Each function reads the bound price series
 // it needs from the engine, reports its own argument errors and marks the
 // engine's history flag when its value at a bar depends on all the bars before.
 #pragma once
@@ -13,6 +13,8 @@
 #include <initializer_list>
 
 #include "chartcalc/SCalc.h"
+
+namespace chartcalc::detail {
 
 // Day values (SCalcDayFunctions.cpp). A day is the calendar date of a bar;
 // the first day in the data may be incomplete and is never used as a full day.
@@ -81,3 +83,5 @@ struct WindowChanges {
   }
   bool Flat() const { return changes == 0; }
 };
+
+}  // namespace chartcalc::detail

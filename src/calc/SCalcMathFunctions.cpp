@@ -1,5 +1,6 @@
 // Element-wise math functions of the formula language: pow and thirteen
-// one-argument functions of the standard math library, one table row each.
+// one-argument functions of the standard math library (their rows are in
+// SCalcFunctionTable.cpp).
 //
 // No math function reports a message. A domain or range error of a
 // one-argument function zeroes the rest of the series from the failing bar
@@ -10,73 +11,11 @@
 #include <cmath>
 
 #include "calc/EngineNames.h"
-#include "calc/FunctionArgs.h"
 #include "calc/MathFunctions.h"
 
-using namespace chartcalc::detail;
+namespace chartcalc::detail {
 
 namespace {
-
-// The element functions, wrapped so that each is an ordinary function whose
-// address may be taken and whose errors reach errno.
-double Abs(double v) { return std::fabs(v); }
-double Log(double v) { return std::log(v); }
-double Log10(double v) { return std::log10(v); }
-double Sqrt(double v) { return std::sqrt(v); }
-double Sin(double v) { return std::sin(v); }
-double Cos(double v) { return std::cos(v); }
-double Tan(double v) { return std::tan(v); }
-double Asin(double v) { return std::asin(v); }
-double Acos(double v) { return std::acos(v); }
-double Atan(double v) { return std::atan(v); }
-double Sinh(double v) { return std::sinh(v); }
-double Cosh(double v) { return std::cosh(v); }
-double Tanh(double v) { return std::tanh(v); }
-
-// The element functions by English name, for the postfix evaluation path,
-// which calls them with an argument taken from its stack.
-struct ElementRow {
-  const char* name;
-  MathElement f;
-};
-constexpr ElementRow kElements[] = {
-    {"abs", Abs},   {"log", Log},   {"log10", Log10}, {"sqrt", Sqrt}, {"sin", Sin},
-    {"cos", Cos},   {"tan", Tan},   {"asin", Asin},   {"acos", Acos}, {"atan", Atan},
-    {"sinh", Sinh}, {"cosh", Cosh}, {"tanh", Tanh},
-};
-
-// f(x): one argument.
-template <MathElement F>
-SVector EvalElement(SCalc& calc) {
-  return ApplyMathElement(NextArg(calc), F);
-}
-
-// pow(x, y): base and exponent.
-SVector EvalPow(SCalc& calc) {
-  SVector x = NextArg(calc);
-  SVector y = NextArg(calc);
-  return PowSeries(x, y);
-}
-
-// One row per function, in the documented order. "^" is accepted as a name
-// too, although the tokenizer never produces it as one.
-constexpr SCalcFunction kMathFunctions[] = {
-    {"pow", TxPow, EvalPow},
-    {"abs", TxAbs, EvalElement<Abs>},
-    {"log", TxLog, EvalElement<Log>},
-    {"log10", TxLog10, EvalElement<Log10>},
-    {"sqrt", TxSqrt, EvalElement<Sqrt>},
-    {"sin", TxSin, EvalElement<Sin>},
-    {"cos", TxCos, EvalElement<Cos>},
-    {"tan", TxTan, EvalElement<Tan>},
-    {"asin", TxAsin, EvalElement<Asin>},
-    {"acos", TxAcos, EvalElement<Acos>},
-    {"atan", TxAtan, EvalElement<Atan>},
-    {"sinh", TxSinh, EvalElement<Sinh>},
-    {"cosh", TxCosh, EvalElement<Cosh>},
-    {"tanh", TxTanh, EvalElement<Tanh>},
-    {"^", -1, EvalPow},
-};
 
 // x[i] raised to y[j(i)] for every bar i of [from, end) of the result r.
 template <class Exponent>
@@ -86,8 +25,6 @@ void RaiseBars(SVector& r, const SVector& x, int from, int end, Exponent y) {
 }
 
 }  // namespace
-
-std::span<const SCalcFunction> MathFunctionTable() { return kMathFunctions; }
 
 SVector ApplyMathElement(const SVector& x, MathElement f) {
   SVector r = x;
@@ -131,15 +68,4 @@ SVector PowSeries(const SVector& x, const SVector& y) {
   return SVector();
 }
 
-MathElement FindMathElement(const char* name) {
-  for (const ElementRow& row : kElements)
-    if (NameEquals(name, row.name)) return row.f;
-  return nullptr;
-}
-
-bool SCalc::IsMathFunction(const char* name) { return FindCalcFunction(MathFunctionTable(), name, true); }
-
-SVector SCalc::ProcessMathFunction(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(MathFunctionTable(), name, false);
-  return (f && f->eval) ? f->eval(*this) : SVector();
-}
+}  // namespace chartcalc::detail

@@ -10,9 +10,9 @@
 //   evaluate: names and numbers are pushed; an operator or function replaces
 //             its operands on the stack by one evaluated item (CalcOp)
 //
-// Built-in functions call the same computations as the recursive evaluator
-// (SeriesFunctions.h, SCalcIndicators.h, MathFunctions.h) with their
-// arguments taken from the stack, the last argument on top.
+// Built-in functions are evaluated by their table rows (SCalcFunctionTable.h),
+// the same computations as on the recursive path, with their arguments taken
+// from the stack, the last argument on top.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -20,14 +20,11 @@
 #include <iterator>
 #include <string>
 
-#include "calc/DataVariables.h"
 #include "calc/EngineNames.h"
-#include "calc/MathFunctions.h"
-#include "calc/SCalcFunctionTable.h"
-#include "calc/SCalcIndicators.h"
 #include "calc/SStack.h"
-#include "calc/SeriesFunctions.h"
+#include "calc/DataVariables.h"
 #include "chartcalc/SCalc.h"
+#include "calc/SCalcFunctionTable.h"
 #include "chartcalc/SFunction.h"
 #include "core/TextTable.h"
 
@@ -120,188 +117,18 @@ constexpr PrecedenceRow kPrecedences[] = {
     {kPfAnd, 3},        {kPfOr, 3},        {kPfAssign, 2},      {kPfComma, 1},
 };
 
-// The compress functions in code order (40-45).
-constexpr const char* kCompressNames[] = {"CompressC", "CompressO", "CompressH",
-                                          "CompressL", "CompressV", "CompressD"};
-
-// ---- built-in functions -------------------------------------------------------
-
-// The arguments of one built-in call, read from the evaluation stack.
-struct PostfixArgs {
-  SCalc* calc;
-  const char* text;  // the name as written
-  const char* name;  // the function's English name
-  int count;
-  const SVector* v[kPostfixCapacity];
-
-  // Argument i; a missing one reads as an empty series.
-  const SVector& operator[](int i) const {
-    static const SVector kMissing;
-    return i >= 0 && i < count ? *v[i] : kMissing;
-  }
-  int Count(int i) const { return CountArg((*this)[i]); }
-  double Number(int i) const { return FirstElement((*this)[i]); }
-};
-
-using PostfixEval = SVector (*)(const PostfixArgs&);
-
-SVector PfMath(const PostfixArgs& a) {
-  MathElement f = FindMathElement(a.name);
-  return f ? ApplyMathElement(a[0], f) : SVector();
-}
-SVector PfPow(const PostfixArgs& a) { return PowSeries(a[0], a[1]); }
-
-// name(x) is the cumulative form, name(x, n) the window form.
-template <MovingKind Kind>
-SVector PfMoving(const PostfixArgs& a) {
-  if (a.count < 2) return SeriesMovingCum(*a.calc, Kind, a[0]);
-  return SeriesMoving(*a.calc, Kind, a[0], a.Count(1));
-}
-SVector PfESum(const PostfixArgs& a) {
-  if (a.count < 2) return SeriesESumCum(*a.calc, a[0]);
-  return SeriesESum(*a.calc, a[0], a.Count(1));
-}
-SVector PfLowest(const PostfixArgs& a) { return SeriesLowest(*a.calc, a[0], a.Count(1)); }
-SVector PfHighest(const PostfixArgs& a) { return SeriesHighest(*a.calc, a[0], a.Count(1)); }
-SVector PfIf(const PostfixArgs& a) { return SeriesIf(*a.calc, a[0], a[1], a[2]); }
-SVector PfStdev(const PostfixArgs& a) { return SeriesStdev(*a.calc, a[0], a.Count(1)); }
-SVector PfHighestSince(const PostfixArgs& a) { return SeriesHighestSince(*a.calc, a.Count(0), a[1], a[2]); }
-SVector PfLowestSince(const PostfixArgs& a) { return SeriesLowestSince(*a.calc, a.Count(0), a[1], a[2]); }
-
-template <SVector (*Fold)(const SVector&, const SVector&)>
-SVector PfFold(const PostfixArgs& a) {
-  SVector acc = a[0];
-  for (int i = 1; i < a.count; ++i) acc = Fold(acc, a[i]);
-  return acc;
+// Function items without a table row: "PREV", the user functions, and the
+// spare codes 2 and 79, which no compiled list holds but which keep the
+// function class they always had.
+bool IsRowlessFunctionCode(int code) {
+  return code == 2 || code == kPfPrev || code == 79 || (code >= kPfUser && code < kPfUser + kMaxCompiledFunctions);
 }
 
-SVector PfShift(const PostfixArgs& a) { return SeriesShift(*a.calc, a[0], a.Count(1)); }
-SVector PfRef(const PostfixArgs& a) { return SeriesRef(a[0], a.Count(1)); }
-SVector PfCrossDown(const PostfixArgs& a) { return SeriesCrossDown(a[0], a[1]); }
-SVector PfCrossUp(const PostfixArgs& a) { return SeriesCrossUp(a[0], a[1]); }
-SVector PfSwingHigh(const PostfixArgs& a) { return SeriesSwing(*a.calc, 1, a.Count(0), a[1], a.Count(2), a.Count(3)); }
-SVector PfSwingLow(const PostfixArgs& a) { return SeriesSwing(*a.calc, 0, a.Count(0), a[1], a.Count(2), a.Count(3)); }
-SVector PfValueWhen(const PostfixArgs& a) { return SeriesValueWhen(*a.calc, a.Count(0), a[1], a[2]); }
-SVector PfBarsSince(const PostfixArgs& a) { return SeriesBarsSince(*a.calc, a[0]); }
-SVector PfCci(const PostfixArgs& a) { return CalcCci(*a.calc, a.Count(0)); }
-SVector PfNvi(const PostfixArgs& a) { return CalcNvi(*a.calc, a[0]); }
-SVector PfPvi(const PostfixArgs& a) { return CalcPvi(*a.calc, a[0]); }
-SVector PfAd(const PostfixArgs& a) { return CalcAd(*a.calc); }
-SVector PfPvt(const PostfixArgs& a) { return CalcPvt(*a.calc); }
-SVector PfLinearRegressionValue(const PostfixArgs& a) {
-  return CalcLinearRegressionValue(*a.calc, a[0], a.Count(1), a.Count(2));
-}
-SVector PfLinearRegressionSlope(const PostfixArgs& a) { return CalcLinearRegressionSlope(*a.calc, a[0], a.Count(1)); }
-SVector PfCorrelation(const PostfixArgs& a) { return CalcCorrelation(*a.calc, a[0], a[1], a.Count(2)); }
-SVector PfRSquared(const PostfixArgs& a) { return CalcRSquared(*a.calc, a[0], a.Count(1)); }
-SVector PfZigZag(const PostfixArgs& a) { return CalcZigZagLine(*a.calc, a.Number(0)); }
-
-// sar and csar share their code; the written name tells them apart.
-SVector PfSar(const PostfixArgs& a) {
-  const SCalcFunction* f = FindCalcFunction(IndicatorFunctionTable(), a.text, false);
-  if (f && NameEquals(f->name, "csar")) return CalcCSar(*a.calc, a.Number(0), a.Number(1));
-  return CalcSar(*a.calc, a.Number(0), a.Number(1));
-}
-
-constexpr int kAnyCount = -1;
-
-struct PostfixFunction {
-  int code;
-  const char* name;  // English name
-  int minArgs;       // fewer arguments is an incomplete formula
-  int maxArgs;       // the function's own arguments; kAnyCount takes any number
-  PostfixEval eval;
-};
-
-// One row per code, in code order; codes 26-39 are math functions, 47-78
-// series functions. A series function called with one argument more than its
-// own is delayed by that many bars, as in the recursive evaluator.
-constexpr PostfixFunction kPostfixFunctions[] = {
-    {26, "abs", 1, 1, PfMath},
-    {27, "log", 1, 1, PfMath},
-    {28, "log10", 1, 1, PfMath},
-    {29, "sqrt", 1, 1, PfMath},
-    {30, "sin", 1, 1, PfMath},
-    {31, "cos", 1, 1, PfMath},
-    {32, "tan", 1, 1, PfMath},
-    {33, "asin", 1, 1, PfMath},
-    {34, "acos", 1, 1, PfMath},
-    {35, "atan", 1, 1, PfMath},
-    {36, "sinh", 1, 1, PfMath},
-    {37, "cosh", 1, 1, PfMath},
-    {38, "tanh", 1, 1, PfMath},
-    {39, "pow", 2, 2, PfPow},
-    {47, "sum", 1, 2, PfMoving<kMovingSum>},
-    {48, "avg", 1, 2, PfMoving<kMovingAvg>},
-    {49, "lowest", 2, 2, PfLowest},
-    {50, "highest", 2, 2, PfHighest},
-    {51, "if", 3, 3, PfIf},
-    {52, "esum", 1, 2, PfESum},
-    {53, "eavg", 1, 2, PfMoving<kMovingEAvg>},
-    {54, "wavg", 1, 2, PfMoving<kMovingWAvg>},
-    {55, "stdev", 2, 2, PfStdev},
-    {56, "HighestSince", 3, 3, PfHighestSince},
-    {57, "LowestSince", 3, 3, PfLowestSince},
-    {58, "min", 1, kAnyCount, PfFold<SeriesMinOf>},
-    {59, "max", 1, kAnyCount, PfFold<SeriesMaxOf>},
-    {60, "shift", 2, 2, PfShift},
-    {61, "ref", 2, 2, PfRef},
-    {62, "crossdown", 2, 2, PfCrossDown},
-    {63, "crossup", 2, 2, PfCrossUp},
-    {64, "swinghigh", 4, 4, PfSwingHigh},
-    {65, "swinglow", 4, 4, PfSwingLow},
-    {66, "valuewhen", 3, 3, PfValueWhen},
-    {67, "BarsSince", 1, 1, PfBarsSince},
-    {68, "cci", 1, 1, PfCci},
-    {69, "nvi", 1, 1, PfNvi},
-    {70, "pvi", 1, 1, PfPvi},
-    {71, "ad", 0, 0, PfAd},
-    {72, "PVT", 0, 0, PfPvt},
-    {73, "LinearRegressionValue", 3, 3, PfLinearRegressionValue},
-    {74, "LinearRegressionSlope", 2, 2, PfLinearRegressionSlope},
-    {75, "Correlation", 3, 3, PfCorrelation},
-    {76, "RSquared", 2, 2, PfRSquared},
-    {77, "ZigZag", 1, 1, PfZigZag},
-    {78, "sar", 2, 2, PfSar},
-    {78, "csar", 2, 2, PfSar},
-};
-
-const PostfixFunction* FunctionOfCode(int code) {
-  for (const PostfixFunction& row : kPostfixFunctions)
-    if (row.code == code) return &row;
-  return nullptr;
-}
-
-// The code of the row whose English name is `english` among the codes
-// [from, to], or 0.
-int CodeOfEnglishName(const char* english, int from, int to) {
-  if (!english) return 0;
-  for (const PostfixFunction& row : kPostfixFunctions)
-    if (row.code >= from && row.code <= to && NameEquals(row.name, english)) return row.code;
-  return 0;
-}
-
-// The code of a math function name (English or localised), or 0.
-int MathCode(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(MathFunctionTable(), name, true);
-  return f ? CodeOfEnglishName(f->name, kPfAbs, kPfPow) : 0;
-}
-
-// The code of a series function name (English or localised), or 0; series
-// functions outside the code table have none.
-int SeriesCode(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(SeriesFunctionTable(), name, true);
-  if (!f) f = FindCalcFunction(IndicatorFunctionTable(), name, true);
-  return f ? CodeOfEnglishName(f->name, kPfSum, kPfSar) : 0;
-}
-
-// The code of a compress function name, or 0 for any other time function.
-int CompressCode(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(TimeFunctionTable(), name, true);
-  if (!f || !f->name) return 0;
-  for (int i = 0; i < static_cast<int>(std::size(kCompressNames)); ++i)
-    if (NameEquals(f->name, kCompressNames[i])) return kPfCompressC + i;
-  return 0;
+// The postfix code of the family's row named name (English or localised), or
+// 0 when no row of the family has that name or the row has no code.
+int PostfixCode(FunctionFamily family, const char* name) {
+  const SCalcFunction* f = FindCalcFunction(family, name, true);
+  return f ? f->code : 0;
 }
 
 PostfixItem MakeItem(int code, int argCount, const char* text) {
@@ -384,14 +211,16 @@ class PostfixCompiler {
     const char* nm = name.c_str();
     expectOperand_ = false;
     int code = 0;
+    const SCalcFunction* timeRow = nullptr;
     if (calc_.IsDataVariable(nm)) {
       Push(MakeItem(kPfName, 0, nm));
-    } else if ((code = MathCode(nm)) != 0 || (code = SeriesCode(nm)) != 0) {
+    } else if ((code = PostfixCode(FunctionFamily::kMath, nm)) != 0 ||
+               (code = PostfixCode(FunctionFamily::kSeries, nm)) != 0) {
       Push(MakeItem(code, calc_.GetParamCount(), nm));
-    } else if (calc_.IsTimeFunction(nm)) {
+    } else if ((timeRow = FindCalcFunction(FunctionFamily::kTime, nm, true)) != nullptr) {
       // Only the compress functions leave an item, which the evaluator
       // passes over: time functions have no effect on this path.
-      if ((code = CompressCode(nm)) != 0) output_.Push(MakeItem(code, 2, nm));
+      if (timeRow->code != 0) output_.Push(MakeItem(timeRow->code, 2, nm));
     } else if (int position = calc_.FindFunction(nm); position >= 0) {
       Push(MakeItem(kPfUser + position, calc_.GetParamCount(), nm));
     } else {
@@ -478,7 +307,8 @@ void PutResult(SStack& ev, int base, SVector&& value) {
 int SCalc::GetOpType(int code) {
   if (code == kPfName) return kPcName;
   if (code == kPfNumber) return kPcNumber;
-  if (code == 2 || (code >= kPfAbs && code <= kPfPow) || (code >= kPfPrev && code <= 89)) return kPcFunction;
+  if (const SCalcFunction* f = FunctionOfCode(code)) return f->apply ? kPcFunction : kPcOther;
+  if (IsRowlessFunctionCode(code)) return kPcFunction;
   if (code == 3 || code == 4) return code;
   if (code >= kPfUnaryPlus && code <= kPfAssign) return kPcOperator;
   return kPcOther;
@@ -671,18 +501,18 @@ void SCalc::ProcessFunction(SStack* list) {
     CallUserFunction(item.Code - kPfUser, base, count);
     return;
   }
-  const PostfixFunction* row = FunctionOfCode(item.Code);
-  if (!row) return;
-  PostfixArgs args{this, item.Text.c_str(), row->name, count, {}};
-  for (int i = 0; i < count; ++i) args.v[i] = GetEvalValue(base + i);
+  const SCalcFunction* row = FunctionOfCode(item.Code, item.Text.c_str());
+  if (!row || !row->apply) return;
+  const SVector* v[kPostfixCapacity];
+  for (int i = 0; i < count; ++i) v[i] = GetEvalValue(base + i);
   SVector r;
   if (count < row->minArgs) {
     r = Error(TxImperfect);
   } else {
-    args.count = row->maxArgs == kAnyCount ? count : std::min(count, row->maxArgs);
-    r = row->eval(args);
-    const bool delayed = row->code >= kPfSum && row->maxArgs != kAnyCount && count > row->maxArgs;
-    if (delayed) r = r(CountArg(*args.v[row->maxArgs]));
+    const int own = row->maxArgs == kAnyCount ? count : std::min(count, row->maxArgs);
+    r = row->apply(CallArgs{this, own, v});
+    const bool delayed = row->family == FunctionFamily::kSeries && own < count;
+    if (delayed) r = r(CountArg(*v[own]));
   }
   PutResult(ev, base, std::move(r));
 }

@@ -14,7 +14,7 @@
 #include "calc/SCalcIndicators.h"
 #include "core/TextTable.h"
 
-using namespace chartcalc::detail;
+namespace chartcalc::detail {
 
 namespace {
 
@@ -182,3 +182,5 @@ SVector CalcRSquared(SCalc& calc, const SVector& x, int period) {
   });
   return r;
 }
+
+}  // namespace chartcalc::detail

@@ -94,7 +94,7 @@ struct ZigZagWalk {
 
 }  // namespace
 
-SVector SwingPoints(int high, int instance, const SVector& price, int strength, int length) {
+SVector chartcalc::detail::SwingPoints(int high, int instance, const SVector& price, int strength, int length) {
   const int n = price.GetSize();
   SVector r(n);
   double* d = r.Data();
@@ -119,7 +119,7 @@ SVector SwingPoints(int high, int instance, const SVector& price, int strength, 
 
 // A swing point flagged at bar i belongs to bar i - 1 (the swing series are
 // built with strength 1 and length 2), so a pivot is written one bar back.
-SVector ZigZagLine(double percent, const SVector& swingHigh, const SVector& swingLow, const SVector& high,
+SVector chartcalc::detail::ZigZagLine(double percent, const SVector& swingHigh, const SVector& swingLow, const SVector& high,
                    const SVector& low) {
   const int first = LatestStart({&swingHigh, &swingLow, &high, &low});
   const int n = std::max(SmallestSize({&swingHigh, &swingLow, &high, &low}), 0);

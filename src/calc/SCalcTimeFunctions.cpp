@@ -9,14 +9,13 @@
 #include <vector>
 
 #include "calc/EngineNames.h"
-#include "calc/FunctionArgs.h"
 #include "calc/SCalcCompression.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SCalcIndicators.h"
 #include "chartcalc/DateTime.h"
 #include "core/TextTable.h"
 
-using namespace chartcalc::detail;
+namespace chartcalc::detail {
 
 namespace {
 
@@ -150,7 +149,7 @@ SVector CalcDeCompress(SCalc& calc, const SVector& x, const SVector& d) {
   return r;
 }
 
-// ---- evaluators and the table ---------------------------------------------------
+// ---- reading ----------------------------------------------------------------------
 
 namespace {
 
@@ -168,37 +167,13 @@ CompressUnit ReadUnit(SCalc& calc) {
   return unit;
 }
 
-template <int Slot>
-SVector EvalCompress(SCalc& calc) {
+}  // namespace
+
+SVector ReadAndCompress(SCalc& calc, int slot) {
   const bool hasUnit = calc.CurrentToken() == NAME || calc.CurrentToken() == NUMBER;
-  SVector r = CalcCompress(calc, Slot, ReadUnit(calc));
+  SVector r = CalcCompress(calc, slot, ReadUnit(calc));
   if (hasUnit) calc.GetToken();
   return r;
 }
 
-SVector EvalDeCompress(SCalc& calc) {
-  SVector x = NextArg(calc);
-  SVector d = NextArg(calc);
-  return CalcDeCompress(calc, x, d);
-}
-
-const SCalcFunction kTimeFunctions[] = {
-    {"CompressC", TxCompressC, EvalCompress<kClose>},
-    {"CompressO", TxCompressO, EvalCompress<kOpen>},
-    {"CompressH", TxCompressH, EvalCompress<kHigh>},
-    {"CompressL", TxCompressL, EvalCompress<kLow>},
-    {"CompressV", TxCompressV, EvalCompress<kVolume>},
-    {"CompressD", TxCompressD, EvalCompress<kDateTime>},
-    {"DeCompress", TxDeCompress, EvalDeCompress},
-};
-
-}  // namespace
-
-std::span<const SCalcFunction> TimeFunctionTable() { return kTimeFunctions; }
-
-bool SCalc::IsTimeFunction(const char* name) { return FindCalcFunction(TimeFunctionTable(), name, true); }
-
-SVector SCalc::ProcessTimeFunction(const char* name) {
-  const SCalcFunction* f = FindCalcFunction(TimeFunctionTable(), name, false);
-  return (f && f->eval) ? f->eval(*this) : SVector();
-}
+}  // namespace chartcalc::detail

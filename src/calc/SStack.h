@@ -11,6 +11,8 @@
 #include "chartcalc/SString.h"
 #include "chartcalc/SVector.h"
 
+namespace chartcalc::detail {
+
 inline constexpr int kPostfixCapacity = 100;
 
 // Item codes of a compiled list. The codes, their classes and precedences are
@@ -37,12 +39,12 @@ enum PostfixCode {
   kPfOr = 23,
   kPfAssign = 24,
   kPfComma = 25,
-  kPfAbs = 26,  // 26-38: abs log log10 sqrt sin cos tan asin acos atan sinh cosh tanh
-  kPfPow = 39,  // the operator "^" and the function pow
-  kPfCompressC = 40,  // 40-45: CompressC O H L V D, passed over by the evaluator
+  // The code of each formula function is in its row of the function table
+  // (SCalcFunctionTable.cpp); named here are those other code refers to.
+  kPfPow = 39,        // the operator "^" and the function pow
+  kPfCompressC = 40,  // CompressC, passed over by the evaluator
   kPfPrev = 46,       // a name written with a count in parentheses
-  kPfSum = 47,        // 47-78: the series functions (see kPostfixFunctions)
-  kPfSar = 78,        // sar and csar
+  kPfSum = 47,        // sum
   kPfUser = 80,       // 80 + i: user function at position i of the list
 };
 
@@ -63,6 +65,8 @@ struct PostfixItem {
   SVector Value;     // a number item's constant, or an evaluated result
 };
 
+}  // namespace chartcalc::detail
+
 class SStack {
  public:
   SStack() = default;
@@ -71,16 +75,16 @@ class SStack {
   SStack& operator=(const SStack& other);
 
   // Pushes a copy of the item; false (and nothing changes) when full.
-  bool Push(const PostfixItem& item);
+  bool Push(const chartcalc::detail::PostfixItem& item);
   // Removes the top item, if any.
   void Pop();
   bool Empty() const { return top < 0; }
-  PostfixItem& Top() { return items[top]; }
+  chartcalc::detail::PostfixItem& Top() { return items[top]; }
   // Forgets every item.
   void Clear() { top = -1, count = 0; }
 
   int top = -1;
   int count = 0;
-  int capacity = kPostfixCapacity;
-  PostfixItem items[kPostfixCapacity];
+  int capacity = chartcalc::detail::kPostfixCapacity;
+  chartcalc::detail::PostfixItem items[chartcalc::detail::kPostfixCapacity];
 };

@@ -20,7 +20,7 @@
 #include "chartcalc/SCalc.h"
 #include "core/TextTable.h"
 
-using namespace chartcalc::detail;
+namespace chartcalc::detail {
 
 namespace {
 
@@ -465,3 +465,5 @@ SVector SeriesSwing(SCalc& calc, int high, int instance, const SVector& x, int s
   SVector scratch;
   return SwingPoints(high, instance, OverBars(calc, x, scratch), strength, length);
 }
+
+}  // namespace chartcalc::detail

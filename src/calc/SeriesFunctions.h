@@ -1,7 +1,7 @@
 // Computations behind the series functions of the formula language, on
-// arguments that are already evaluated. The formula evaluators
-// (SCalcSeriesFunctions.cpp) only read arguments and call these; the postfix
-// evaluation path calls the same functions with arguments from its stack.
+// arguments that are already evaluated. Both evaluators call these through
+// the functions' rows (SCalcFunctionTable.cpp), the recursive one with the
+// arguments it read, the postfix one with arguments from its stack.
 //
 // Each function reports its own argument errors through the engine (and then
 // returns the engine's empty value unless noted), reads the bound close series
@@ -15,6 +15,8 @@
 #include "chartcalc/SVector.h"
 
 class SCalc;
+
+namespace chartcalc::detail {
 
 // The moving sums and averages that share the "name(x [, period])" form.
 enum MovingKind { kMovingSum, kMovingAvg, kMovingEAvg, kMovingWAvg, kMovingTAvg, kMovingGAvg, kMovingHAvg };
@@ -80,3 +82,5 @@ SVector SeriesLowestSince(SCalc& calc, int n, const SVector& c, const SVector& x
 // swinghigh / swinglow (k, x, strength, length): the k-th most recent swing
 // point within the window (see Swing.h).
 SVector SeriesSwing(SCalc& calc, int high, int instance, const SVector& x, int strength, int length);
+
+}  // namespace chartcalc::detail

@@ -4,6 +4,8 @@
 
 #include "chartcalc/SVector.h"
 
+namespace chartcalc::detail {
+
 // The value of a swing-point series at a bar where no swing point is found.
 inline constexpr double kNoSwing = -1.0;
 
@@ -20,3 +22,5 @@ SVector SwingPoints(int high, int instance, const SVector& price, int strength, 
 // `percent` percent beyond the last pivot, against the current direction.
 SVector ZigZagLine(double percent, const SVector& swingHigh, const SVector& swingLow, const SVector& high,
                    const SVector& low);
+
+}  // namespace chartcalc::detail
