@@ -8,7 +8,6 @@
 #include <iterator>
 
 #include "calc/DataVariables.h"
-#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
 #include "chartcalc/DateTime.h"
 #include "chartcalc/SCalc.h"

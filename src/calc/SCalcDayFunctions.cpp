@@ -9,7 +9,6 @@
 // been seen. Every one of them depends on the whole history before a bar.
 #include <algorithm>
 
-#include "calc/EngineNames.h"
 #include "calc/SCalcIndicators.h"
 #include "chartcalc/DateTime.h"
 

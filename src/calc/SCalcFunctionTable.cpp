@@ -3,8 +3,6 @@
 // method word, any number of arguments, unit word). Every other function is
 // its computation behind a row: Apply<F> passes the evaluated arguments to F
 // by F's parameter types.
-#include "calc/EngineNames.h"
-#include "calc/SStack.h"
 #include "calc/SCalcFunctionTable.h"
 
 #include <array>
@@ -13,11 +11,13 @@
 #include <utility>
 
 #include "calc/DataVariables.h"
+#include "calc/EngineNames.h"
 #include "calc/MathFunctions.h"
-#include "chartcalc/SCalc.h"
 #include "calc/SCalcCompression.h"
 #include "calc/SCalcIndicators.h"
+#include "calc/SStack.h"
 #include "calc/SeriesFunctions.h"
+#include "chartcalc/SCalc.h"
 #include "core/TextTable.h"
 
 using namespace chartcalc::detail;

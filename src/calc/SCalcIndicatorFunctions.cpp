@@ -6,7 +6,6 @@
 // SCalcRegressionFunctions.cpp.
 #include <cmath>
 
-#include "calc/EngineNames.h"
 #include "calc/SCalcIndicators.h"
 #include "calc/Swing.h"
 #include "core/TextTable.h"

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cmath>
 
-#include "calc/EngineNames.h"
 #include "calc/MathFunctions.h"
 
 namespace chartcalc::detail {

@@ -11,7 +11,6 @@
 #include <cstring>
 #include <string>
 
-#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SStack.h"
 #include "chartcalc/SCalc.h"

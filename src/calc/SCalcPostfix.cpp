@@ -20,11 +20,11 @@
 #include <iterator>
 #include <string>
 
-#include "calc/EngineNames.h"
-#include "calc/SStack.h"
 #include "calc/DataVariables.h"
-#include "chartcalc/SCalc.h"
+#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
+#include "calc/SStack.h"
+#include "chartcalc/SCalc.h"
 #include "chartcalc/SFunction.h"
 #include "core/TextTable.h"
 

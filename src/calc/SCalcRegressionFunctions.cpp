@@ -10,7 +10,6 @@
 // bounded and lets a NaN that entered a window leave it again.
 #include <cmath>
 
-#include "calc/EngineNames.h"
 #include "calc/SCalcIndicators.h"
 #include "core/TextTable.h"
 

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <vector>
 
-#include "calc/EngineNames.h"
 #include "calc/Swing.h"
 #include "chartcalc/SCalc.h"
 

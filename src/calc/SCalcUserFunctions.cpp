@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
 #include "chartcalc/SCalc.h"
 #include "chartcalc/SFunction.h"

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include "calc/EngineNames.h"
 #include "chartcalc/TableDb.h"
 #include "chartcalc/TextHelpers.h"
 

@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include "calc/EngineNames.h"
 #include "calc/Swing.h"
 #include "chartcalc/SCalc.h"
 #include "core/TextTable.h"
