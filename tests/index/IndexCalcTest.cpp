@@ -42,7 +42,7 @@ TEST(ConvertExpression, ReplacesWholeNamesOnlyAndInsertsValuesOnce) {
 
 struct CalcFixture : ::testing::Test {
   Feed feed;
-  void SetUp() override { feed.AddRange(Market(300), 0, 300); }
+  void SetUp() override { feed.AddDaily(0, 300); }
   SVector Formula(const std::string& text) {
     SCalc calc;
     feed.Bind(calc);
@@ -109,7 +109,7 @@ TEST_F(CalcFixture, ANewBarRewritesOnlyTheLastTwoBarsOfAWindowedLine) {
   EXPECT_EQ(live.CalcState[1], -1);  // depends on the whole history
   live.LineData[0].Update(-12345, 0);
   live.LineData[0][200] = -1;
-  feed.AddRange(Market(301), 300, 301);
+  feed.AddDaily(300, 301);
   live.CalcLast();
   full.Calc();
   ASSERT_EQ(live.LineData[0].GetSize(), 301);
@@ -123,7 +123,7 @@ TEST_F(CalcFixture, ANewBarRewritesOnlyTheLastTwoBarsOfAWindowedLine) {
 TEST_F(CalcFixture, ShrunkHistoryAndLookAheadFallBackToAFullCalculation) {
   SIndex x = Bound(kIndexIndicator, {"avg(c, 3)", "ref(c, -1)"});  // line 1 is one bar short
   x.CalcLast();
-  feed.AddRange(Market(301), 300, 301);
+  feed.AddDaily(300, 301);
   x.CalcLast();
   ExpectSameLine(x.LineData[1], Formula("ref(c, -1)"), "look-ahead", 0);
   for (SVector& s : feed.s) s.SetSize(200);
@@ -172,7 +172,7 @@ TEST_F(CandleFixture, APatternOfWholeHistoryIsMarkedInFullEveryTime) {
   Add("BarsSince(c == 5) == 2");
   x.CalcLast();
   EXPECT_EQ(x.CalcState[0], -1);
-  feed.AddRange(Market(21), 20, 21);
+  feed.AddDaily(20, 21);
   x.CalcLast();
   EXPECT_EQ(x.LineData[0].GetSize(), 21);
   EXPECT_EQ(x.LineData[0][7], 0.0);
@@ -215,7 +215,7 @@ TEST_F(CalcFixture, SearchEvaluationMatchesCalcForEverySymbol) {
   full.Calc();
   ExpectSameLine(x.LineData[0], full.LineData[0], "search evaluation", 0);
   Feed other;  // the compiled form is walked again for another symbol's prices
-  other.AddRange(Market(150, 99), 0, 150);
+  other.AddDaily(1000, 1150);
   other.Bind(full);
   other.Bind(x.Engine);
   x.CalcSrch();
@@ -257,7 +257,7 @@ TEST(PreProcess, PairsEntriesWithExits) {
   }
 }
 
-TEST(CheckError, ReportsTheFirstFault) {
+TEST(CheckError, ReportsTheFirstFaultAndTrimsWhatItChecked) {
   const struct {
     const char *name, *value, *expression2, *message;
     int part, expIndex;
@@ -279,9 +279,7 @@ TEST(CheckError, ReportsTheFirstFault) {
     EXPECT_EQ(e.ExpIndex, c.expIndex) << c.name;
     EXPECT_EQ(x.LastError.Message, e.Message);
   }
-}
-
-TEST(CheckError, TrimsInPlaceAndNamesTheVariableInKorean) {
+  // Blanks are trimmed in place up to the first fault; in Korean the name leads.
   LangScope korean(kLangKorean);
   SIndex x;
   x.VarName[0] = " len ";

@@ -1,12 +1,14 @@
-// Test helpers for indicators: a seeded market whose bars can be bound to an
-// indicator and fed one at a time, line comparisons and text helpers.
+// Test helpers for indicators: the bundled sample bars, bound to an indicator
+// and fed one at a time, line comparisons and text helpers.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstdint>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,31 +18,31 @@
 
 using namespace chartcalc::detail;
 
-// Bars of a random walk with a seeded generator, so that every run sees the
-// same prices; some bars are flat (open = close) to give crossings and
-// patterns something to find.
-struct Market {
-  std::vector<double> bar[kPriceSlots];
+using Rows = std::vector<std::array<double, kPriceSlots>>;
 
-  explicit Market(int n, uint32_t seed = 7) {
-    uint32_t state = seed;
-    auto next = [&state] {
-      state = state * 1664525u + 1013904223u;
-      return (state >> 8) / 16777216.0;  // [0, 1)
-    };
-    double close = 100.0;
-    for (int i = 0; i < n; ++i) {
-      double open = close * (1.0 + (next() - 0.5) * 0.02);
-      close *= 1.0 + (next() - 0.5) * 0.04;
-      if (i % 17 == 5) open = close;
-      double high = std::max(open, close) * (1.0 + next() * 0.01);
-      double low = std::min(open, close) * (1.0 - next() * 0.01);
-      double values[kPriceSlots] = {close, open, high, low, 1000.0 + std::floor(next() * 9000.0), 20200101.0 + i};
-      for (int k = 0; k < kPriceSlots; ++k) bar[k].push_back(values[k]);
-    }
+// The bars of a bundled sample CSV (date[,time],open,high,low,close,volume).
+inline Rows ReadSample(const std::string& name) {
+  Rows rows;
+  std::ifstream in(std::string(CHARTCALC_DATA_DIR) + "/" + name);
+  std::string line;
+  std::getline(in, line);
+  const bool hasTime = line.find(",time,") != std::string::npos;
+  while (std::getline(in, line)) {
+    for (char& ch : line) ch = ch == ',' || ch == ':' ? ' ' : ch;
+    std::istringstream row(line);
+    double date = 0, hour = 0, minute = 0, open, high, low, close, volume;
+    row >> date;
+    if (hasTime) row >> hour >> minute;
+    row >> open >> high >> low >> close >> volume;
+    rows.push_back({close, open, high, low, volume, hasTime ? date * 1e6 + hour * 1e4 + minute * 100 : date});
   }
-  int Size() const { return static_cast<int>(bar[kClose].size()); }
-};
+  return rows;
+}
+
+inline const Rows& Daily() {
+  static const Rows rows = ReadSample("sample_daily.csv");
+  return rows;
+}
 
 // Nine bound series that grow bar by bar.
 struct Feed {
@@ -51,10 +53,9 @@ struct Feed {
   void AddBar(const double* values) {
     for (int k = 0; k < kPriceSlots; ++k) s[k].Add(values[k]);
   }
-  // Appends bars [from, to) of the market.
-  void AddRange(const Market& m, int from, int to) {
-    for (int i = from; i < to; ++i)
-      for (int k = 0; k < kPriceSlots; ++k) s[k].Add(m.bar[k][static_cast<size_t>(i)]);
+  // Appends bars [from, to) of the daily sample.
+  void AddDaily(size_t from, size_t to) {
+    for (size_t i = from; i < to; ++i) AddBar(Daily()[i].data());
   }
   // Rewrites the last bar's close (a new tick within the bar).
   void Tick(double close) { s[kClose].Update(close, 0); }

@@ -1,14 +1,12 @@
-// The shipped definitions, as the build stored them in its index directory:
-// every formula evaluates on the bundled samples, systems and candle patterns
-// fire on some bars but not on most, and every indicator, system and the
-// candle-pattern indicator, fed bar by bar through CalcLast with ticks as a
-// host does live, ends with the lines a full Calc gives.
+// The shipped definitions, as the build stored them in its index directory.
+// Every indicator and system, fed the daily sample bar by bar through
+// CalcLast with ticks as a host does live, ends with the lines a full Calc
+// gives; those lines hold values (indicators, on both samples) or fire on
+// some bars but not on most (systems). Candle patterns occur in the sample
+// and are callable by name.
 #include <strings.h>
 
-#include <array>
-#include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,42 +16,22 @@
 
 namespace {
 
-using Rows = std::vector<std::array<double, kPriceSlots>>;
-
-// The bars of a sample CSV (date[,time],open,high,low,close,volume).
-Rows ReadSample(const std::string& name) {
-  Rows rows;
-  std::ifstream in(std::string(CHARTCALC_DATA_DIR) + "/" + name);
-  std::string line;
-  std::getline(in, line);
-  const bool hasTime = line.find(",time,") != std::string::npos;
-  while (std::getline(in, line)) {
-    for (char& ch : line) ch = ch == ',' || ch == ':' ? ' ' : ch;
-    std::istringstream row(line);
-    double date = 0, hour = 0, minute = 0, open, high, low, close, volume;
-    row >> date;
-    if (hasTime) row >> hour >> minute;
-    row >> open >> high >> low >> close >> volume;
-    rows.push_back({close, open, high, low, volume, hasTime ? date * 1e6 + hour * 1e4 + minute * 100 : date});
-  }
-  return rows;
+// Bars from the start index on that are finite (or, with nonZero, not zero).
+int Bars(const SVector& s, bool nonZero = false) {
+  int n = 0;
+  for (int i = std::max(s.GetStartIndex(), 0); i < s.GetSize(); ++i) n += nonZero ? s[i] != 0.0 : std::isfinite(s[i]);
+  return n;
 }
-
-struct Outcome {
-  int errors = 0;
-  std::string message;
-  int validBars = 0, nonZero = 0;
-};
 
 class Shipped : public ::testing::Test {
  protected:
   void SetUp() override {
     SetIndexDir(CHARTCALC_SHIPPED_INDEX_DIR);
     ASSERT_EQ(candles_.ReadFunction(), 1);
-    for (const auto& row : daily_) dailyFeed_.AddBar(row.data());
-    for (const auto& row : ReadSample("sample_intraday.csv")) intradayFeed_.AddBar(row.data());
-    ASSERT_GT(daily_.size(), 1000u);
-    ASSERT_GT(intradayFeed_.s[kClose].GetSize(), 100);
+    daily_.AddDaily(0, Daily().size());
+    for (const auto& row : ReadSample("sample_intraday.csv")) intraday_.AddBar(row.data());
+    ASSERT_GT(Daily().size(), 1000u);
+    ASSERT_GT(intraday_.s[kClose].GetSize(), 100);
   }
   void TearDown() override { SetIndexDir("./"); }
 
@@ -72,54 +50,41 @@ class Shipped : public ::testing::Test {
     return out;
   }
 
-  static Outcome Evaluate(Feed& bars, const std::string& formula, SFunctionList* functions = nullptr) {
-    SCalc calc;
-    bars.Bind(calc);
-    calc.SetFunction(functions);
-    calc.SetExpression(formula.c_str());
-    SVector r = calc.Calculate();
-    Outcome o{calc.ErrorCount, calc.ErrorMessage.str()};
-    for (int i = std::max(r.GetStartIndex(), 0); i < r.GetSize(); ++i) {
-      o.validBars += std::isfinite(r[i]) ? 1 : 0;
-      o.nonZero += r[i] != 0.0 ? 1 : 0;
-    }
-    return o;
-  }
-
-  // Feeds the daily sample through a copy of x and compares with a full Calc:
-  // the first bars one at a time (the warm-up of every line), then most of
-  // the history arriving between two calls, then the last bars one at a
-  // time; every other bar first arrives with another close and is revised.
-  void ExpectStreamedEqualsFull(const SIndex& x, int& windowed) {
+  // Feeds the daily sample through a copy of x and compares with a full Calc,
+  // which it returns: the first bars one at a time (the warm-up of every
+  // line), then most of the history arriving between two calls, then the
+  // last bars one at a time; every other bar first arrives with another
+  // close and is revised.
+  SIndex ExpectStreamedEqualsFull(const SIndex& x) {
     Feed live;
     SIndex streamed = x, full = x;
     live.Bind(streamed);
-    dailyFeed_.Bind(full);
+    daily_.Bind(full);
     streamed.SetCandle(&candles_);
     full.SetCandle(&candles_);
-    for (size_t i = 0; i < daily_.size(); ++i) {
-      live.AddBar(daily_[i].data());
-      if (i >= kEdgeBars && i + kEdgeBars < daily_.size()) continue;
+    const size_t n = Daily().size();
+    for (size_t i = 0; i < n; ++i) {
+      live.AddDaily(i, i + 1);
+      if (i >= kEdgeBars && i + kEdgeBars < n) continue;
       if (i % 2) {
-        live.Tick(daily_[i][kClose] * 1.01);
+        live.Tick(Daily()[i][kClose] * 1.01);
         streamed.CalcLast();
-        live.Tick(daily_[i][kClose]);
+        live.Tick(Daily()[i][kClose]);
       }
       streamed.CalcLast();
     }
     full.Calc();
-    for (int line = 0; line < kIndexLines; ++line) {
-      if (full.ConvertedExpression[line].IsEmpty()) continue;
-      EXPECT_GT(full.LineData[line].GetSize(), 0) << x.IndexName.str();
-      ExpectSameLine(streamed.LineData[line], full.LineData[line], x.IndexName.str() + " line " + std::to_string(line));
-    }
-    windowed += streamed.CalcState[0] == 0;
+    for (int line = 0; line < kIndexLines; ++line)
+      if (!full.ConvertedExpression[line].IsEmpty())
+        ExpectSameLine(streamed.LineData[line], full.LineData[line], x.IndexName.str() + " " + std::to_string(line));
+    windowed_ += streamed.CalcState[0] == 0;
+    return full;
   }
 
   static constexpr size_t kEdgeBars = 300;
-  Rows daily_ = ReadSample("sample_daily.csv");
-  Feed dailyFeed_, intradayFeed_;
+  Feed daily_, intraday_;
   SFunctionList candles_;
+  int windowed_ = 0;  // definitions whose line 0 took the incremental path
 };
 
 bool SameName(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
@@ -146,64 +111,60 @@ void ExpectVariablesUsedAndNamed(const SIndex& x) {
   }
 }
 
-TEST_F(Shipped, EveryIndicatorLineEvaluatesOnBothSamples) {
-  for (SIndex& x : Read(kIndexIndicator, 25)) {
-    ASSERT_FALSE(x.Expression[0].IsEmpty()) << x.IndexName.str();
+TEST_F(Shipped, IndicatorsStreamLikeTheirFullCalculationAndHoldValuesOnBothSamples) {
+  for (const SIndex& x : Read(kIndexIndicator, 25)) {
     ExpectVariablesUsedAndNamed(x);
-    x.ConvertExpression();
+    SIndex daily = ExpectStreamedEqualsFull(x), intraday = x;
+    intraday_.Bind(intraday);
+    intraday.Calc();
+    ASSERT_FALSE(x.Expression[0].IsEmpty()) << x.IndexName.str();
     for (int line = 0; line < kIndexLines; ++line) {
       if (x.Expression[line].IsEmpty()) continue;
       const std::string what = x.IndexName.str() + " line " + std::to_string(line);
       EXPECT_FALSE(x.ExpName[line].IsEmpty()) << what;
-      for (Feed* bars : {&dailyFeed_, &intradayFeed_}) {
-        Outcome o = Evaluate(*bars, x.ConvertedExpression[line].str());
-        EXPECT_EQ(o.errors, 0) << what << ": " << o.message;
-        EXPECT_GT(o.validBars, bars->s[kClose].GetSize() / 2) << what;
-      }
+      EXPECT_GT(Bars(daily.LineData[line]), daily_.s[kClose].GetSize() / 2) << what;
+      EXPECT_GT(Bars(intraday.LineData[line]), intraday_.s[kClose].GetSize() / 2) << what;
     }
   }
+  EXPECT_GT(windowed_, 10);  // most take the incremental path
 }
 
-TEST_F(Shipped, EverySystemSignalsOnSomeButNotMostBars) {
-  const int half = dailyFeed_.s[kClose].GetSize() / 2;
-  for (SIndex& x : Read(kIndexSystem, 10)) {
+TEST_F(Shipped, SystemsStreamLikeTheirFullCalculationAndFireOnSomeButNotMostBars) {
+  for (const SIndex& x : Read(kIndexSystem, 10)) {
     ExpectVariablesUsedAndNamed(x);
     for (int k = 0; k < kIndexVars && !x.VarName[k].IsEmpty(); ++k) {
       double value = AnsiStringToFloat(x.VarValue[k], NAN), start = AnsiStringToFloat(x.VarStart[k], NAN);
       double end = AnsiStringToFloat(x.VarEnd[k], NAN), step = AnsiStringToFloat(x.VarIncrement[k], NAN);
       EXPECT_TRUE(start <= value && value <= end && step > 0) << x.IndexName.str() << " " << x.VarName[k].str();
     }
-    x.ConvertExpression();
+    const SIndex full = ExpectStreamedEqualsFull(x);
     for (int line = 0; line < 4; ++line) {
-      const std::string what = x.IndexName.str() + " signal " + std::to_string(line);
-      Outcome o = Evaluate(dailyFeed_, x.ConvertedExpression[line].str());
-      EXPECT_EQ(o.errors, 0) << what << ": " << o.message;
-      EXPECT_GT(o.nonZero, 0) << what << " never fires";
-      EXPECT_LT(o.nonZero, half) << what << " fires on most bars";
+      const int fired = Bars(full.LineData[line], true);
+      EXPECT_GT(fired, 0) << x.IndexName.str() << " signal " << line << " never fires";
+      EXPECT_LT(fired, daily_.s[kClose].GetSize() / 2) << x.IndexName.str() << " signal " << line;
     }
   }
 }
 
-TEST_F(Shipped, EveryCandlePatternOccursSometimesAndIsCallableAsAFunction) {
-  for (SIndex& x : Read(kIndexUserFunction, 10)) {
+TEST_F(Shipped, CandlePatternsOccurSometimesAreCallableAndStreamLikeTheirFullCalculation) {
+  auto occurrences = [this](const std::string& formula, SFunctionList* functions) {
+    SCalc calc;
+    daily_.Bind(calc);
+    calc.SetFunction(functions);
+    calc.SetExpression(formula.c_str());
+    const SVector r = calc.Calculate();
+    EXPECT_EQ(calc.ErrorCount, 0) << formula << ": " << calc.ErrorMessage.str();
+    return Bars(r, true);
+  };
+  for (const SIndex& x : Read(kIndexUserFunction, 10)) {
     const std::string name = x.IndexName.str();
     EXPECT_TRUE(x.VarName[0].IsEmpty()) << name << ": a candle pattern takes no parameters";
-    Outcome own = Evaluate(dailyFeed_, x.Expression[0].str());
-    EXPECT_EQ(own.errors, 0) << name << ": " << own.message;
-    EXPECT_GT(own.nonZero, 0) << name << " never occurs in the sample";
-    EXPECT_LT(own.nonZero, dailyFeed_.s[kClose].GetSize() / 4) << name << " occurs on too many bars";
-    Outcome called = Evaluate(dailyFeed_, name + "()", &candles_);
-    EXPECT_EQ(called.errors, 0) << name << "(): " << called.message;
-    EXPECT_EQ(called.nonZero, own.nonZero) << name;
+    const int own = occurrences(x.Expression[0].str(), nullptr);
+    EXPECT_GT(own, 0) << name << " never occurs in the sample";
+    EXPECT_LT(own, daily_.s[kClose].GetSize() / 4) << name << " occurs on too many bars";
+    EXPECT_EQ(occurrences(name + "()", &candles_), own) << name;
   }
-}
-
-TEST_F(Shipped, StreamedCalcLastMatchesFullCalcForEveryIndicatorAndSystem) {
-  int windowed = 0;
-  for (int kind : {kIndexIndicator, kIndexSystem})
-    for (const SIndex& x : Read(kind, 1)) ExpectStreamedEqualsFull(x, windowed);
-  EXPECT_GT(windowed, 10);  // most take the incremental path
-  ExpectStreamedEqualsFull(SIndex("candles", kIndexCandlePattern), windowed);
+  ExpectStreamedEqualsFull(SIndex("candles", kIndexCandlePattern));
 }
 
 }  // namespace
