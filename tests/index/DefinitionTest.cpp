@@ -116,7 +116,8 @@ TEST_F(Definition, EachKindReadsBackExactlyItsOwnFields) {
   EXPECT_EQ(Stored(0, name.c_str(), "LogY"), "1");
   EXPECT_EQ(Stored(1, name.c_str(), "LineStyle0"), "");              // read but never written
   EXPECT_EQ(Stored(2, name.c_str(), "VarEnd3"), w.VarEnd[3].str());  // written but never read
-  SFunctionList functions;                                           // user functions read the same record
+  // User functions are read from the same record.
+  SFunctionList functions;
   ASSERT_EQ(functions.ReadFunction(), 1);
   EXPECT_EQ(functions[0].Expression, w.Expression[0]);
 }
