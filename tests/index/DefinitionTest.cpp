@@ -1,407 +1,247 @@
-// Definitions in the index database: round trips of every kind, the field
-// sets each kind reads, trimming, flag fallbacks, the kept scale mode,
-// failures that change nothing, and comment removal.
-#include <gtest/gtest.h>
-
-#include <cstring>
+// Definitions in the index database: the field set each kind stores and reads
+// back, trimming, flag and number fallbacks, the kept scale mode, failures
+// that change nothing, and comment removal.
 #include <filesystem>
 #include <string>
-#include <vector>
+#include <tuple>
 
-#include "chartcalc.h"
-#include "core/Cp949.h"
-#include "core/TextTable.h"
-
-using namespace chartcalc::detail;
+#include "index/IndexTestUtil.h"
 
 namespace {
 
-// Korean text of the source (UTF-8) as the library holds it.
-std::string Ko(const std::string& utf8) {
-  std::string out;
-  EXPECT_TRUE(Utf8ToCp949(utf8, out));
-  return out;
-}
-
-// Each test gets an empty index directory of its own; the default
-// directory comes back afterwards.
+// Each test gets an empty index directory of its own.
 class Definition : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    dir_ = std::string(CHARTCALC_TEST_TMP) + "/Definition." + info->name() + "/";
+    dir_ = std::string(CHARTCALC_TEST_TMP) + "/Definition." +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "/";
     std::filesystem::remove_all(dir_);
     std::filesystem::create_directories(dir_);
     SetIndexDir(dir_.c_str());
   }
   void TearDown() override { SetIndexDir("./"); }
 
-  // The stored text of one field of the record called name.
-  std::string Stored(int kind, const char* name, const char* field) {
+  DDB Open(int kind) {
     DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
     db.SetExtension(getIndexDBExt(kind));
+    return db;
+  }
+  std::string Stored(int kind, const char* name, const char* field) {
+    DDB db = Open(kind);
     return db.FindFirst("IndexName", name) ? db.GetStr(field) : "<no record>";
   }
-  // Overwrites one stored field of the record called name.
   void Restore(int kind, const char* name, const char* field, const char* text) {
-    DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
-    db.SetExtension(getIndexDBExt(kind));
-    ASSERT_TRUE(db.FindFirst("IndexName", name));
-    ASSERT_TRUE(db.InsField(field, text));
-    ASSERT_TRUE(db.WriteRecord());
+    DDB db = Open(kind);
+    ASSERT_TRUE(db.FindFirst("IndexName", name) && db.InsField(field, text) && db.WriteRecord());
   }
   int RecordCount(int kind) {
-    DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
-    db.SetExtension(getIndexDBExt(kind));
+    DDB db = Open(kind);
     int n = 0;
     for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) n += db.Deleted() ? 0 : 1;
     return n;
   }
-  std::string Listing() {
-    std::string out;
-    std::vector<std::string> names;
-    for (const auto& e : std::filesystem::directory_iterator(dir_)) names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    for (const auto& n : names) out += n + " ";
-    return out;
-  }
+  bool Exists(const SString& path) { return std::filesystem::exists(path.str()); }
 
   std::string dir_;
 };
 
-// An indicator of the kind with every definition field set.
-SIndex Filled(const char* name, int kind) {
-  SIndex x(name, kind);
-  for (int k = 0; k < kIndexVars; ++k) {
-    x.VarName[k] = ("v" + std::to_string(k)).c_str();
-    x.VarValue[k] = std::to_string(10 + k).c_str();
-    x.VarStart[k] = std::to_string(k).c_str();
-    x.VarEnd[k] = std::to_string(50 + k).c_str();
-    x.VarIncrement[k] = "2";
-  }
-  for (int k = 0; k < kIndexLines; ++k) {
-    x.ShowLine[k] = k % 2;
-    x.Expression[k] = ("avg(c, v" + std::to_string(k) + ")").c_str();
-    x.ExpName[k] = ("line" + std::to_string(k) + "(%v" + std::to_string(k) + "%)").c_str();
-    x.LineType[k] = k + 1;
-    x.LineColor[k] = 0x010203 * (k + 1);
-    x.LineUpColor[k] = 0x111111 * (k + 1);
-    x.LineDnColor[k] = 0x020202 * (k + 1);
-    x.LineUpValue[k] = "70";
-    x.LineDnValue[k] = "30";
-    x.LineCompMethod[k] = 2;
-    x.LineStyle[k] = 3;
-    x.LineWidth[k] = 2;
-    x.YValue[k] = std::to_string(20 * k).c_str();
-  }
-  x.YValueColor = 0x808080;
-  x.YValueStyle = 2;
-  x.YValueWidth = 3;
-  x.MinMaxY = 2;
-  x.UserMin = -12.5;
-  x.UserMax = 99.5;
-  x.LogY = 1;
-  x.InvertY = 0;
-  x.Password = "pw";
-  x.Description = Ko("설명 text").c_str();
-  x.Period = "20";
+// An indicator of the kind with every definition field set: every field of
+// seed 1 differs from seed 2's and from the fields around it.
+SIndex Filled(const std::string& name, int kind, int seed) {
+  SIndex x(name.c_str(), kind);
+  int n = seed * 1000;
+  auto next = [&n] { return SString(std::to_string(++n).c_str()); };
+  for (auto m : {&SIndex::VarName, &SIndex::VarValue, &SIndex::VarStart, &SIndex::VarEnd, &SIndex::VarIncrement})
+    for (SString& v : x.*m) v = next();
+  for (auto m : {&SIndex::Expression, &SIndex::ExpName, &SIndex::LineUpValue, &SIndex::LineDnValue, &SIndex::YValue})
+    for (SString& v : x.*m) v = next();
+  for (auto m : {&SIndex::ShowLine, &SIndex::LineType, &SIndex::LineColor, &SIndex::LineUpColor, &SIndex::LineDnColor,
+                 &SIndex::LineCompMethod, &SIndex::LineStyle, &SIndex::LineWidth})
+    for (int& v : x.*m) v = ++n;
+  for (int* v : {&x.YValueColor, &x.YValueStyle, &x.YValueWidth, &x.MinMaxY}) *v = ++n;
+  for (SString* v : {&x.Password, &x.Description, &x.Period}) *v = next();
+  x.UserMin = -12.5 * seed;
+  x.UserMax = 99.5 * seed;
+  x.LogY = seed % 2;
+  x.InvertY = 1 - seed % 2;
+  x.Description = (Cp949("설명 ") + x.Description.str()).c_str();
   return x;
 }
 
-}  // namespace
-
-TEST_F(Definition, IndicatorRoundTripKeepsEveryField) {
-  SIndex w = Filled(Ko("가격이평").c_str(), 0);
-  ASSERT_EQ(w.WriteExpression(w.IndexName.c_str(), 1, 0), 1);
-  SIndex r(Ko("가격이평").c_str(), 0);
-  ASSERT_EQ(r.ReadExpression(Ko("가격이평").c_str()), 1);
-  for (int k = 0; k < kIndexVars; ++k) {
-    EXPECT_EQ(r.VarName[k], w.VarName[k]);
-    EXPECT_EQ(r.VarValue[k], w.VarValue[k]);
-    EXPECT_TRUE(r.VarStart[k].IsEmpty());  // an indicator has no ranges
-  }
-  for (int k = 0; k < kIndexLines; ++k) {
-    EXPECT_EQ(r.ShowLine[k], w.ShowLine[k]);
-    EXPECT_EQ(r.Expression[k], w.Expression[k]);
-    EXPECT_EQ(r.ExpName[k], w.ExpName[k]);
-    EXPECT_EQ(r.LineType[k], w.LineType[k]);
-    EXPECT_EQ(r.LineColor[k], w.LineColor[k]);
-    EXPECT_EQ(r.LineUpColor[k], w.LineUpColor[k]);
-    EXPECT_EQ(r.LineDnColor[k], w.LineDnColor[k]);
-    EXPECT_EQ(r.LineUpValue[k], w.LineUpValue[k]);
-    EXPECT_EQ(r.LineDnValue[k], w.LineDnValue[k]);
-    EXPECT_EQ(r.LineCompMethod[k], w.LineCompMethod[k]);
-    EXPECT_EQ(r.LineStyle[k], w.LineStyle[k]);
-    EXPECT_EQ(r.LineWidth[k], w.LineWidth[k]);
-    EXPECT_EQ(r.YValue[k], w.YValue[k]);
-  }
-  EXPECT_EQ(r.YValueColor, w.YValueColor);
-  EXPECT_EQ(r.YValueStyle, w.YValueStyle);
-  EXPECT_EQ(r.YValueWidth, w.YValueWidth);
-  EXPECT_EQ(r.MinMaxY, 2);
-  EXPECT_EQ(r.UserMin, -12.5);
-  EXPECT_EQ(r.UserMax, 99.5);
-  EXPECT_EQ(r.LogY, 1);
-  EXPECT_EQ(r.InvertY, 0);
-  EXPECT_EQ(r.Password, SString("pw"));
-  EXPECT_EQ(r.Description, w.Description);
-  EXPECT_TRUE(r.Period.IsEmpty());
-  EXPECT_EQ(Stored(0, Ko("가격이평").c_str(), "UserMax"), "99.5");
-  EXPECT_EQ(Stored(0, Ko("가격이평").c_str(), "LogY"), "1");
+std::string Text(const SString& v) { return v.str(); }
+std::string Text(double v) { return std::to_string(v); }
+template <typename... T>
+std::string Join(const T&... v) {
+  return ((Text(v) + "|") + ...);
 }
 
-TEST_F(Definition, SingleExpressionKeepsItsPeriodAndReadsLineStyle) {
-  SIndex w = Filled("typical", 1);
-  ASSERT_EQ(w.WriteExpression("typical", 1, 0), 1);
-  EXPECT_EQ(Stored(1, "typical", "LineStyle0"), "");  // not written
-  Restore(1, "typical", "LineStyle0", "4");
-  SIndex r("typical", 1);
-  ASSERT_EQ(r.ReadExpression("typical"), 1);
-  EXPECT_EQ(r.IndexName, SString("typical"));
-  EXPECT_EQ(r.Expression[0], w.Expression[0]);
-  EXPECT_TRUE(r.Expression[1].IsEmpty());
-  EXPECT_EQ(r.LineType[0], 1);
-  EXPECT_EQ(r.LineColor[0], w.LineColor[0]);
-  EXPECT_EQ(r.LineWidth[0], 2);
-  EXPECT_EQ(r.LineStyle[0], 4);
-  EXPECT_EQ(r.Period, SString("20"));
-  EXPECT_EQ(r.VarValue[9], SString("19"));
-  EXPECT_TRUE(r.VarStart[0].IsEmpty());
-}
+// After a round trip the fields hold what was written (w), what the reading
+// indicator held before (k), or zero (0); one column per kind: indicator,
+// single expression, pattern, system, user function.
+struct Probe {
+  std::string (*get)(const SIndex&);
+  const char* byKind;
+};
+const Probe kProbes[] = {
+    {[](const SIndex& x) { return Join(x.VarName[9], x.Expression[0], x.Password, x.Description); }, "wwwww"},
+    {[](const SIndex& x) { return Join(x.VarValue[3], x.LineWidth[0]); }, "wwwwk"},
+    {[](const SIndex& x) { return Join(x.VarStart[3], x.VarEnd[8], x.VarIncrement[9]); }, "kkkwk"},
+    {[](const SIndex& x) { return Join(x.Expression[1], x.LineColor[1]); }, "wkwwk"},
+    {[](const SIndex& x) { return Join(x.Expression[3], x.LineType[3]); }, "wkkwk"},
+    {[](const SIndex& x) { return Join(x.LineStyle[0]); }, "wk0kk"},
+    {[](const SIndex& x) { return Join(x.Period); }, "kwkkk"},
+    {[](const SIndex& x) {
+       return Join(x.ShowLine[1], x.Expression[4], x.ExpName[2], x.LineStyle[2], x.LineUpColor[4], x.LineDnColor[3],
+                   x.LineUpValue[2], x.LineDnValue[1], x.LineCompMethod[0], x.YValue[4], x.YValueColor, x.YValueStyle,
+                   x.YValueWidth, x.MinMaxY, x.UserMin, x.UserMax, x.LogY, x.InvertY);
+     },
+     "wkkkk"},
+};
 
-TEST_F(Definition, PatternStoresRangesButReadsNeitherThemNorTheLineStyle) {
-  SIndex w = Filled("pat", 2);
-  ASSERT_EQ(w.WriteExpression("pat", 1, 0), 1);
-  EXPECT_EQ(Stored(2, "pat", "VarEnd3"), "53");
-  SIndex r("pat", 2);
-  r.LineStyle[0] = r.LineStyle[1] = 5;
-  r.LineStyle[2] = 5;
-  ASSERT_EQ(r.ReadExpression("pat"), 1);
-  EXPECT_EQ(r.VarName[3], SString("v3"));
-  EXPECT_EQ(r.VarValue[3], SString("13"));
-  EXPECT_TRUE(r.VarEnd[3].IsEmpty());
-  EXPECT_EQ(r.Expression[1], w.Expression[1]);
-  EXPECT_TRUE(r.Expression[2].IsEmpty());
-  EXPECT_EQ(r.LineColor[1], w.LineColor[1]);
-  EXPECT_EQ(r.LineStyle[0], 0);
-  EXPECT_EQ(r.LineStyle[1], 0);
-  EXPECT_EQ(r.LineStyle[2], 5);
-  EXPECT_EQ(r.Description, w.Description);
-}
-
-TEST_F(Definition, SystemRoundTripKeepsRangesAndFourSignalLines) {
-  SIndex w = Filled("sys", 3);
-  ASSERT_EQ(w.WriteExpression("sys", 1, 0), 1);
-  SIndex r("sys", 3);
-  ASSERT_EQ(r.ReadExpression("sys"), 1);
-  for (int k = 0; k < kIndexVars; ++k) {
-    EXPECT_EQ(r.VarStart[k], w.VarStart[k]);
-    EXPECT_EQ(r.VarEnd[k], w.VarEnd[k]);
-    EXPECT_EQ(r.VarIncrement[k], w.VarIncrement[k]);
+TEST_F(Definition, EachKindReadsBackExactlyItsOwnFields) {
+  const std::string name = Cp949("가격이평");
+  for (int kind = 0; kind <= kIndexUserFunction; ++kind) {
+    SIndex w = Filled(name, kind, 1), r = Filled(name, kind, 2);
+    const SIndex kept = r;
+    ASSERT_EQ(w.WriteExpression(name.c_str(), 1, 0), 1) << kind;
+    ASSERT_EQ(r.ReadExpression(name.c_str()), 1) << kind;
+    EXPECT_EQ(r.IndexName.str(), name);
+    for (const Probe& p : kProbes) {
+      const char want = p.byKind[kind];
+      EXPECT_EQ(p.get(r), want == 'w' ? p.get(w) : want == 'k' ? p.get(kept) : Join(0.0)) << kind << p.byKind;
+    }
   }
-  for (int k = 0; k < 4; ++k) {
-    EXPECT_EQ(r.Expression[k], w.Expression[k]);
-    EXPECT_EQ(r.LineType[k], w.LineType[k]);
-    EXPECT_EQ(r.LineWidth[k], w.LineWidth[k]);
-  }
-  EXPECT_TRUE(r.Expression[4].IsEmpty());
-  EXPECT_TRUE(r.ExpName[0].IsEmpty());  // systems name their lines by role
-}
-
-TEST_F(Definition, UserFunctionStoresNamesAndFormulaOnly) {
-  SIndex w = Filled("band", 4);
-  ASSERT_EQ(w.WriteExpression("band", 1, 0), 1);
-  SIndex r("band", 4);
-  ASSERT_EQ(r.ReadExpression("band"), 1);
-  EXPECT_EQ(r.VarName[9], SString("v9"));
-  EXPECT_TRUE(r.VarValue[0].IsEmpty());
-  EXPECT_EQ(r.Expression[0], w.Expression[0]);
-  EXPECT_EQ(r.Password, SString("pw"));
-  // The user-function list reads the same record.
+  const SIndex w = Filled(name, 0, 1);
+  EXPECT_EQ(Stored(0, name.c_str(), "UserMax"), "99.5");
+  EXPECT_EQ(Stored(0, name.c_str(), "LogY"), "1");
+  EXPECT_EQ(Stored(1, name.c_str(), "LineStyle0"), "");              // read but never written
+  EXPECT_EQ(Stored(2, name.c_str(), "VarEnd3"), w.VarEnd[3].str());  // written but never read
+  // User functions are read from the same record.
   SFunctionList functions;
   ASSERT_EQ(functions.ReadFunction(), 1);
-  EXPECT_EQ(functions[0].Name, SString("band"));
   EXPECT_EQ(functions[0].Expression, w.Expression[0]);
 }
 
 TEST_F(Definition, VariableBlanksAreTrimmedExceptForIndicators) {
-  for (int kind : {0, 1, 2, 3, 4}) {
-    SIndex w("blanks", kind);
+  for (int kind = 0; kind <= kIndexUserFunction; ++kind) {
+    SIndex w("blanks", kind), r("blanks", kind);
     w.VarName[0] = " len ";
     w.VarValue[0] = "  14\t";
     w.Expression[0] = " c ";
     ASSERT_EQ(w.WriteExpression("blanks", 1, 0), 1) << kind;
-    SIndex r("blanks", kind);
     ASSERT_EQ(r.ReadExpression("blanks"), 1) << kind;
     EXPECT_EQ(r.VarName[0], SString(kind == 0 ? " len " : "len")) << kind;
-    if (kind != 4) EXPECT_EQ(r.VarValue[0], SString(kind == 0 ? "  14\t" : "14")) << kind;
+    EXPECT_EQ(r.VarValue[0], SString(kind == 0 ? "  14\t" : kind == kIndexUserFunction ? "" : "14")) << kind;
     EXPECT_EQ(r.Expression[0], SString(" c ")) << kind;  // formulas are never trimmed
   }
 }
 
-TEST_F(Definition, ScaleFlagsAreOnUnlessStoredAsAnIntegerOtherThanOne) {
-  SIndex w("flags", 0);
-  ASSERT_EQ(w.WriteExpression("flags", 1, 0), 1);
-  struct Case {
-    const char* text;
-    int on;
-  };
-  for (const Case& c : {Case{"", 1}, Case{"0", 0}, Case{"2", 0}, Case{"1", 1}, Case{"on", 1}, Case{" 1 ", 1}}) {
-    Restore(0, "flags", "LogY", c.text);
-    Restore(0, "flags", "InvertY", c.text);
+// Scale flags are on unless stored as an integer other than 1; the shown flag
+// falls back to shown; other numbers keep the current value.
+TEST_F(Definition, UnparsableStoredNumbersFallBackPerField) {
+  ASSERT_EQ(SIndex("flags", 0).WriteExpression("flags", 1, 0), 1);
+  Restore(0, "flags", "UserMax", "");
+  const std::tuple<const char*, const char*, int, int> cases[] = {
+      {"LogY", "", 0, 1},    {"LogY", "0", 1, 0},    {"LogY", "2", 1, 0},      {"LogY", "on", 0, 1},
+      {"LogY", " 1 ", 0, 1}, {"InvertY", "2", 1, 0}, {"ShowLine1", "x", 0, 1}, {"LineWidth2", "wide", 7, 7}};
+  for (const auto& [field, text, before, after] : cases) {
+    Restore(0, "flags", field, text);
     SIndex r("flags", 0);
-    r.LogY = r.InvertY = 1 - c.on;
+    const std::string f = field;
+    int& value = f == "LogY" ? r.LogY : f == "InvertY" ? r.InvertY : f == "ShowLine1" ? r.ShowLine[1] : r.LineWidth[2];
+    value = before;
+    r.UserMax = 3.5;
     ASSERT_EQ(r.ReadExpression("flags"), 1);
-    EXPECT_EQ(r.LogY, c.on) << "'" << c.text << "'";
-    EXPECT_EQ(r.InvertY, c.on) << "'" << c.text << "'";
+    EXPECT_EQ(value, after) << field << " '" << text << "'";
+    EXPECT_EQ(r.UserMax, 3.5);
   }
 }
 
-TEST_F(Definition, UnparsableNumbersKeepTheCurrentValueButShowLineFallsBackToShown) {
-  SIndex w("bad", 0);
-  ASSERT_EQ(w.WriteExpression("bad", 1, 0), 1);
-  Restore(0, "bad", "LineWidth2", "wide");
-  Restore(0, "bad", "UserMax", "");
-  Restore(0, "bad", "ShowLine1", "x");
-  SIndex r("bad", 0);
-  r.LineWidth[2] = 7;
-  r.UserMax = 3.5;
-  r.ShowLine[1] = 0;
-  ASSERT_EQ(r.ReadExpression("bad"), 1);
-  EXPECT_EQ(r.LineWidth[2], 7);
-  EXPECT_EQ(r.UserMax, 3.5);
-  EXPECT_EQ(r.ShowLine[1], 1);
-}
-
-TEST_F(Definition, RecordWithoutAShowLineFieldShowsThatLine) {
-  // A hand-made table that declares only some of the fields.
-  std::string index = getIndexDBFileName(0).str(), user = getUserDBFileName(0).str();
-  for (const std::string& path : {index, user}) {
+// A table from an older version declares only some fields: the text fields
+// it lacks keep their values instead of being blanked.
+TEST_F(Definition, FieldsTheTableDoesNotDeclareKeepTheirValues) {
+  for (const std::string& path : {getIndexDBFileName(0).str(), getUserDBFileName(0).str()}) {
     DB db(0);
     ASSERT_TRUE(db.CreateDB(path.c_str()));
     db.ClearField();
     for (const char* f : {"IndexName", "ShowLine0", "Expression0"}) ASSERT_TRUE(db.InsertField(f, 'c', 50));
     ASSERT_TRUE(db.WriteHead() && db.WriteField() && db.WriteEof());
   }
-  DB db(index.c_str(), 0);
-  ASSERT_TRUE(db.Append("short"));
-  db.InsField("ShowLine0", "0");
-  db.InsField("Expression0", "c");
+  DB db(getIndexDBFileName(0).c_str(), 0);
+  ASSERT_TRUE(db.Append("short") && db.InsField("ShowLine0", "0") && db.InsField("Expression0", "c"));
   ASSERT_TRUE(db.WriteRecord());
   SIndex r("short", 0);
   r.ShowLine[3] = 0;
-  r.Expression[1] = "kept";
-  r.ExpName[0] = "kept too";
+  r.Expression[1] = r.ExpName[0] = "kept";
   ASSERT_EQ(r.ReadExpression("short"), 1);
   EXPECT_EQ(r.ShowLine[0], 0);
   EXPECT_EQ(r.ShowLine[3], 1);
   EXPECT_EQ(r.Expression[0], SString("c"));
   EXPECT_EQ(r.Expression[1], SString("kept"));
-  EXPECT_EQ(r.ExpName[0], SString("kept too"));
+  EXPECT_EQ(r.ExpName[0], SString("kept"));
 }
 
 TEST_F(Definition, RewriteKeepsTheStoredScaleModeOnlyForModeFourWithIsNewZero) {
   SIndex w("scale", 0);
-  w.MinMaxY = 1;
-  ASSERT_EQ(w.WriteExpression("scale", 1, 0), 1);
-  w.MinMaxY = 4;
-  w.Description = "rewritten";
-  ASSERT_EQ(w.WriteExpression("scale", 0, 0), 1);
-  EXPECT_EQ(Stored(0, "scale", "MinMaxY"), "1");
-  EXPECT_EQ(Stored(0, "scale", "Description"), "rewritten");
-  w.MinMaxY = 2;
-  ASSERT_EQ(w.WriteExpression("scale", 0, 0), 1);
-  EXPECT_EQ(Stored(0, "scale", "MinMaxY"), "2");
-  w.MinMaxY = 4;
-  ASSERT_EQ(w.WriteExpression("scale", 2, 0), 1);
-  EXPECT_EQ(Stored(0, "scale", "MinMaxY"), "4");
+  const std::tuple<int, int, const char*> steps[] = {{1, 1, "1"}, {4, 0, "1"}, {2, 0, "2"}, {4, 2, "4"}};
+  for (const auto& [mode, isNew, stored] : steps) {
+    w.MinMaxY = mode;
+    w.Description = std::to_string(mode * 10 + isNew).c_str();
+    ASSERT_EQ(w.WriteExpression("scale", isNew, 0), 1);
+    EXPECT_EQ(Stored(0, "scale", "MinMaxY"), stored) << mode << " " << isNew;
+    EXPECT_EQ(Stored(0, "scale", "Description"), w.Description.str());  // the rest is rewritten
+  }
+  EXPECT_EQ(SIndex("absent", 0).WriteExpression("absent", 0, 0), 0);  // a rewrite finds no record
   EXPECT_EQ(RecordCount(0), 1);
-}
-
-TEST_F(Definition, RewritingAnUnknownNameWritesNothing) {
-  SIndex w("present", 0);
-  ASSERT_EQ(w.WriteExpression("present", 1, 0), 1);
-  SIndex other("absent", 0);
-  EXPECT_EQ(other.WriteExpression("absent", 0, 0), 0);
-  EXPECT_EQ(RecordCount(0), 1);
-  EXPECT_EQ(Stored(0, "absent", "IndexName"), "<no record>");
 }
 
 TEST_F(Definition, FailedReadsLeaveTheIndicatorAsItWasAndCreateNothing) {
   SIndex r("keep", 0);
   r.Expression[0] = "c";
-  r.VarName[0] = "n";
   EXPECT_EQ(r.ReadExpression("keep"), 0);  // no files at all
-  EXPECT_EQ(Listing(), "");
+  EXPECT_FALSE(Exists(getIndexDBFileName(0)) || Exists(getUserDBFileName(0)));
   SIndex w("there", 0);
   ASSERT_EQ(w.WriteExpression("there", 1, 1), 1);  // index file alone
-  EXPECT_EQ(Listing(), "Indicator.idx ");
-  EXPECT_EQ(r.ReadExpression("there"), 0);  // the user file is missing
-  ASSERT_EQ(w.WriteExpression("other", 1, 0), 1);
+  EXPECT_FALSE(Exists(getUserDBFileName(0)));
+  EXPECT_EQ(r.ReadExpression("there"), 0);         // the user file is missing
+  ASSERT_EQ(w.WriteExpression("there", 1, 0), 1);  // now with the user file
   EXPECT_EQ(r.ReadExpression("nobody"), 0);
   EXPECT_EQ(r.ReadExpression(nullptr), 0);
   EXPECT_EQ(r.IndexName, SString("keep"));
   EXPECT_EQ(r.Expression[0], SString("c"));
-  EXPECT_EQ(r.VarName[0], SString("n"));
+  EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (dir_ + "none.idx").c_str()), 0);  // explicit names win
   EXPECT_EQ(r.ReadExpression("there"), 1);
   EXPECT_EQ(r.ReadIndex("there"), 0);
-}
-
-TEST_F(Definition, KindsWithoutARecordNeitherReadNorWrite) {
-  for (int kind : {-1, 5, 6, 10, 30}) {
+  for (int kind : {-1, 5, 6, 10, 30}) {  // kinds without a record
     SIndex x("odd", kind);
-    x.Expression[0] = "c";
     EXPECT_EQ(x.WriteExpression("odd", 1, 0), 0) << kind;
-    EXPECT_EQ(x.ReadExpression("odd"), 0) << kind;
+    EXPECT_EQ(x.ReadExpression("there"), 0) << kind;
   }
-  EXPECT_EQ(Listing(), "");
-}
-
-TEST_F(Definition, ExplicitFileNamesAreReadInsteadOfTheDefaults) {
-  SIndex w("elsewhere", 3);
-  w.Expression[0] = "crossup(c, avg(c, 5))";
-  ASSERT_EQ(w.WriteExpression("elsewhere", 1, 0), 1);
-  std::string moved = dir_ + "sub/";
-  std::filesystem::create_directories(moved);
-  std::filesystem::rename(getIndexDBFileName(3).str(), moved + "System.sys");
-  std::filesystem::rename(getUserDBFileName(3).str(), moved + "Mine.sys");
-  SIndex r("elsewhere", 3);
-  EXPECT_EQ(r.ReadExpression("elsewhere"), 0);
-  ASSERT_EQ(
-      r.ReadExpression("elsewhere", SString((moved + "System.sys").c_str()), SString((moved + "Mine.sys").c_str())), 1);
-  EXPECT_EQ(r.Expression[0], w.Expression[0]);
+  EXPECT_EQ(Stored(0, "odd", "IndexName"), "<no record>");
 }
 
 TEST_F(Definition, ConversionReadShowsEveryNamedLineWithAFormula) {
   SIndex w("conv", 0);
   for (int k = 0; k < kIndexLines; ++k) w.ShowLine[k] = 0;
-  w.Expression[0] = "c";
-  w.ExpName[0] = "close";
-  w.Expression[1] = "o";  // no name
-  w.ExpName[2] = "nameless";
+  w.Expression[0] = w.Expression[1] = "c";
+  w.ExpName[0] = w.ExpName[2] = "close";  // line 1 has no name, line 2 no formula
   ASSERT_EQ(w.WriteExpression("conv", 1, 0), 1);
   SIndex plain("conv", 0), conv("conv", 0);
-  ASSERT_EQ(plain.ReadExpression("conv"), 1);
-  ASSERT_EQ(conv.ReadExpForConv("conv"), 1);
+  ASSERT_EQ(plain.ReadExpression("conv") + conv.ReadExpForConv("conv"), 2);
   EXPECT_EQ(plain.ShowLine[0], 0);
   EXPECT_EQ(conv.ShowLine[0], 1);
-  EXPECT_EQ(conv.ShowLine[1], 0);
-  EXPECT_EQ(conv.ShowLine[2], 0);
+  EXPECT_EQ(conv.ShowLine[1] + conv.ShowLine[2], 0);
 }
 
 TEST(Comments, SkipCommentsRemovesLineAndBlockComments) {
-  struct Case {
-    const char* in;
-    const char* out;
-  };
-  const Case cases[] = {
+  // In "/*/" the closing mark is searched after the asterisk.
+  const std::pair<const char*, const char*> cases[] = {
       {"a // note\nb", "a \nb"},
       {"a // note\r\nb", "a \r\nb"},
       {"a // note", "a "},
-      {"a /* x */ b", "a  b"},
       {"a /* x\n y */b", "a b"},
       {"a /* open", "a "},
-      {"a /*/ b", "a "},  // the closing mark is searched after the asterisk
+      {"a /*/ b", "a "},
       {"a /**/b/**/", "a b"},
       {"a / b /", "a / b /"},
       {"/", "/"},
@@ -409,16 +249,15 @@ TEST(Comments, SkipCommentsRemovesLineAndBlockComments) {
       {"//\n//\n", "\n\n"},
       {"a /* // */ b // /* c\nd", "a  b \nd"},
   };
-  for (const Case& c : cases) {
-    SString s(c.in);
+  for (const auto& [in, out] : cases) {
+    SString s(in);
     SIndex::SkipComments(s);
-    EXPECT_EQ(std::string(s.c_str()), c.out) << c.in;
+    EXPECT_EQ(s.str(), out) << in;
   }
-}
-
-TEST(Comments, ProcessStringDropsControlBytesAndBlanks) {
   char text[] = "avg( c ,\t5 )\x01|x";
   EXPECT_EQ(SIndex::ProcessString(text), text);
   EXPECT_STREQ(text, "avg(c,5)|x");
   EXPECT_EQ(SIndex::ProcessString(nullptr), nullptr);
 }
+
+}  // namespace
