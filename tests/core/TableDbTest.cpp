@@ -247,7 +247,8 @@ TEST(TableDbPair, UserFileIsCreatedOnFirstWriteSearchedFirstAndTheShippedFileNev
   {
     DDB db(index.c_str(), user.c_str(), 1);
     EXPECT_EQ(Scan(db), shipped);
-    EXPECT_EQ(FileExist(user.c_str()), 0);  // reading creates nothing
+    EXPECT_EQ(FileExist(user.c_str()), 0);       // reading creates nothing
+    EXPECT_EQ(db.FindField("Short")->width, 5);  // the index file's, while there is no user file
     ASSERT_EQ(db.Append("both"), 1);
     db.InsField("Expression0", "u");
     ASSERT_EQ(db.WriteRecord(), 1);
