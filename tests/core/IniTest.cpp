@@ -7,8 +7,11 @@ using namespace chartcalc::detail;
 
 namespace {
 
-TEST(CIniMemFile, TextIsPlainKeyValueLinesAndUnwritableNamesAreRefused) {
-  CIniMemFile doc;
+// Values with outer blanks, a leading quote or control characters are
+// written quoted, with backslash escapes.
+TEST(CIniMemFile, TextIsPlainKeyValueLinesQuotedWhereNeededAndUnwritableNamesAreRefused) {
+  const std::string values[] = {" leading", "trailing ", "two\nlines\r\n", "\"quoted\"", "back\\slash", "", "a=b"};
+  CIniMemFile doc, back;
   doc.WriteInt("A", "x", 1);
   doc.WriteDouble("A", "y", 0.25, 0);
   doc.WriteInt("a", "X", 2);  // the same section and key
@@ -16,16 +19,11 @@ TEST(CIniMemFile, TextIsPlainKeyValueLinesAndUnwritableNamesAreRefused) {
   EXPECT_EQ(doc.WriteString("S]", "k", "v"), 0);
   EXPECT_EQ(doc.WriteString("S\n", "k", "v"), 0);
   EXPECT_EQ(doc.GetText(), "[A]\nx=2\ny=0.25\n");
-}
-
-TEST(CIniMemFile, QuotedValuesKeepBlanksQuotesAndLineBreaks) {
-  const std::string values[] = {" leading", "trailing ", "two\nlines\r\n", "\"quoted\"", "back\\slash", "", "a=b"};
-  CIniMemFile doc, back;
   for (size_t i = 0; i < std::size(values); ++i)
-    doc.WriteString("S", ("k" + std::to_string(i)).c_str(), values[i].c_str());
+    doc.WriteString("Q", ("k" + std::to_string(i)).c_str(), values[i].c_str());
   back.SetText(doc.GetText());
   for (size_t i = 0; i < std::size(values); ++i)
-    EXPECT_EQ(back.GetString("S", ("k" + std::to_string(i)).c_str(), "?").str(), values[i]) << i;
+    EXPECT_EQ(back.GetString("Q", ("k" + std::to_string(i)).c_str(), "?").str(), values[i]) << i;
   EXPECT_NE(doc.GetText().find("k2=\"two\\nlines\\r\\n\""), std::string::npos);
   EXPECT_NE(doc.GetText().find("k6=a=b\n"), std::string::npos);
 }
