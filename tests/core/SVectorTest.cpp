@@ -13,352 +13,205 @@ using namespace chartcalc::detail;
 
 namespace {
 
-SVector Make(std::vector<double> v, int start = 0) {
+using Values = std::vector<double>;
+using Calc = void (SVector::*)(const SVector&, int);
+const double kNan = std::numeric_limits<double>::quiet_NaN();
+
+SVector Make(Values v, int start = 0) {
   SVector s(static_cast<int>(v.size()));
   std::copy(v.begin(), v.end(), s.Data());
   s.SetStartIndex(start);
   return s;
 }
 
-std::vector<double> Valid(const SVector& s) {
+// The elements from the start index on.
+Values Valid(const SVector& s) {
   int from = std::max(s.GetStartIndex(), 0);
-  if (from >= s.GetSize()) return {};
-  return std::vector<double>(s.Data() + from, s.Data() + s.GetSize());
+  return from >= s.GetSize() ? Values{} : Values(s.Data() + from, s.Data() + s.GetSize());
 }
 
-// ---- growth -------------------------------------------------------------
-
-struct GrowthCase {
-  int setSize;
-  int capacity;
-  int size;
-};
-
-TEST(SVectorGrowth, SetSizeRoundsCapacityUpToBlocksOfAThousand) {
-  const GrowthCase cases[] = {{1, 1000, 1}, {1000, 1000, 1000}, {1001, 2000, 1001}, {0, 0, 0}, {2500, 3000, 2500}};
-  for (const GrowthCase& c : cases) {
+TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
+  for (auto [n, capacity] : {std::pair{1, 1000}, {1000, 1000}, {1001, 2000}, {0, 0}}) {
     SVector s;
-    s.SetSize(c.setSize);
-    EXPECT_EQ(s.GetCapacity(), c.capacity) << c.setSize;
-    EXPECT_EQ(s.GetSize(), c.size) << c.setSize;
+    s.SetSize(n);
+    EXPECT_EQ(std::pair(s.GetCapacity(), s.GetSize()), std::pair(capacity, n));
   }
-}
-
-TEST(SVectorGrowth, AddFillsCapacityOneBeforeGrowingToABlock) {
   SVector s;
   s.Alloc(0);
-  EXPECT_EQ(s.GetCapacity(), 1);
   s.Add(7.0);
-  EXPECT_EQ(s.GetCapacity(), 1);
-  EXPECT_EQ(s.GetSize(), 1);
+  EXPECT_EQ(s.GetCapacity(), 1);  // filled before it grows to a block
   s.Add(8.0);
   EXPECT_EQ(s.GetCapacity(), 1000);
-  EXPECT_EQ(Valid(s), (std::vector<double>{7.0, 8.0}));
-}
-
-TEST(SVectorGrowth, ReAllocKeepsOnlyElementsFromTheStartIndex) {
-  SVector s = Make({1, 2, 3, 4}, 2);
-  s.ReAlloc(10);
-  EXPECT_EQ(s.GetCapacity(), 10);
-  EXPECT_EQ(s.GetSize(), 4);
-  EXPECT_EQ(s[2], 3.0);
-  EXPECT_EQ(s[3], 4.0);
-}
-
-TEST(SVectorGrowth, UpdateCountsBackFromTheLastElementAndIgnoresOutOfRange) {
-  SVector s = Make({1, 2, 3});
-  s.Update(9, 5);
+  s.Update(9, 5);  // beyond the oldest bar: ignored
   s.Update(9, -1);
-  EXPECT_EQ(Valid(s), (std::vector<double>{1, 2, 3}));
-  s.Update(9, 2);
-  s.Update(8, 0);
-  EXPECT_EQ(Valid(s), (std::vector<double>{9, 2, 8}));
+  s.Update(6, 1);
+  SVector older = Make({4, 5});
+  s.Insert(older);
+  EXPECT_EQ(Valid(s), (Values{4, 5, 6, 8}));
+  SVector copy(s), assigned;
+  assigned = s;
+  copy[2] = assigned[3] = 0;  // copies are deep
+  s.SetStartIndex(2);
+  s.ReAlloc(10);  // only the valid elements move
+  EXPECT_EQ(s.GetCapacity(), 10);
+  EXPECT_EQ(Valid(s), (Values{6, 8}));
+  s.ClearData();
+  EXPECT_EQ(std::pair(s.GetSize(), s.GetStartIndex()), std::pair(0, 0));
 }
 
-TEST(SVectorGrowth, InsertPutsOlderHistoryFirst) {
-  SVector recent = Make({4, 5});
-  SVector older = Make({1, 2, 3});
-  recent.Insert(older);
-  EXPECT_EQ(Valid(recent), (std::vector<double>{1, 2, 3, 4, 5}));
+TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
+  SVector a = Make({6, 7, -7, 1}), zeros = Make({0, 2, 2, 0}), two(2.0), r;
+  SVector c = Make({1, 2, 3, 0, kNan}), d = Make({2, 2, 2, 0, 1}), ge, no;
+  VecMinus(r, a, zeros);
+  VecGE(ge, c, d);
+  VecNot(no, c);
+  const std::tuple<const char*, SVector, Values> rows[] = {
+      {"division by zero gives 0", a / zeros, {0, 3.5, -3.5, 0}},
+      {"remainder by zero gives 0 and keeps the dividend's sign", a % zeros, {0, 1, -1, 0}},
+      {"number on the right", a * two, {12, 14, -14, 2}},
+      {"number on the left", two - a, {-4, -5, 9, 1}},
+      {"bars the shorter operand lacks give 0", a + Make({10, 20}), {16, 27, 0, 0}},
+      {"negation", -a, {-6, -7, 7, -1}},
+      {"- (VecMinus)", r, {6, 5, -9, 1}},
+      {"<", c < d, {1, 0, 0, 0, 0}},
+      {"<=", c <= d, {1, 1, 0, 1, 0}},
+      {">", c > d, {0, 0, 1, 0, 0}},
+      {">= (VecGE)", ge, {0, 1, 1, 1, 0}},
+      {"==", c == d, {0, 1, 0, 1, 0}},
+      {"!=", c != d, {1, 0, 1, 0, 1}},
+      {"&& (a NaN is non-zero, so true)", c && d, {1, 1, 1, 0, 1}},
+      {"||", c || Make({0, 0, 0, 0, 0}), {1, 1, 1, 0, 1}},
+      {"! (VecNot)", no, {0, 0, 0, 1, 0}},
+  };
+  for (const auto& [what, got, want] : rows) EXPECT_EQ(Valid(got), want) << what;
+  SVector later = Make({1, 2, 3, 4}, 1) + Make({10, 20, 30, 40}, 3), number = two + SVector(3.0);
+  EXPECT_EQ(later.GetStartIndex(), 3);  // the later of the two
+  EXPECT_EQ(later[3], 44.0);
+  EXPECT_FALSE(number.IsSeries());
+  EXPECT_EQ(number[57], 5.0);  // a number answers every bar
 }
 
-TEST(SVectorGrowth, InvalidStartMeansNoValidElement) {
-  SVector s = Make({1, 2, 3}, kInvalidStart);
-  EXPECT_FALSE(s.HasValid());
-  EXPECT_TRUE(Valid(s).empty());
-  EXPECT_EQ(s.GetMax(), 0.0);
-}
-
-// ---- operators ------------------------------------------------------------
-
-TEST(SVectorOperators, ResultStartsAtTheLaterStartIndex) {
-  SVector a = Make({1, 2, 3, 4}, 1);
-  SVector b = Make({10, 20, 30, 40}, 3);
-  SVector r = a + b;
-  EXPECT_EQ(r.GetStartIndex(), 3);
-  EXPECT_EQ(r.GetSize(), 4);
-  EXPECT_EQ(r[3], 44.0);
-  EXPECT_TRUE(r.IsSeries());
-}
-
-TEST(SVectorOperators, SingleNumberStandsForItsValueAtEveryBar) {
-  SVector a = Make({1, 2, 3});
-  SVector two(2.0);
-  EXPECT_EQ(Valid(a * two), (std::vector<double>{2, 4, 6}));
-  EXPECT_EQ(Valid(two - a), (std::vector<double>{1, 0, -1}));
-  EXPECT_EQ(two[57], 2.0);
-  SVector both = two + SVector(3.0);
-  EXPECT_FALSE(both.IsSeries());
-  EXPECT_EQ(both.Number(), 5.0);
-}
-
-TEST(SVectorOperators, ShorterOperandsMissingBarsGiveZero) {
-  SVector r = Make({1, 2, 3, 4}) + Make({10, 20});
-  EXPECT_EQ(Valid(r), (std::vector<double>{11, 22, 0, 0}));
-}
-
-TEST(SVectorOperators, DivisionAndRemainderByZeroGiveZero) {
-  SVector a = Make({6, 7, -7, 1});
-  SVector b = Make({0, 2, 2, 0});
-  EXPECT_EQ(Valid(a / b), (std::vector<double>{0, 3.5, -3.5, 0}));
-  EXPECT_EQ(Valid(a % b), (std::vector<double>{0, 1, -1, 0}));
-}
-
-TEST(SVectorOperators, ComparisonsAndLogicGiveOneOrZero) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  SVector a = Make({1, 2, 3, 0, nan});
-  SVector b = Make({2, 2, 2, 0, 1});
-  EXPECT_EQ(Valid(a < b), (std::vector<double>{1, 0, 0, 0, 0}));
-  EXPECT_EQ(Valid(a <= b), (std::vector<double>{1, 1, 0, 1, 0}));
-  EXPECT_EQ(Valid(a > b), (std::vector<double>{0, 0, 1, 0, 0}));
-  EXPECT_EQ(Valid(a >= b), (std::vector<double>{0, 1, 1, 1, 0}));
-  EXPECT_EQ(Valid(a == b), (std::vector<double>{0, 1, 0, 1, 0}));
-  EXPECT_EQ(Valid(a != b), (std::vector<double>{1, 0, 1, 0, 1}));
-  // A NaN is non-zero, so it counts as true.
-  EXPECT_EQ(Valid(a && b), (std::vector<double>{1, 1, 1, 0, 1}));
-  EXPECT_EQ(Valid(a || Make({0, 0, 0, 0, 0})), (std::vector<double>{1, 1, 1, 0, 1}));
-  EXPECT_EQ(Valid(!a), (std::vector<double>{0, 0, 0, 1, 0}));
-}
-
-TEST(SVectorOperators, DelayShiftsValuesAndStartIndex) {
+TEST(SVectorOperators, DelayShiftsTheStartAndLookingAheadShortens) {
   SVector a = Make({1, 2, 3, 4, 5}, 1);
-  SVector d = a(2);
+  SVector d = a(2), ahead = a(-2);
   EXPECT_EQ(d.GetStartIndex(), 3);
-  EXPECT_EQ(d.GetSize(), 5);
-  EXPECT_EQ(Valid(d), (std::vector<double>{2, 3}));
-  // Looking ahead shortens the series instead of reading past its end.
-  SVector ahead = a(-2);
-  EXPECT_EQ(ahead.GetSize(), 3);
+  EXPECT_EQ(Valid(d), (Values{2, 3}));
   EXPECT_EQ(ahead.GetStartIndex(), 0);
-  EXPECT_EQ(Valid(ahead), (std::vector<double>{3, 4, 5}));
+  EXPECT_EQ(Valid(ahead), (Values{3, 4, 5}));  // never reads past the end
   EXPECT_EQ(Make({1, 2}, kInvalidStart)(5).GetStartIndex(), kInvalidStart);
-}
-
-TEST(SVectorOperators, VecFunctionsMatchOperators) {
-  SVector a = Make({1, 2, 3}), b = Make({3, 2, 1}), r;
-  VecMinus(r, a, b);
-  EXPECT_EQ(Valid(r), Valid(a - b));
-  VecGE(r, a, b);
-  EXPECT_EQ(Valid(r), Valid(a >= b));
-  VecNot(r, b);
-  EXPECT_EQ(Valid(r), Valid(!b));
-  VecRef(r, a, 1);
-  EXPECT_EQ(Valid(r), Valid(a(1)));
-}
-
-TEST(SVectorOperators, TruncToIntNeverOverflows) {
-  EXPECT_EQ(TruncToInt(std::numeric_limits<double>::quiet_NaN()), 0);
-  EXPECT_EQ(TruncToInt(1e300), std::numeric_limits<int>::max());
-  EXPECT_EQ(TruncToInt(-1e300), std::numeric_limits<int>::min());
-  EXPECT_EQ(TruncToInt(-2.9), -2);
-  EXPECT_EQ(ShiftStart(kInvalidStart, 5), kInvalidStart);
+  // Counts and start indices never overflow.
   EXPECT_EQ(ShiftStart(2147483600, 100), kInvalidStart);
+  const std::pair<double, int> truncs[] = {
+      {kNan, 0}, {1e300, std::numeric_limits<int>::max()}, {-1e300, std::numeric_limits<int>::min()}, {-2.9, -2}};
+  for (auto [v, want] : truncs) EXPECT_EQ(TruncToInt(v), want) << v;
 }
 
-// ---- rolling calculations against straightforward loops ------------------
-
-std::vector<double> Wave(int n) {
-  std::vector<double> v(static_cast<size_t>(n));
-  for (int i = 0; i < n; ++i) v[i] = 150.0 + 10.0 * std::sin(i * 0.7) + (i % 5) - 0.3 * i;
-  return v;
+// The sum of f(k, w[k]) over a window.
+double Sum(const Values& w, const std::function<double(double, double)>& f) {
+  double s = 0;
+  for (size_t k = 0; k < w.size(); ++k) s += f(static_cast<double>(k), w[k]);
+  return s;
 }
 
-// Reference: apply f to every full window ending at each bar.
-template <class F>
-std::vector<double> Reference(const std::vector<double>& x, int start, int p, F f) {
-  std::vector<double> out;
-  for (int i = start + p - 1; i < static_cast<int>(x.size()); ++i)
-    out.push_back(f(std::vector<double>(x.begin() + i - p + 1, x.begin() + i + 1)));
-  return out;
-}
-
-void ExpectNear(const std::vector<double>& got, const std::vector<double>& want, const char* what) {
-  ASSERT_EQ(got.size(), want.size()) << what;
-  for (size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], want[i], 1e-9 * (1 + std::fabs(want[i]))) << what << " " << i;
-}
-
-TEST(SVectorRolling, WindowStatisticsMatchDirectComputation) {
-  const std::vector<double> x = Wave(300);
-  const int start = 4;
-  SVector src = Make(x, start);
-  auto sum = [](const std::vector<double>& w) { double s = 0; for (double v : w) s += v; return s; };
-  auto mean = [&](const std::vector<double>& w) { return sum(w) / w.size(); };
-  struct Case {
-    const char* name;
-    void (SVector::*calc)(const SVector&, int);
-    std::function<double(const std::vector<double>&)> ref;
-  };
-  const Case cases[] = {
-      {"sum", &SVector::CalcSum, sum},
+// Every rolling statistic against a direct computation over each window.
+TEST(SVectorRolling, WindowStatisticsMatchADirectLoopOverEachWindow) {
+  Values x(300);
+  for (int i = 0; i < 300; ++i) x[i] = 150.0 + 10.0 * std::sin(i * 0.7) + (i % 5) - 0.3 * i;
+  auto mean = [](const Values& w) { return Sum(w, [](double, double v) { return v; }) / w.size(); };
+  const std::tuple<const char*, Calc, std::function<double(const Values&)>> cases[] = {
+      {"sum", &SVector::CalcSum, [&](const Values& w) { return mean(w) * w.size(); }},
       {"avg", &SVector::CalcAvg, mean},
-      {"wavg", &SVector::CalcWAvg, [](const std::vector<double>& w) {
-         double s = 0, n = 0;
-         for (size_t k = 0; k < w.size(); ++k) s += (k + 1) * w[k], n += k + 1;
-         return s / n;
+      {"wavg", &SVector::CalcWAvg,
+       [](const Values& w) {
+         return Sum(w, [](double k, double v) { return (k + 1) * v; }) * 2 / w.size() / (w.size() + 1);
        }},
-      {"stdev", &SVector::CalcStdev, [&](const std::vector<double>& w) {
-         double m = mean(w), q = 0;
-         for (double v : w) q += (v - m) * (v - m);
-         return std::sqrt(q / w.size());
+      {"stdev", &SVector::CalcStdev,
+       [&](const Values& w) {
+         return std::sqrt(Sum(w, [m = mean(w)](double, double v) { return (v - m) * (v - m); }) / w.size());
        }},
-      {"highest", &SVector::CalcHighest, [](const std::vector<double>& w) { return *std::max_element(w.begin(), w.end()); }},
-      {"lowest", &SVector::CalcLowest, [](const std::vector<double>& w) { return *std::min_element(w.begin(), w.end()); }},
-      {"gavg", &SVector::CalcGAvg, [](const std::vector<double>& w) {
-         double l = 0;
-         for (double v : w) l += std::log(v);
-         return std::exp(l / w.size());
-       }},
-      {"havg", &SVector::CalcHAvg, [](const std::vector<double>& w) {
-         double r = 0;
-         for (double v : w) r += 1.0 / v;
-         return w.size() / r;
-       }},
+      {"highest", &SVector::CalcHighest, [](const Values& w) { return *std::max_element(w.begin(), w.end()); }},
+      {"lowest", &SVector::CalcLowest, [](const Values& w) { return *std::min_element(w.begin(), w.end()); }},
+      {"gavg", &SVector::CalcGAvg,
+       [](const Values& w) { return std::exp(Sum(w, [](double, double v) { return std::log(v); }) / w.size()); }},
+      {"havg", &SVector::CalcHAvg,
+       [](const Values& w) { return w.size() / Sum(w, [](double, double v) { return 1 / v; }); }},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, calc, ref] : cases) {
     for (int p : {1, 2, 7, 20, 296}) {
       SVector r;
-      (r.*c.calc)(src, p);
-      EXPECT_EQ(r.GetSize(), 300) << c.name;
-      EXPECT_EQ(r.GetStartIndex(), start + p - 1) << c.name << " p=" << p;
-      ExpectNear(Valid(r), Reference(x, start, p, c.ref), c.name);
+      (r.*calc)(Make(x, 4), p);
+      ASSERT_EQ(r.GetStartIndex(), 4 + p - 1) << name;
+      ASSERT_EQ(r.GetSize(), 300) << name;
+      for (int i = 4 + p - 1; i < 300; ++i) {
+        const double want = ref(Values(x.begin() + i - p + 1, x.begin() + i + 1));
+        EXPECT_NEAR(r[i], want, 1e-9 * (1 + std::fabs(want))) << name << " p=" << p << " bar " << i;
+      }
+    }
+  }
+  for (int p : {0, -5, 4, 2147483647}) {  // period below 1 or longer than the data
+    for (Calc calc : {&SVector::CalcAvg, &SVector::CalcHighest, &SVector::CalcStdev, &SVector::CalcTAvg}) {
+      SVector r;
+      (r.*calc)(Make({1, 2, 3}), p);
+      EXPECT_FALSE(r.HasValid()) << p;
     }
   }
 }
 
-TEST(SVectorRolling, PeriodLongerThanDataOrBelowOneLeavesNoValidBar) {
-  SVector src = Make({1, 2, 3});
-  for (int p : {0, -5, 4, 2147483647}) {
+// Expected values worked by hand from the definitions in the comments.
+TEST(SVectorRolling, SeededAndCumulativeFormsByHand) {
+  const Values ramp = {1, 2, 3, 4, 5, 6, 7, 8}, gap = {4, 0, 4, 4, 4}, late = {9, 1, 2, 3, 4};
+  const std::tuple<const char*, Calc, Values, int, int, Values> rows[] = {
+      {"eavg: seed (1+2+3)/3, then factor 2/(3+1)", &SVector::CalcEAvg, ramp, 0, 3, {2, 3, 4, 5, 6, 7}},
+      {"tavg: 3-bar average 2..7, then 2-bar", &SVector::CalcTAvg, ramp, 0, 4, {2.5, 3.5, 4.5, 5.5, 6.5}},
+      {"gavg: a window holding 0 gives 0", &SVector::CalcGAvg, gap, 0, 2, {0, 0, 4, 4}},
+      {"havg: a window holding 0 gives 0", &SVector::CalcHAvg, gap, 0, 2, {0, 0, 4, 4}},
+      {"sumcum from the start index", &SVector::CalcSumCum, late, 1, 5, {1, 3, 6, 10}},
+      {"avgcum", &SVector::CalcAvgCum, late, 1, 5, {1, 1.5, 2, 2.5}},
+      {"wavgcum: weights 1..k", &SVector::CalcWAvgCum, late, 1, 5, {1, 5 / 3.0, 14 / 6.0, 3}},
+      {"eavgcum: factor 2/(k+1)", &SVector::CalcEAvgCum, late, 1, 5, {1, 5 / 3.0, 7 / 3.0, 3}},
+      {"esumcum: (i-1)/i r + x, i the bar", &SVector::CalcESumCum, late, 1, 5, {1, 2.5, 14 / 3.0, 7.5}},
+  };
+  for (const auto& [what, calc, src, srcStart, period, want] : rows) {
     SVector r;
-    r.CalcAvg(src, p);
-    EXPECT_FALSE(r.HasValid()) << p;
-    r.CalcHighest(src, p);
-    EXPECT_FALSE(r.HasValid()) << p;
-    r.CalcStdev(src, p);
-    EXPECT_FALSE(r.HasValid()) << p;
+    (r.*calc)(Make(src, srcStart), period);
+    Values got = Valid(r);
+    ASSERT_EQ(got.size(), want.size()) << what;
+    for (size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], want[i], 1e-12) << what << " " << i;
   }
-}
-
-TEST(SVectorRolling, ExponentialAverageIsSeededWithTheSimpleAverage) {
-  SVector src = Make({2, 4, 6, 8, 10});
   SVector r;
-  r.CalcEAvg(src, 3);
-  EXPECT_EQ(r.GetStartIndex(), 2);
-  // Seed (2+4+6)/3 = 4, then factor 2/(3+1) = 0.5.
-  EXPECT_EQ(Valid(r), (std::vector<double>{4, 6, 8}));
+  r.CalcSumCum(SVector(2.0), 3);  // a number is summed over the bars to fill
+  EXPECT_EQ(Valid(r), (Values{2, 4, 6}));
+  r.CalcSum(Make({1, 2, kNan, 4, 5, 6, 7, 8, 9}), 2);
+  EXPECT_TRUE(std::isnan(r[2]));
+  EXPECT_EQ(r[8], 17.0);  // the NaN has left the window again
 }
 
-TEST(SVectorRolling, TriangularAverageStartsWhereTheSimpleAverageDoes) {
-  SVector src = Make({1, 2, 3, 4, 5, 6, 7, 8});
-  SVector r;
-  r.CalcTAvg(src, 4);
-  EXPECT_EQ(r.GetStartIndex(), 3);
-  // Inner 3-bar average 2,3,4,5,6,7 from bar 2; outer 2-bar average.
-  EXPECT_EQ(Valid(r), (std::vector<double>{2.5, 3.5, 4.5, 5.5, 6.5}));
+TEST(SVectorSearch, NonZeroSearchesPositionsAndRangeExtremes) {
+  SVector s = Make({0, 0, 3, 0, 5, 0}), e = Make({5, 0, -2, 8, 0}, 1);
+  const std::vector<int> found = {s.FindFirstNonZeroIndex(0),
+                                  s.FindFirstNonZeroIndex(3),
+                                  s.FindFirstNonZeroIndex(5),
+                                  s.FindPrevNonZeroIndex(3),
+                                  s.FindPrevNonZeroIndex(1),
+                                  s.FindPos(5, -3),
+                                  s.FindPos(5, 5)};
+  EXPECT_EQ(found, (std::vector<int>{2, 4, -1, 2, -1, 4, -1}));
+  // e's bar 0 lies before its start index; mode 1 skips zeros.
+  const Values extremes = {s.GetFirstNonZeroValue(), e.GetMax(),         e.GetMin(),        e.GetMax(0, 2, 0),
+                           e.GetMin(3, 99, 0),       e.GetMin(3, 99, 1), e.GetMaxTemp(1, 2)};
+  EXPECT_EQ(extremes, (Values{3, 8, -2, 0, 0, 8, 0}));
 }
 
-TEST(SVectorRolling, NonPositiveValuesGiveZeroGeometricAndHarmonicAverages) {
-  SVector src = Make({4, 0, 4, 4, 4});
-  SVector g, h;
-  g.CalcGAvg(src, 2);
-  h.CalcHAvg(src, 2);
-  EXPECT_EQ(Valid(g), (std::vector<double>{0, 0, 4, 4}));
-  EXPECT_EQ(Valid(h), (std::vector<double>{0, 0, 4, 4}));
-}
-
-TEST(SVectorRolling, NanLeavesTheWindowAgain) {
-  SVector src = Make({1, 2, std::numeric_limits<double>::quiet_NaN(), 4, 5, 6, 7, 8, 9});
-  SVector r;
-  r.CalcSum(src, 2);
-  std::vector<double> v = Valid(r);
-  EXPECT_TRUE(std::isnan(v[1]));
-  EXPECT_EQ(v.back(), 17.0);
-}
-
-TEST(SVectorRolling, CumulativeFormsRunFromTheStartIndex) {
-  SVector src = Make({9, 1, 2, 3, 4}, 1);
-  SVector r;
-  r.CalcSumCum(src, 5);
-  EXPECT_EQ(r.GetStartIndex(), 1);
-  EXPECT_EQ(Valid(r), (std::vector<double>{1, 3, 6, 10}));
-  r.CalcAvgCum(src, 5);
-  EXPECT_EQ(Valid(r), (std::vector<double>{1, 1.5, 2, 2.5}));
-  r.CalcWAvgCum(src, 5);
-  EXPECT_NEAR(Valid(r)[1], (1 * 1 + 2 * 2) / 3.0, 1e-12);
-  r.CalcEAvgCum(src, 5);
-  EXPECT_EQ(Valid(r)[0], 1.0);
-  EXPECT_NEAR(Valid(r)[1], 1.0 + 2.0 / 3.0 * (2 - 1), 1e-12);
-  // r[i] = ((i - 1) / i) r[i - 1] + x[i] with i the bar number.
-  r.CalcESumCum(src, 5);
-  EXPECT_NEAR(Valid(r)[1], 1.0 / 2.0 * 1 + 2, 1e-12);
-  // A single number is summed over the bars to fill.
-  r.CalcSumCum(SVector(2.0), 3);
-  EXPECT_EQ(Valid(r), (std::vector<double>{2, 4, 6}));
-}
-
-// ---- searches -------------------------------------------------------------
-
-TEST(SVectorSearch, NonZeroSearchesAndPositions) {
-  SVector s = Make({0, 0, 3, 0, 5, 0});
-  EXPECT_EQ(s.FindFirstNonZeroIndex(0), 2);
-  EXPECT_EQ(s.FindFirstNonZeroIndex(3), 4);
-  EXPECT_LT(s.FindFirstNonZeroIndex(5), 0);
-  EXPECT_EQ(s.FindPrevNonZeroIndex(3), 2);
-  EXPECT_LT(s.FindPrevNonZeroIndex(1), 0);
-  EXPECT_EQ(s.GetFirstNonZeroValue(), 3.0);
-  EXPECT_EQ(s.FindPos(5, -3), 4);
-  EXPECT_EQ(s.FindPos(5, 5), -1);
-}
-
-TEST(SVectorSearch, ExtremesOverRangesSkipZerosOnlyWhenAsked) {
-  SVector s = Make({5, 0, -2, 8, 0}, 1);
-  EXPECT_EQ(s.GetMax(), 8.0);
-  EXPECT_EQ(s.GetMin(), -2.0);
-  EXPECT_EQ(s.GetMax(0, 2, 0), 0.0);  // bar 0 lies before the start index
-  EXPECT_EQ(s.GetMin(3, 99, 0), 0.0);
-  EXPECT_EQ(s.GetMin(3, 99, 1), 8.0);
-  EXPECT_EQ(s.GetMaxTemp(1, 2), 0.0);
-}
-
-// ---- date-time numbers ----------------------------------------------------
-
-TEST(DateTimeNumbers, PartsOfDailyAndIntradayValues) {
-  EXPECT_EQ(GetCompDate(20240105), 20240105);
-  EXPECT_EQ(GetCompDate(20240105093000.0), 20240105);
-  EXPECT_EQ(GetTimeOfDay(20240105093000.0), 93000);
-  EXPECT_EQ(GetTimeOfDay(20240105), 0);
-  EXPECT_EQ(GetYear(20240105093000.0), 2024);
-  EXPECT_EQ(GetMonth(20240105), 1);
-  EXPECT_EQ(GetDate(20240105), 5);
-  EXPECT_EQ(GetHour(20240105093000.0), 9);
-  EXPECT_EQ(GetMinute(20240105093000.0), 30);
-  EXPECT_EQ(GetLongDate(20240105153000.0), 20240105L);
-}
-
-TEST(DateTimeNumbers, NextTimeRollsOverDaysMonthsAndLeapYears) {
-  EXPECT_EQ(GetNextTime(20240105093000.0, 30), 20240105100000.0);
-  EXPECT_EQ(GetNextTime(20240131233000.0, 60), 20240201003000.0);
-  EXPECT_EQ(GetNextTime(20240228000000.0, 24 * 60), 20240229000000.0);
-  EXPECT_EQ(GetNextTime(20231231, 24 * 60), 20240101000000.0);
+// Month ends, a leap day and a year end.
+TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
+  const double t = 20240105093000.0;
+  const std::vector<long> parts = {
+      GetCompDate(20240105), GetCompDate(t),    GetTimeOfDay(t), GetTimeOfDay(20240105), GetYear(t),
+      GetMonth(20240105),    GetDate(20240105), GetHour(t),      GetMinute(t),           GetLongDate(20240105153000.0)};
+  EXPECT_EQ(parts, (std::vector<long>{20240105, 20240105, 93000, 0, 2024, 1, 5, 9, 30, 20240105}));
+  const Values next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
+                       GetNextTime(20231231, 24 * 60)};
+  EXPECT_EQ(next, (Values{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
   EXPECT_TRUE(IsValidDate(20240229));
   EXPECT_FALSE(IsValidDate(20230229));
   EXPECT_FALSE(IsValidDate(20241301));

@@ -7,7 +7,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
+#include <set>
 #include <string>
 
 #include "chartcalc.h"
@@ -19,8 +20,7 @@ using namespace chartcalc::detail;
 // An empty directory of this test's own, below the build's test directory.
 inline std::string TestDir() {
   const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::filesystem::path dir =
-      std::filesystem::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name());
+  auto dir = std::filesystem::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name());
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   return dir.string() + "/";
@@ -32,16 +32,13 @@ inline void WriteBytes(const std::string& path, const std::string& bytes) {
 
 inline std::string ReadBytes(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The directory's entries, sorted, as one text (to see stray files).
 inline std::string Listing(const std::string& dir) {
-  std::vector<std::string> names;
-  for (const auto& e : std::filesystem::directory_iterator(dir)) names.push_back(e.path().filename().string());
-  std::sort(names.begin(), names.end());
+  std::set<std::string> names;
+  for (const auto& e : std::filesystem::directory_iterator(dir)) names.insert(e.path().filename().string());
   std::string out;
   for (const auto& n : names) out += n + " ";
   return out;
@@ -58,16 +55,12 @@ inline bool HaveSqlite3() { return std::system("command -v sqlite3 >/dev/null 2>
 
 // Runs SQL through the sqlite3 tool on a database and returns its output.
 inline std::string Sqlite3(const std::string& db, const std::string& sql) {
-  std::string script = db + ".sql";
-  WriteBytes(script, sql);
-  std::string cmd = "sqlite3 -batch '" + db + "' < '" + script + "' 2>&1";
-  std::string out;
+  WriteBytes(db + ".sql", sql);
+  std::string out, cmd = "sqlite3 -batch '" + db + "' < '" + db + ".sql' 2>&1";
   if (FILE* p = popen(cmd.c_str(), "r")) {
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
+    for (int c; (c = std::fgetc(p)) != EOF;) out += static_cast<char>(c);
     pclose(p);
   }
-  std::remove(script.c_str());
+  std::remove((db + ".sql").c_str());
   return out;
 }

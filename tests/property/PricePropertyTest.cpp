@@ -2,8 +2,8 @@
 // values derived from a price, style comparison and archive persistence.
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
+#include <vector>
 
 #include "calc/CalcTestUtil.h"
 #include "chartcalc.h"
@@ -12,223 +12,124 @@ using namespace chartcalc::detail;
 
 namespace {
 
-// The per-type defaults as the price-data settings file lists them, written
-// out independently of the record's own table.
-struct SettingsDefault {
-  int up, fillUp, down, fillDown, volumeAtPrice, showFigure;
-  const char* value1;
-  const char* value2;
-};
+using P = SPriceProperty;
+using IntsPerType = int (P::*)[kPriceChartTypes];
+using Ints = std::vector<int>;
 
-const SettingsDefault kSettingsDefaults[kPriceChartTypes] = {
-    {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "10", "0"},  {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "10", "0"},
-    {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "10", "0"},  {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "10", "0"},
-    {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 1, "10", "0"},  {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "3", "0"},
-    {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "3", "0"},   {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "3", "0"},
-    {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "3", "0"},   {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "3", "0"},
-    {0, 1, 0, 1, 0x99FFCC, 0, "25", "0"},                {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "0", "0"},
-    {0x1414EB, 0, 0xC81616, 1, 0x99FFCC, 0, "0", "0"},   {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "10", "0"},
-    {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "0", "0"},   {0x1414EB, 1, 0xC81616, 1, 0x99FFCC, 0, "10", "10"},
-    {0x1414EB, 1, 0xC81616, 1, 0x1414EB, 0, "5", "0"},   {0, 0, 0, 0, 0, 0, "30", "0"},
-};
+// A per-type int array as one character per chart type: R the rising colour,
+// F the falling colour, V the volume-at-price colour, else the digit.
+std::string Codes(const int (&a)[kPriceChartTypes]) {
+  std::string s;
+  for (int v : a) s += v == 0x1414EB ? 'R' : v == 0xC81616 ? 'F' : v == 0x99FFCC ? 'V' : static_cast<char>('0' + v);
+  return s;
+}
 
+// A per-type text array, one entry per chart type followed by a blank.
+std::string Join(const SString (&a)[kPriceChartTypes]) {
+  std::string s;
+  for (const SString& v : a) s += v.str() + " ";
+  return s;
+}
+
+// The defaults as the price-data settings file lists them, chart types 0-17,
+// written out independently of the record's own table.
 TEST(PriceProperty, EveryChartTypeHasTheDefaultsOfTheSettingsTable) {
-  SPriceProperty p;
-  for (int k = 0; k < kPriceChartTypes; ++k) {
-    const SettingsDefault& e = kSettingsDefaults[k];
-    EXPECT_EQ(p.WhiteLineColor[k], e.up) << k;
-    EXPECT_EQ(p.WhiteLineFill[k], e.fillUp) << k;
-    EXPECT_EQ(p.BlackLineColor[k], e.down) << k;
-    EXPECT_EQ(p.BlackLineFill[k], e.fillDown) << k;
-    EXPECT_EQ(p.VolumeAtPriceColor[k], e.volumeAtPrice) << k;
-    EXPECT_EQ(p.BlVolumeDisp[k], e.showFigure) << k;
-    EXPECT_STREQ(p.Value1[k].c_str(), e.value1) << k;
-    EXPECT_STREQ(p.Value2[k].c_str(), e.value2) << k;
-    EXPECT_EQ(p.Default1[k], p.Value1[k]) << k;
-    EXPECT_EQ(p.Default2[k], p.Value2[k]) << k;
-  }
+  const std::pair<IntsPerType, const char*> ints[] = {
+      {&P::WhiteLineColor, "RRRRRRRRRR0RRRRRR0"},     {&P::WhiteLineFill, "111111111111011110"},
+      {&P::BlackLineColor, "FFFFFFFFFF0FFFFFF0"},     {&P::BlackLineFill, "111111111111111110"},
+      {&P::VolumeAtPriceColor, "VVVVVVVVVVVVVVVVR0"}, {&P::BlWhiteLineColor, "111111111101111110"},
+      {&P::BlWhiteLineFill, "100010100101100110"},    {&P::BlBlackLineColor, "111011111101101110"},
+      {&P::BlBlackLineFill, "100010100101100110"},    {&P::BlVolumeAtPrice, "000010000000000010"},
+      {&P::BlVolumeDisp, "000010000000000000"},       {&P::BlName1, "111111111110010111"},
+      {&P::BlValue1, "111111111110010111"},           {&P::BlName2, "000001000000000100"},
+      {&P::BlValue2, "000001000000000100"},
+  };
+  P p;
+  for (size_t i = 0; i < std::size(ints); ++i) EXPECT_EQ(Codes(p.*ints[i].first), ints[i].second) << "array " << i;
+  EXPECT_EQ(Join(p.Value1), "10 10 10 10 10 3 3 3 3 3 25 0 0 10 0 10 5 30 ");
+  EXPECT_EQ(Join(p.Value2), "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 10 0 0 ");
+  EXPECT_EQ(Join(p.Default1), Join(p.Value1));
+  EXPECT_EQ(Join(p.Default2), Join(p.Value2));
 }
 
-// The visibility flags, each given as the set of types where it differs from
-// its usual value.
-TEST(PriceProperty, VisibilityFlagsFollowTheirTypeSets) {
-  struct FlagSet {
-    const char* name;
-    int (SPriceProperty::*flag)[kPriceChartTypes];
-    int usual;
-    std::set<int> others;
-  };
-  const FlagSet sets[] = {
-      {"BlWhiteLineColor", &SPriceProperty::BlWhiteLineColor, 1, {10, 17}},
-      {"BlWhiteLineFill", &SPriceProperty::BlWhiteLineFill, 0, {0, 4, 6, 9, 11, 12, 15, 16}},
-      {"BlBlackLineColor", &SPriceProperty::BlBlackLineColor, 1, {3, 10, 13, 17}},
-      {"BlBlackLineFill", &SPriceProperty::BlBlackLineFill, 0, {0, 4, 6, 9, 11, 12, 15, 16}},
-      {"BlVolumeAtPrice", &SPriceProperty::BlVolumeAtPrice, 0, {4, 16}},
-      {"BlVolumeDisp", &SPriceProperty::BlVolumeDisp, 0, {4}},
-      {"BlName1", &SPriceProperty::BlName1, 1, {11, 12, 14}},
-      {"BlValue1", &SPriceProperty::BlValue1, 1, {11, 12, 14}},
-      {"BlName2", &SPriceProperty::BlName2, 0, {5, 15}},
-      {"BlValue2", &SPriceProperty::BlValue2, 0, {5, 15}},
-  };
-  SPriceProperty p;
-  for (const FlagSet& s : sets)
-    for (int k = 0; k < kPriceChartTypes; ++k)
-      EXPECT_EQ((p.*s.flag)[k], s.others.count(k) ? 1 - s.usual : s.usual) << s.name << " " << k;
-  EXPECT_EQ(p.Initializing, 0);
-  EXPECT_EQ(p.ShowLC, 1);
-  EXPECT_EQ(p.LineThick, 1);
-}
-
-TEST(PriceProperty, ParameterNamesAreTakenInTheLanguageOfConstruction) {
-  SPriceProperty english;
+TEST(PriceProperty, NamesAreTakenInTheLanguageOfTheMomentAndKeptAsMade) {
+  P english;
   EXPECT_STREQ(english.Name1[5].c_str(), "Blank Conversion");
-  EXPECT_STREQ(english.Name2[5].c_str(), "Blank Size");
   EXPECT_STREQ(english.Name2[6].c_str(), "conversion price");
-  EXPECT_STREQ(english.Name1[10].c_str(), "Moving average");
   EXPECT_STREQ(english.Name1[17].c_str(), "Minute Distince");
-  EXPECT_STREQ(english.Name2[0].c_str(), "");
   EXPECT_STREQ(english.Name1[11].c_str(), "");
-  LangScope korean(kLangKorean);
-  SPriceProperty p;
-  EXPECT_EQ(p.Name1[5].str(), Cp949("칸전환"));
-  EXPECT_EQ(p.Name1[0].str(), Cp949("매물대 수"));
-  EXPECT_EQ(p.Name2[15].str(), Cp949("간격"));
-  EXPECT_STREQ(english.Name1[5].c_str(), "Blank Conversion");  // kept as made
-}
-
-TEST(PriceProperty, ChartTypeNamesFollowTheCurrentLanguage) {
-  EXPECT_STREQ(GetPriceChartTypeName(0), "Candle Chart");
   EXPECT_STREQ(GetPriceChartTypeName(5), "P&F chart");
-  EXPECT_STREQ(GetPriceChartTypeName(17), "Market profile");
   EXPECT_STREQ(GetPriceChartTypeName(18), "");
   EXPECT_STREQ(GetPriceChartTypeName(-1), "");
   LangScope korean(kLangKorean);
+  P p;
+  EXPECT_EQ(p.Name1[5].str(), Cp949("칸전환"));
+  EXPECT_EQ(p.Name2[15].str(), Cp949("간격"));
   EXPECT_EQ(std::string(GetPriceChartTypeName(1)), Cp949("바차트(시고저종)"));
-  EXPECT_EQ(std::string(GetPriceChartTypeName(15)), Cp949("그물망차트"));
+  EXPECT_STREQ(english.Name1[5].c_str(), "Blank Conversion");
 }
 
-TEST(PriceProperty, SetValueDerivesBoxReversalAndBrickSizesFromThePrice) {
-  SPriceProperty p;
-  p.SetValue(1000);
-  EXPECT_STREQ(p.Value2[5].c_str(), "20");
-  EXPECT_STREQ(p.Value1[7].c_str(), "50");
-  EXPECT_STREQ(p.Value1[8].c_str(), "50");
-  EXPECT_STREQ(p.Value1[9].c_str(), "40");
-  EXPECT_STREQ(p.Value1[5].c_str(), "3");  // untouched
-  // The step is rounded to two significant digits: 1234.5 * 0.02 = 24.69.
+// Steps are the price times a factor rounded to two significant digits:
+// 1234.5 * 0.02 = 24.69, * 0.05 = 61.725, * 0.04 = 49.38.
+TEST(PriceProperty, PriceDerivedValuesAndDefaultsChangeOnlyTheirOwnEntries) {
+  P p;
   p.SetValue(1234.5);
-  EXPECT_STREQ(p.Value2[5].c_str(), "25");
-  EXPECT_STREQ(p.Value1[8].c_str(), "62");
-  EXPECT_STREQ(p.Default2[5].c_str(), "0");  // defaults are a separate set
+  EXPECT_EQ(Join(p.Value1), "10 10 10 10 10 3 3 62 62 49 25 0 0 10 0 10 5 30 ");
+  EXPECT_EQ(Join(p.Value2), "0 0 0 0 0 25 0 0 0 0 0 0 0 0 0 10 0 0 ");
+  EXPECT_EQ(Join(p.Default2), "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 10 0 0 ");
+  P d;
+  d.Default1[0] = d.Default2[17] = "keep";
+  d.Default1[4] = "x";
+  d.SetDefaultOptionValue(1000);
+  EXPECT_EQ(Join(d.Default1), "keep 10 10 10 10 3 3 50 50 40 25 0 0 10 0 10 5 30 ");
+  EXPECT_EQ(Join(d.Default2), "0 0 0 0 0 20 0 0 0 0 0 0 0 0 0 10 0 keep ");
+  EXPECT_EQ(Join(d.Value2), Join(P().Value2));
 }
 
-TEST(PriceProperty, SetDefaultOptionValueChangesOnlyTheListedDefaults) {
-  SPriceProperty p;
-  p.Default2[17] = "keep";
-  p.Default1[0] = "keep";
-  p.Default1[4] = "x";
-  p.SetDefaultOptionValue(1000);
-  EXPECT_STREQ(p.Default1[4].c_str(), "10");
-  EXPECT_STREQ(p.Default1[5].c_str(), "3");
-  EXPECT_STREQ(p.Default2[5].c_str(), "20");
-  EXPECT_STREQ(p.Default1[7].c_str(), "50");
-  EXPECT_STREQ(p.Default1[8].c_str(), "50");
-  EXPECT_STREQ(p.Default1[9].c_str(), "40");
-  EXPECT_STREQ(p.Default1[10].c_str(), "25");
-  EXPECT_STREQ(p.Default2[15].c_str(), "10");
-  EXPECT_STREQ(p.Default1[17].c_str(), "30");
-  EXPECT_STREQ(p.Default2[17].c_str(), "keep");
-  EXPECT_STREQ(p.Default1[0].c_str(), "keep");
-  EXPECT_STREQ(p.Value2[5].c_str(), "0");
-}
-
-TEST(PriceProperty, CompStyleLooksOnlyAtRisingAndFallingColoursAndFills) {
-  SPriceProperty a, b;
-  EXPECT_EQ(a.CompStyle(b), 1);
+TEST(PriceProperty, StyleIsTheRisingAndFallingColoursAndFillsOnly) {
+  P a, b;
   b.VolumeAtPriceColor[3] = 1;
   b.BlWhiteLineColor[3] = 0;
-  EXPECT_EQ(a.CompStyle(b), 1);
-  b.BlackLineFill[17] = 1;
-  EXPECT_EQ(a.CompStyle(b), 0);
-  EXPECT_EQ(b.CompStyle(a), 0);
-  b.BlackLineFill[17] = 0;
-  b.WhiteLineColor[0] = 7;
-  EXPECT_EQ(a.CompStyle(b), 0);
-}
-
-TEST(PriceProperty, AssignStyleTakesTheFourStyleArraysAndNothingElse) {
-  SPriceProperty a, b;
-  b.WhiteLineColor[2] = 1;
-  b.WhiteLineFill[3] = 0;
-  b.BlackLineColor[4] = 2;
-  b.BlackLineFill[17] = 1;
-  b.VolumeAtPriceColor[4] = 3;
   b.PriceChartType = 5;
-  a.AssignStyle(b);
   EXPECT_EQ(a.CompStyle(b), 1);
-  EXPECT_EQ(a.BlackLineFill[17], 1);
-  EXPECT_EQ(a.VolumeAtPriceColor[4], 0x99FFCC);
+  for (IntsPerType field : {&P::WhiteLineColor, &P::WhiteLineFill, &P::BlackLineColor, &P::BlackLineFill}) {
+    P c = b;
+    (c.*field)[17] = 7;
+    EXPECT_EQ(a.CompStyle(c), 0);
+    EXPECT_EQ(c.CompStyle(a), 0);
+    a.AssignStyle(c);
+    EXPECT_EQ(a.CompStyle(c), 1);
+  }
+  EXPECT_EQ(a.VolumeAtPriceColor[3], 0x99FFCC);
   EXPECT_EQ(a.PriceChartType, 0);
 }
 
-TEST(PriceProperty, StoreOfADefaultRecordWritesEveryKeyWithItsDefault) {
+TEST(PriceProperty, StoreWritesEveryKeyAndLoadGivesItBackUnderANumberedCategory) {
   CFBArchive ar;
-  SPriceProperty().Store(ar, -1);
-  // 5 leading keys, 21 per chart type, 12 trailing keys.
-  EXPECT_EQ(ar.GetEntryCount(), 5 + 21 * kPriceChartTypes + 12);
+  P p, q, empty;
+  p.Store(ar, -1);
+  EXPECT_EQ(ar.GetEntryCount(), 5 + 21 * kPriceChartTypes + 12);  // leading, per-type and trailing keys
   ar.SetCategory("PriceProperty");
-  EXPECT_STREQ(ar.GetStr("5.Value2", "?").c_str(), "0");
   EXPECT_STREQ(ar.GetStr("5.Name1", "?").c_str(), "Blank Conversion");
-  EXPECT_EQ(ar.GetInt("16.VolumeAtPriceColor", -1), 0x1414EB);
-  EXPECT_EQ(ar.GetInt("17.BlValue2", -1), 0);
-  EXPECT_EQ(ar.GetInt("ShowBaseLine3", -1), 0);
-  EXPECT_EQ(ar.GetInt("LineCompare", -1), 0);
-  EXPECT_EQ(ar.GetInt("ShowHC", -1), 1);
-}
-
-TEST(PriceProperty, ArchiveRoundTripUnderANumberedCategory) {
-  SPriceProperty p;
-  p.BlUse128Scale = 1;
-  p.ShowBaseLine[2] = 1;
+  const Ints keys = {ar.GetInt("16.VolumeAtPriceColor", -1), ar.GetInt("ShowBaseLine3", -1),
+                     ar.GetInt("LineCompare", -1), ar.GetInt("ShowHC", -1)};
+  EXPECT_EQ(keys, (Ints{0x1414EB, 0, 0, 1}));
+  p.ShowBaseLine[2] = p.BlName2[14] = 1;
   p.WhiteLineColor[0] = 0x010203;
   p.Value1[9] = "7.5";
-  p.Default2[5] = "12";
-  p.BlName2[14] = 1;
   p.MinMaxY = 2;
-  p.UserMin = -1.5;
   p.UserMax = 99.25;
-  p.PriceChartType = 16;
   p.LineCompare = 3;
-  CFBArchive ar;
+  ar.Clear();
   p.Store(ar, 3);
-  ar.SetCategory("PriceProperty");
-  EXPECT_FALSE(ar.HasKey("MinMaxY"));  // the unnumbered category is another record
-
-  SPriceProperty q;
   q.Load(ar, 3);
-  EXPECT_EQ(q.BlUse128Scale, 1);
-  EXPECT_EQ(q.ShowBaseLine[2], 1);
-  EXPECT_EQ(q.WhiteLineColor[0], 0x010203);
+  EXPECT_EQ((Ints{q.ShowBaseLine[2], q.BlName2[14], q.WhiteLineColor[0], q.MinMaxY, q.LineCompare}),
+            (Ints{1, 1, 0x010203, 2, 3}));
   EXPECT_STREQ(q.Value1[9].c_str(), "7.5");
-  EXPECT_STREQ(q.Default2[5].c_str(), "12");
-  EXPECT_EQ(q.BlName2[14], 1);
-  EXPECT_EQ(q.MinMaxY, 2);
-  EXPECT_EQ(q.UserMin, -1.5);
   EXPECT_EQ(q.UserMax, 99.25);
-  EXPECT_EQ(q.PriceChartType, 16);
-  EXPECT_EQ(q.LineCompare, 3);
-}
-
-TEST(PriceProperty, LoadFromAnEmptyArchiveGivesTheDefaults) {
-  SPriceProperty p;
-  p.PriceChartType = 4;
-  p.Value1[3] = "x";
-  p.UserMax = 5;
-  CFBArchive ar;
-  p.Load(ar, -1);
-  EXPECT_EQ(p.PriceChartType, 0);
-  EXPECT_STREQ(p.Value1[3].c_str(), "10");
-  EXPECT_EQ(p.UserMax, 0.0);
+  q.Load(ar, -1);  // nothing under the unnumbered category: the defaults
+  EXPECT_EQ(Join(q.Value1), Join(empty.Value1));
+  EXPECT_EQ(q.UserMax, 0.0);
 }
 
 }  // namespace
