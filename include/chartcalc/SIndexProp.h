@@ -29,7 +29,8 @@ class SIndexProp {
   virtual ~SIndexProp();
 
   // Resets every field to its default except IndexName, IndexType, UserID,
-  // ShareIndex, BlMovable and BlDeleble. Line colours follow IndexType.
+  // ShareIndex, BlMovable, BlDeleble and BlPopupDlg (which only the
+  // constructor sets). Line colours follow IndexType.
   void SetToDefault();
 
   // Position, within the bound price-data list, of the first record whose ID

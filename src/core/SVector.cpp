@@ -36,7 +36,7 @@ const char kOutOfMemory[] = "Out of memory trying to create SVector\n";
 // arithmetic.
 constexpr int kPoolMinDoubles = 4096;
 constexpr int kPoolSlots = 16;
-constexpr long long kPoolMaxDoubles = 8LL << 20;  // 64 MiB held per thread at most
+[[maybe_unused]] constexpr long long kPoolMaxDoubles = 8LL << 20;  // 64 MiB held per thread at most
 
 struct BufferPool {  // trivially destructible: usable until the thread ends
   double* buffer[kPoolSlots];

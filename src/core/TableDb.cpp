@@ -134,7 +134,9 @@ void DB::Close() {
   if (conn_ && walMode_) conn_->Exec("PRAGMA journal_mode=DELETE");
   conn_.reset();
   walMode_ = false;
-  if (state_ == OpenState::kOpen) state_ = OpenState::kNotTried;
+  // The next access opens the file again, so a table that was locked or
+  // missing a moment ago is tried afresh rather than failing for good.
+  if (!creating_) state_ = OpenState::kNotTried;
 }
 
 void DB::SetFileName(const char* path) {

@@ -1,5 +1,7 @@
 // The keyed archive: values by category and key, files saved whole, damaged
 // files refused; and the pointer array beside it.
+#include <sys/stat.h>
+
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -86,6 +88,30 @@ TEST(CFBArchive, FailedLoadKeepsWhatTheArchiveHeldAndTheFileAsItWas) {
   EXPECT_EQ(a.LoadFile((dir + "missing.doc").c_str()), 0);
   EXPECT_EQ(FileExist((dir + "missing.doc").c_str()), 0);
   EXPECT_EQ(a.GetInt("Kept", 0), 1);
+}
+
+// Every writer builds its file aside and renames it over the target; a pipe
+// or a directory there (or /dev/null) must stay what it is.
+TEST(WholeFileWriters, NeverReplaceAPipeOrADirectory) {
+  const std::string dir = TestDir(), pipe = dir + "pipe", folder = dir + "folder";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::filesystem::create_directory(folder);
+  CFBArchive a;
+  a.SetCategory("C");
+  a.SetInt("K", 1);
+  CIniMemFile ini;
+  ini.WriteInt("S", "K", 1);
+  DB table(0);
+  for (const std::string& target : {pipe, folder}) {
+    EXPECT_EQ(a.SaveFile(target.c_str()), 0) << target;
+    EXPECT_EQ(ini.SaveIniFile(target.c_str()), 0) << target;
+    table.CreateDB(target.c_str());
+    table.InsertField("A", 'c', 5);
+    EXPECT_EQ(table.WriteEof(), 0) << target;
+  }
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+  EXPECT_TRUE(std::filesystem::is_directory(folder));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 2);  // no stray file aside
 }
 
 TEST(CFBArchive, Sqlite3ReadsOurEntriesAndWeSkipTypesWeDoNotKnow) {

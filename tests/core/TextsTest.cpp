@@ -40,6 +40,9 @@ TEST(SString, ConstructorsNeverReadPastTheTextAndTrimTakesBothEnds) {
   EXPECT_STREQ(SString(static_cast<const char*>(nullptr)).c_str(), "");
   const unsigned char bytes[] = {0xC7, 0xD1, 0};
   EXPECT_EQ(SString(bytes).Length(), 2);
+  // Wide text is code page 949 whatever the locale; what it lacks is "?".
+  EXPECT_EQ(SString(L"\uAC00\uB098").str(), "\xB0\xA1\xB3\xAA");
+  EXPECT_EQ(SString(L"a\U0001F600b").str(), "a?b");
   SString s(" \t a b \r\n"), blank("   ");
   EXPECT_STREQ(s.Trim().c_str(), "a b");
   EXPECT_TRUE(blank.Trim().IsEmpty());
