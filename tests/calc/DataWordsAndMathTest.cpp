@@ -12,76 +12,46 @@
 
 namespace {
 
-// Every slot holds 100 * (slot + 1) + bar, so a word's series tells which
-// slot it came from; each slot starts at a different bar.
-TestBars SlotBars() {
-  TestBars bars;
+// Provenance: the expected dates and times are read off the literal date-time values.
+TEST(DataWords, WordsGiveTheirBoundSeriesAndDateAndTimeTheDateTimeFrame) {
+  TestBars bars;  // slot k holds 100 * (k + 1) + bar and starts at bar k % 3
   for (int k = 0; k < kPriceSlots; ++k) {
     bars[k] = SVector(6);
     for (int i = 0; i < 6; ++i) bars[k][i] = 100.0 * (k + 1) + i;
     bars[k].SetStartIndex(k % 3);
   }
+  // clang-format off
+  const std::pair<const char*, int> words[] = {
+      {"c", kClose}, {"close", kClose}, {"CLOSE", kClose}, {"o", kOpen}, {"open", kOpen}, {"h", kHigh},
+      {"high", kHigh}, {"l", kLow}, {"low", kLow}, {"v", kVolume}, {"volume", kVolume}, {"oi", kOpenInterest},
+      {"OPENINTEREST", kOpenInterest}, {"amount", kAmount}, {"spread", kSpread}};
+  // clang-format on
+  for (const auto& [word, slot] : words) ExpectSame(Evaluate(bars, word), bars[slot], word);
+  ExpectCases(bars, {{"close(2)", 6, 2, {100, 101, 102, 103}}});
   // Daily bars first, then intraday bars of two days.
   bars[kDateTime] =
       Series({20240102, 20240103, 20240104093000.0, 20240104153000.0, 20240105000100.0, 20240105235959.0}, 2);
-  return bars;
-}
-
-TEST(DataWords, EnglishWordsGiveTheirBoundSeriesWithItsFrame) {
-  const std::pair<const char*, int> cases[] = {
-      {"c", kClose},
-      {"close", kClose},
-      {"CLOSE", kClose},
-      {"o", kOpen},
-      {"open", kOpen},
-      {"h", kHigh},
-      {"high", kHigh},
-      {"l", kLow},
-      {"low", kLow},
-      {"v", kVolume},
-      {"volume", kVolume},
-      {"oi", kOpenInterest},
-      {"OPENINTEREST", kOpenInterest},
-      {"amount", kAmount},
-      {"spread", kSpread},
-  };
-  TestBars bars = SlotBars();
-  for (const auto& [word, slot] : cases) ExpectSame(Evaluate(bars, word), bars[slot], word);
-  ExpectCases(bars, {{"close(2)", 6, 2, {100, 101, 102, 103}}});
-}
-
-// Provenance: the expected dates and times are read off the literal date-time values.
-TEST(DataWords, DateAndTimeFillEveryBarWithTheDateTimeFrame) {
-  TestBars bars = SlotBars();
   const std::vector<double> dates = {20240102, 20240103, 20240104, 20240104, 20240105, 20240105};
   const std::vector<double> times = {0, 0, 93000, 153000, 100, 235959};
   EXPECT_EQ(Values(DateOfBars(bars[kDateTime])), dates);
   EXPECT_EQ(Values(TimeOfBars(bars[kDateTime])), times);
   for (const char* word : {"date", "d", "DATE"}) ExpectCases(bars, {{word, 6, 2, {dates.begin() + 2, dates.end()}}});
   for (const char* word : {"Time", "time"}) ExpectCases(bars, {{word, 6, 2, {times.begin() + 2, times.end()}}});
-  // A value stored just below its second is that second.
-  SVector dt = Series({20240104093000.0 - 0.0005});
+  SVector dt = Series({20240104093000.0 - 0.0005});  // stored just below its second: that second
   EXPECT_EQ(TimeOfBars(dt)[0], 93000.0);
   EXPECT_EQ(DateOfBars(dt)[0], 20240104.0);
 }
 
-TEST(DataWords, IsDataVariableKnowsEveryWordIncludingTheReservedOnes) {
-  SCalc calc;
-  for (const char* word :
-       {"c", "Close", "o", "h", "l", "v", "oi", "amount", "spread", "d", "date", "Time", "Year", "Month"})
-    EXPECT_NE(calc.IsDataVariable(word), 0) << word;
-  for (const char* word : {"closes", "cl", "Simple", "avg", ""}) EXPECT_EQ(calc.IsDataVariable(word), 0) << word;
-}
-
 TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
-  TestBars bars = SlotBars();
+  TestBars bars;
+  bars[kClose] = Series({1, 2, 3});
   const std::pair<const char*, double> english[] = {{"Simple", 0},   {"SIMPLE", 0},    {"Exponetial", 1},
                                                     {"Weighted", 2}, {"Geometric", 3}, {"Harmonic", 4}};
-  for (const auto& [word, value] : english) ExpectCases(bars, {{word, 6, 0, std::vector<double>(6, value)}});
+  for (const auto& [word, value] : english) ExpectCases(bars, {{word, 3, 0, std::vector<double>(3, value)}});
   // The misspelling is the word; the correct spelling is not a method word.
   EXPECT_EQ(Evaluate(bars, "Exponential").message, "Exponentialis not defined.\n");
-  const std::pair<const char*, int> korean[] = {{"단순", 0}, {"지수", 1}, {"가중", 2}, {"기하", 3}, {"조화", 4}};
   SCalc calc;
+  const std::pair<const char*, int> korean[] = {{"단순", 0}, {"지수", 1}, {"가중", 2}, {"기하", 3}, {"조화", 4}};
   for (const auto& [word, value] : korean) {
     EXPECT_EQ(calc.IsMethodVariable(Cp949(word).c_str()), 0) << word;
     LangScope ko(kLangKorean);
@@ -104,15 +74,16 @@ TestBars Fractions() {
 }
 
 TEST(MathFunctions, EveryFunctionAppliesToEveryValidBarWhateverTheNamesCase) {
+  // clang-format off
   const std::pair<std::string, double (*)(double)> cases[] = {
-      {"abs", [](double v) { return std::fabs(v); }},    {"log", [](double v) { return std::log(v); }},
+      {"abs", [](double v) { return std::fabs(v); }},   {"log", [](double v) { return std::log(v); }},
       {"log10", [](double v) { return std::log10(v); }}, {"sqrt", [](double v) { return std::sqrt(v); }},
       {"sin", [](double v) { return std::sin(v); }},     {"cos", [](double v) { return std::cos(v); }},
       {"tan", [](double v) { return std::tan(v); }},     {"asin", [](double v) { return std::asin(v); }},
       {"acos", [](double v) { return std::acos(v); }},   {"atan", [](double v) { return std::atan(v); }},
       {"sinh", [](double v) { return std::sinh(v); }},   {"cosh", [](double v) { return std::cosh(v); }},
-      {"tanh", [](double v) { return std::tanh(v); }},   {"pow", [](double v) { return v * v; }},
-  };
+      {"tanh", [](double v) { return std::tanh(v); }},   {"pow", [](double v) { return v * v; }}};
+  // clang-format on
   TestBars bars = Fractions();
   for (const auto& [name, reference] : cases) {
     std::string upper = name;
@@ -126,15 +97,15 @@ TEST(MathFunctions, EveryFunctionAppliesToEveryValidBarWhateverTheNamesCase) {
 
 TEST(MathFunctions, FirstDomainErrorZeroesThatBarAndEveryLaterOne) {
   TestBars bars = Fractions();
-  ExpectCases(bars,
-              {
-                  {"sqrt(0.3 - c)", 5, 1, {std::sqrt(0.3 - 0.1), 0, 0, 0}},  // bar 3 would be valid again but stays 0
-                  {"sqrt(c - 0.2)", 5, 1, {0, 0, 0, 0}},
-                  {"log(c - 0.1)", 5, 1, {0, 0, 0, 0}},  // pole error at the first valid bar
-                  {"acos(c * 2)", 5, 1, {std::acos(0.1 * 2), 0, 0, 0}},
-                  {"cosh(c * 4000)", 5, 1, {std::cosh(0.1 * 4000), 0, 0, 0}},  // overflow at bar 2
-                  {"sqrt(16) + pow(2, 3)", 5, 1, {12, 12, 12, 12}},  // math of numbers is broadcast like any constant
-              });
+  // clang-format off
+  ExpectCases(bars, {
+      {"sqrt(0.3 - c)", 5, 1, {std::sqrt(0.3 - 0.1), 0, 0, 0}},  // bar 3 would be valid again but stays 0
+      {"sqrt(c - 0.2)", 5, 1, {0, 0, 0, 0}},
+      {"log(c - 0.1)", 5, 1, {0, 0, 0, 0}},  // pole error at the first valid bar
+      {"acos(c * 2)", 5, 1, {std::acos(0.1 * 2), 0, 0, 0}},
+      {"cosh(c * 4000)", 5, 1, {std::cosh(0.1 * 4000), 0, 0, 0}},  // overflow at bar 2
+      {"sqrt(16) + pow(2, 3)", 5, 1, {12, 12, 12, 12}}});  // math of numbers is broadcast like any constant
+  // clang-format on
   SVector r = ApplyMathElement(Series({std::nan(""), 4}), [](double v) { return std::sqrt(v); });
   EXPECT_TRUE(std::isnan(r[0]));  // a NaN argument is no error
   EXPECT_EQ(r[1], 2.0);

@@ -9,6 +9,7 @@
 // stretches, a trend and levels far from zero. Other values are worked by hand.
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,7 @@ std::vector<Real> Window(const SVector& x, int i, int n) {
   return std::vector<Real>(x.Data() + i - n + 1, x.Data() + i + 1);
 }
 
-Real Mean(const std::vector<Real>& w) {
-  Real s = 0;
-  for (Real v : w) s += v;
-  return s / w.size();
-}
+Real Mean(const std::vector<Real>& w) { return std::accumulate(w.begin(), w.end(), Real(0)) / w.size(); }
 
 bool AllEqual(const std::vector<Real>& w) {
   return std::adjacent_find(w.begin(), w.end(), std::not_equal_to<>()) == w.end();
@@ -38,50 +35,15 @@ void LeastSquares(const SVector& x, int i, int n, Real& slope, Real& intercept) 
   std::vector<Real> w = Window(x, i, n);
   Real mx = Mean(w), mj = i - (n - 1) / 2.0L, sxy = 0, sjj = 0;
   for (int k = 0; k < n; ++k) {
-    Real j = i - n + 1 + k;
-    sxy += (w[k] - mx) * (j - mj);
-    sjj += (j - mj) * (j - mj);
+    sxy += (w[k] - mx) * (i - n + 1 + k - mj);
+    sjj += (i - n + 1 + k - mj) * (i - n + 1 + k - mj);
   }
   slope = sjj == 0 ? 0 : sxy / sjj;
   intercept = mx - slope * mj;
 }
 
-// One reference value per bar from bar n - 1 on; NaN before.
-template <class F>
-std::vector<double> PerWindow(int size, int n, F f) {
-  std::vector<double> out(size, NAN);
-  for (int i = n - 1; i < size; ++i) out[i] = static_cast<double>(f(i));
-  return out;
-}
-
-// CCI: (typical price - its mean) / (0.015 * mean absolute deviation).
-std::vector<double> ReferenceCci(TestBars& b, int n) {
-  SVector tp(b[kClose].GetSize());
-  for (int i = 0; i < tp.GetSize(); ++i) tp[i] = (b[kHigh][i] + b[kLow][i] + b[kClose][i]) / 3;
-  return PerWindow(tp.GetSize(), n, [&](int i) {
-    std::vector<Real> w = Window(tp, i, n);
-    Real mean = Mean(w), dev = 0;
-    for (Real v : w) dev += std::fabs(v - mean);
-    return dev == 0 ? 0 : (w.back() - mean) / (0.015L * dev / n);
-  });
-}
-
-// Wilder's RSI: first averages over n changes, then (previous * (n - 1) + current) / n.
-std::vector<double> ReferenceRsi(TestBars& b, int n) {
-  const int size = b[kClose].GetSize();
-  std::vector<double> out(size, NAN);
-  double gain = 0, loss = 0;
-  for (int i = 1; i < size; ++i) {
-    double ch = b[kClose][i] - b[kClose][i - 1], g = ch > 0 ? ch : 0, l = ch < 0 ? -ch : 0;
-    gain = i <= n ? gain + g / n : (gain * (n - 1) + g) / n;
-    loss = i <= n ? loss + l / n : (loss * (n - 1) + l) / n;
-    if (i >= n) out[i] = loss == 0 ? (gain == 0 ? 0 : 100) : 100 - 100 / (1 + gain / loss);
-  }
-  return out;
-}
-
-// Pearson correlation; a window with a constant series gives 0.
-Real ReferenceCorrelation(const SVector& a, const SVector& b, int i, int n) {
+// Pearson correlation of the windows ending at bar i; 0 when one is constant.
+Real Correlation(const SVector& a, const SVector& b, int i, int n) {
   std::vector<Real> wa = Window(a, i, n), wb = Window(b, i, n);
   if (AllEqual(wa) || AllEqual(wb)) return 0;
   Real ma = Mean(wa), mb = Mean(wb), sab = 0, saa = 0, sbb = 0;
@@ -93,24 +55,11 @@ Real ReferenceCorrelation(const SVector& a, const SVector& b, int i, int n) {
   return sab / std::sqrt(saa * sbb);
 }
 
-// SSR / SST of the least-squares line; a flat window repeats the bar before.
-std::vector<double> ReferenceRSquared(const SVector& x, int n) {
-  std::vector<double> out(x.GetSize(), NAN);
-  for (int i = n - 1; i < x.GetSize(); ++i) {
-    std::vector<Real> w = Window(x, i, n);
-    if (AllEqual(w)) {
-      out[i] = i > n - 1 ? out[i - 1] : 0;
-      continue;
-    }
-    Real slope, intercept, mx = Mean(w), sst = 0, ssr = 0;
-    LeastSquares(x, i, n, slope, intercept);
-    for (int k = 0; k < n; ++k) {
-      Real fitted = intercept + slope * (i - n + 1 + k);
-      sst += (w[k] - mx) * (w[k] - mx);
-      ssr += (fitted - mx) * (fitted - mx);
-    }
-    out[i] = static_cast<double>(ssr / sst);
-  }
+// f(i) for every bar i from n - 1 on; NaN before.
+template <class F>
+std::vector<double> PerWindow(int size, int n, F f) {
+  std::vector<double> out(size, NAN);
+  for (int i = n - 1; i < size; ++i) out[i] = static_cast<double>(f(i));
   return out;
 }
 
@@ -121,7 +70,7 @@ void ExpectMatches(const SVector& got, const std::vector<double>& want, int star
     ASSERT_NEAR(got[i], want[i], 1e-9 * std::max(1.0, std::fabs(want[i]))) << what << " at bar " << i;
 }
 
-// Close, high and low from literal closes; high/low one above/below.
+// Close and open from literal closes; high and low one above and below.
 TestBars FromCloses(const std::vector<double>& closes) {
   TestBars b;
   b[kClose] = SVector(static_cast<int>(closes.size()));
@@ -141,8 +90,32 @@ struct Engine {
 
 TEST(Indicators, CciAndRsiMatchTheirTextbookDefinitions) {
   Engine e;
-  for (int n : {1, 2, 5, 14, 20, 37}) ExpectMatches(CalcCci(e.calc, n), ReferenceCci(e.bars, n), n - 1, "cci");
-  for (int n : {1, 2, 9, 14, 30}) ExpectMatches(CalcRsi(e.calc, n), ReferenceRsi(e.bars, n), n, "rsi");
+  SVector tp(300);
+  for (int i = 0; i < 300; ++i) tp[i] = (e.bars[kHigh][i] + e.bars[kLow][i] + e.bars[kClose][i]) / 3;
+  for (int n : {1, 2, 5, 14, 20, 37}) {
+    // (typical price - its mean) / (0.015 * mean absolute deviation)
+    ExpectMatches(CalcCci(e.calc, n),
+                  PerWindow(300, n,
+                            [&](int i) {
+                              std::vector<Real> w = Window(tp, i, n);
+                              Real mean = Mean(w), dev = 0;
+                              for (Real v : w) dev += std::fabs(v - mean);
+                              return dev == 0 ? 0 : (w.back() - mean) / (0.015L * dev / n);
+                            }),
+                  n - 1, "cci " + std::to_string(n));
+  }
+  for (int n : {1, 2, 9, 14, 30}) {
+    // Wilder: first averages over n changes, then (previous * (n - 1) + current) / n.
+    std::vector<double> want(300, NAN);
+    double gain = 0, loss = 0;
+    for (int i = 1; i < 300; ++i) {
+      double ch = e.bars[kClose][i] - e.bars[kClose][i - 1], g = std::max(ch, 0.0), l = std::max(-ch, 0.0);
+      gain = i <= n ? gain + g / n : (gain * (n - 1) + g) / n;
+      loss = i <= n ? loss + l / n : (loss * (n - 1) + l) / n;
+      if (i >= n) want[i] = loss == 0 ? (gain == 0 ? 0 : 100) : 100 - 100 / (1 + gain / loss);
+    }
+    ExpectMatches(CalcRsi(e.calc, n), want, n, "rsi " + std::to_string(n));
+  }
 }
 
 TEST(Indicators, CciOfAFlatMarketIsZeroNotRoundingNoise) {
@@ -173,8 +146,7 @@ TEST(Indicators, VolumeIndicesMoveOnlyOnFallingOrRisingVolume) {
   EXPECT_EQ(Values(CalcPvi(e.calc, e.bars[kClose])), (std::vector<double>{100, 110, 110, 210, 210}));
   e.bars[kVolume] = Series({1, 2, 3, 4, 5});  // a zero price has no change after it: the index holds
   EXPECT_EQ(Values(CalcPvi(e.calc, Series({10, 0, 5, 6, 6}))), (std::vector<double>{100, 0, 0, 20, 20}));
-  // Bars before the series' start must not reach the index.
-  e.bars[kVolume] = Series({9, 8, 7, 6, 5});
+  e.bars[kVolume] = Series({9, 8, 7, 6, 5});  // bars before the series' start must not reach the index
   SVector r = CalcNvi(e.calc, Series({0, 0, 10, 20, 10}, 2));
   EXPECT_EQ(r.GetStartIndex(), 2);
   EXPECT_EQ(ValidValues(r), (std::vector<double>{100, 200, 150}));
@@ -212,25 +184,7 @@ TEST(Indicators, SarFollowsTheStopAndReversesToTheExtreme) {
   EXPECT_EQ(r.GetStartIndex(), 5);
   EXPECT_EQ(std::vector<double>(r.Data() + 1, r.Data() + 4), (std::vector<double>{10, 10, 8}));
   EXPECT_NEAR(r[4], 8.08, 1e-12);
-}
-
-TEST(Indicators, SarAccelerationNeverExceedsTheMaximum) {
-  const int n = 60;
-  Engine e(FromCloses({}));
-  e.bars[kClose] = e.bars[kHigh] = e.bars[kLow] = SVector(n);
-  for (int i = 0; i < n; ++i) e.bars[kClose][i] = 100 + i, e.bars[kHigh][i] = 101 + i, e.bars[kLow][i] = 99 + i;
-  SVector r = CalcSar(e.calc, 0.03, 0.2);
-  double af = 0;
-  for (int i = 3; i < n; ++i) {  // every bar makes a new high: the stop moves toward high[i - 1]
-    ASSERT_LT(r[i], e.bars[kLow][i]) << "no reversal on a steady rise, bar " << i;
-    af = (r[i] - r[i - 1]) / (e.bars[kHigh][i - 1] - r[i - 1]);
-    ASSERT_LE(af, 0.2 + 1e-12) << i;
-  }
-  EXPECT_NEAR(af, 0.2, 1e-12);
-}
-
-TEST(Indicators, SarOfTooShortDataLeavesNoValidBar) {
-  Engine e(FromCloses({10}));
+  e.bars[kClose] = e.bars[kHigh] = e.bars[kLow] = Series({10});  // too short: no valid bar
   EXPECT_FALSE(CalcSar(e.calc, 0.02, 0.2).HasValid());
   EXPECT_FALSE(CalcCSar(e.calc, 0.02, 0.2).HasValid());
   TestBars none;
@@ -238,10 +192,23 @@ TEST(Indicators, SarOfTooShortDataLeavesNoValidBar) {
   EXPECT_EQ(CalcSar(e.calc, 0.02, 0.2).GetSize(), 0);
 }
 
+TEST(Indicators, SarAccelerationStopsAtTheMaximum) {
+  std::vector<double> rising(60);
+  std::iota(rising.begin(), rising.end(), 100.0);
+  Engine e(FromCloses(rising));
+  SVector r = CalcSar(e.calc, 0.03, 0.2);
+  auto af = [&](int i) { return (r[i] - r[i - 1]) / (e.bars[kHigh][i - 1] - r[i - 1]); };
+  for (int i = 3; i < 60; ++i) {  // every bar a new high: the stop moves toward the high before it
+    ASSERT_LT(r[i], e.bars[kLow][i]) << "no reversal on a steady rise, bar " << i;
+    ASSERT_LE(af(i), 0.2 + 1e-12) << i;
+  }
+  EXPECT_NEAR(af(59), 0.2, 1e-12);
+}
+
 TEST(Indicators, ZigZagTurningPointsHoldTheirPrices) {
   // Swing highs at bars 4 (20) and 11 (18), a swing low at bar 8 (9). The line
   // starts at bar 3 from the midpoint (13 + 12) / 2.
-  TestBars bars = FromCloses({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  TestBars bars = FromCloses(std::vector<double>(13, 0));
   bars[kHigh] = Series({10, 11, 12, 13, 20, 15, 14, 13, 11, 12, 16, 18, 17});
   bars[kLow] = Series({9, 10, 11, 12, 18, 13, 12, 11, 9, 10, 14, 16, 15});
   ExpectCases(bars, {{"ZigZag(10)", 13, 3, {12.5, 20, 0, 0, 0, 9, 0, 0, 18, 0}},
@@ -257,8 +224,7 @@ TEST(Indicators, PriceSeriesArgumentsReachTheComputations) {
       {"RSquared(h, 9)", CalcRSquared(e.calc, e.bars[kHigh], 9)},
       {"nvi(c)", CalcNvi(e.calc, e.bars[kClose])},
       {"pvi(o)", CalcPvi(e.calc, e.bars[kOpen])},
-      {"cci(10)", CalcCci(e.calc, 10)},
-  };
+      {"cci(10)", CalcCci(e.calc, 10)}};
   for (const auto& [formula, expected] : cases) ExpectSame(Evaluate(e.bars, formula), expected, formula);
 }
 
@@ -266,33 +232,36 @@ TEST(Indicators, PriceSeriesArgumentsReachTheComputations) {
 
 TEST(Regression, LineValueSlopeCorrelationAndRSquaredMatchTheirDefinitions) {
   SCalc calc;
+  SVector bar(300);  // R squared of a line against the bar number is its correlation squared
+  std::iota(bar.Data(), bar.Data() + 300, 0.0);
   for (double level : {0.0, 100.0, 1e7}) {
     const SVector x = Walk(7, level), y = Walk(29, level / 2);
-    const std::string at = " level=" + std::to_string(level) + " n=";
     for (int n : {1, 2, 3, 10, 25, 60}) {
-      // The fitted line at bar i - back; the slope alone for no bar.
-      auto line = [&](const int* back) {
-        return PerWindow(x.GetSize(), n, [&](int i) {
+      const std::string at = " level=" + std::to_string(level) + " n=" + std::to_string(n);
+      auto line = [&](const int* back) {  // the fitted line at bar i - back; the slope alone for none
+        return PerWindow(300, n, [&](int i) {
           Real slope, intercept;
           LeastSquares(x, i, n, slope, intercept);
           return back ? intercept + slope * (i - *back) : slope;
         });
       };
-      ExpectMatches(CalcLinearRegressionSlope(calc, x, n), line(nullptr), n - 1, "slope" + at + std::to_string(n));
+      ExpectMatches(CalcLinearRegressionSlope(calc, x, n), line(nullptr), n - 1, "slope" + at);
       for (int k : {0, 3, -2})
-        ExpectMatches(CalcLinearRegressionValue(calc, x, n, k), line(&k), n - 1, "value k=" + std::to_string(k) + at);
+        ExpectMatches(CalcLinearRegressionValue(calc, x, n, k), line(&k), n - 1, "value " + std::to_string(k) + at);
       if (n == 1) continue;
-      ExpectMatches(CalcCorrelation(calc, x, y, n),
-                    PerWindow(x.GetSize(), n, [&](int i) { return ReferenceCorrelation(x, y, i, n); }), n - 1,
-                    "correlation" + at + std::to_string(n));
-      ExpectMatches(CalcRSquared(calc, x, n), ReferenceRSquared(x, n), n - 1, "rsquared" + at + std::to_string(n));
+      ExpectMatches(CalcCorrelation(calc, x, y, n), PerWindow(300, n, [&](int i) { return Correlation(x, y, i, n); }),
+                    n - 1, "correlation" + at);
+      std::vector<double> rsq(300, NAN);  // a flat window repeats the bar before
+      for (int i = n - 1; i < 300; ++i)
+        rsq[i] = AllEqual(Window(x, i, n)) ? (i > n - 1 ? rsq[i - 1] : 0) : std::pow(Correlation(x, bar, i, n), 2);
+      ExpectMatches(CalcRSquared(calc, x, n), rsq, n - 1, "rsquared" + at);
     }
   }
   EXPECT_EQ(calc.ErrorCount, 0);
   EXPECT_EQ(calc.HistoryFlag, 0);
 }
 
-TEST(Regression, StraightLineIsReproducedAndProjected) {
+TEST(Regression, StraightLinesAndConstantWindows) {
   SCalc calc;
   SVector x(50);
   for (int i = 0; i < 50; ++i) x[i] = 2.0 * i + 1;
@@ -308,15 +277,12 @@ TEST(Regression, StraightLineIsReproducedAndProjected) {
   EXPECT_NEAR(r[3], 1.0, 1e-12);
   EXPECT_LT(r[6], 1.0);
   for (int i = 7; i < 10; ++i) EXPECT_EQ(r[i], r[6]) << i;  // the window 5, 5, 5, 5 is flat: repeated
-  EXPECT_EQ(ValidValues(CalcRSquared(calc, Series({0.1, 0.1, 0.1, 0.1, 0.1}), 3)), (std::vector<double>{0, 0, 0}));
-}
-
-TEST(Regression, ConstantWindowsGiveZeroCorrelation) {
-  SCalc calc;
+  // 0.1 is not exact in binary: running sums of it must not read as variance.
   SVector flat = Series({0.1, 0.1, 0.1, 0.1, 0.1, 0.1, 0.1, 0.1}), moving = Series({1, 3, 2, 5, 4, 6, 8, 7});
-  for (double v : ValidValues(CalcCorrelation(calc, flat, moving, 4))) EXPECT_EQ(v, 0.0);
-  for (double v : ValidValues(CalcCorrelation(calc, moving, flat, 4))) EXPECT_EQ(v, 0.0);
-  SVector r = CalcCorrelation(calc, SVector(5.0), moving, 3);  // a number is constant at every bar
+  EXPECT_EQ(ValidValues(CalcRSquared(calc, flat, 3)), std::vector<double>(6, 0.0));
+  EXPECT_EQ(ValidValues(CalcCorrelation(calc, flat, moving, 4)), std::vector<double>(5, 0.0));
+  EXPECT_EQ(ValidValues(CalcCorrelation(calc, moving, flat, 4)), std::vector<double>(5, 0.0));
+  r = CalcCorrelation(calc, SVector(5.0), moving, 3);  // a number is constant at every bar
   EXPECT_EQ(r.GetSize(), 8);
   EXPECT_EQ(ValidValues(r), std::vector<double>(6, 0.0));
 }
@@ -330,11 +296,10 @@ TEST(Regression, WindowsStartAfterTheLaterSeriesStartAndFitTheShorterSeries) {
   EXPECT_EQ(r.GetSize(), 25);
   EXPECT_EQ(r.GetStartIndex(), 10);
   EXPECT_EQ(CalcLinearRegressionSlope(calc, a, 8).GetStartIndex(), 11);
-  SVector tooLong = CalcLinearRegressionValue(calc, a, 27, 0);
-  EXPECT_EQ(tooLong.GetSize(), 30);
-  EXPECT_FALSE(tooLong.HasValid());
-  EXPECT_FALSE(CalcRSquared(calc, a, 0).HasValid());
-  EXPECT_EQ(CalcRSquared(calc, a, 0).GetSize(), 30);
+  for (const SVector& none : {CalcLinearRegressionValue(calc, a, 27, 0), CalcRSquared(calc, a, 0)}) {
+    EXPECT_EQ(none.GetSize(), 30);
+    EXPECT_FALSE(none.HasValid());
+  }
 }
 
 }  // namespace

