@@ -91,12 +91,8 @@ inline EvalResult Evaluate(TestBars& bars, const std::string& formula, SFunction
   bars.Bind(calc);
   calc.SetFunction(functions);
   calc.SetExpression(formula.c_str());
-  EvalResult r;
-  r.value = calc.Calculate();
-  r.errors = calc.ErrorCount;
-  r.message = calc.ErrorMessage.c_str();
-  r.history = calc.HistoryFlag;
-  return r;
+  SVector value = calc.Calculate();
+  return {value, calc.ErrorCount, calc.ErrorMessage.c_str(), calc.HistoryFlag};
 }
 
 // A formula's expected frame and the values from its start index on.
@@ -131,9 +127,7 @@ inline void ExpectSame(const EvalResult& a, const EvalResult& b, const std::stri
 }
 
 inline void ExpectSame(const EvalResult& a, const SVector& b, const std::string& what) {
-  EvalResult r;
-  r.value = b;
-  ExpectSame(a, r, what);
+  ExpectSame(a, {b, 0, "", 0}, what);
 }
 
 // Korean text of the source (UTF-8) as the library holds it.

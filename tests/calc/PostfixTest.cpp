@@ -1,6 +1,5 @@
 // The postfix path: compilation order, the codes, and evaluation against the
 // recursive evaluator on the same formulas.
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -35,34 +34,23 @@ TEST(Postfix, CompilesInPrecedenceOrderLeftToRight) {
       {"avg(c, 5) > avg(c, 20)", "c 5 avg c 20 avg OPGT"},
       {"max(h - l, abs(h - c(1)))", "h l MINUS h 1 c PREV MINUS abs max"},
       {"x = c * 2; x + 1", "x c 2 MUL OPASSIGN x 1 PLUS"}, {"2 ^ 3 + 1", "2 3 OPPOW 1 PLUS"},
-      {"c >= o <> 1", "c o OPGE 1 OPNEQ"}};
+      {"c >= o <> 1", "c o OPGE 1 OPNEQ"},
+      {"sum(c) + foo", "c sum foo PLUS"},  // an unknown name is a variable
+      // Only the compress functions leave an item, before their argument.
+      {"CompressC(day) + DeCompress(c, c)", "CompressC day c c PLUS"}};
   // clang-format on
   for (const auto& [formula, postfix] : cases) EXPECT_EQ(Compiled(formula), postfix) << formula;
+  EXPECT_EQ(Compiled(Cp949("합계 + 1").c_str()), Cp949("합계") + " 1 PLUS");  // a variable in English mode
+  {
+    LangScope ko(kLangKorean);
+    EXPECT_EQ(Compiled(Cp949("합계(c, 3)").c_str()), "c 3 " + Cp949("합계"));
+  }
   SCalc calc;  // the parentheses, the unary plus and unknown codes bind least; the power most
   const int codes[][3] = {{3, 3, 1}, {4, 4, 1}, {5, 90, 1}, {6, 90, 9}, {-1, 90, 1}};  // code, kind, precedence
   for (const auto& c : codes) {
     EXPECT_EQ(calc.GetOpType(c[0]), c[1]) << c[0];
     EXPECT_EQ(calc.GetPrecedence(c[0]), c[2]) << c[0];
   }
-}
-
-TEST(Postfix, NamesAreClassifiedAndUnknownNamesBecomeVariables) {
-  SCalc calc;
-  calc.SetExpression("sum(c) + 합계 + CompressC(day) + DeCompress(c, c) + foo");
-  SStack list;
-  calc.InToPost(&list);
-  std::vector<int> codes;
-  for (int i = list.top; i >= 0; --i) codes.push_back(list.items[i].Code);
-  // sum takes one argument; the Korean name means nothing in English mode;
-  // CompressC leaves its item before its argument; the other time functions none.
-  EXPECT_EQ(list.items[list.top - 1].Code, kPfSum);
-  EXPECT_EQ(list.items[list.top - 1].ArgCount, 1);
-  EXPECT_NE(std::find(codes.begin(), codes.end(), kPfCompressC), codes.end());
-  EXPECT_NE(calc.Look("foo", 0), nullptr);
-  EXPECT_NE(calc.Look("day", 0), nullptr);
-  EXPECT_EQ(calc.Look("c", 0), nullptr);  // a price word, not a variable
-  LangScope ko(kLangKorean);
-  EXPECT_EQ(Compiled(Cp949("합계(c, 3)").c_str()), "c 3 " + Cp949("합계"));
 }
 
 struct PostfixRun {

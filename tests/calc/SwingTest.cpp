@@ -131,18 +131,4 @@ TEST_F(ZigZagTest, FrameIsTheLatestStartAndTheShortestSize) {
   EXPECT_EQ(calc.CalcZigZag(5, empty, sl, flat, flat).GetSize(), 0);
 }
 
-TEST_F(ZigZagTest, FormulaZigZagJoinsTheStrengthOneSwingsOfHighAndLow) {
-  TestBars bars;
-  bars[kHigh] = bars[kClose] = Series({10, 12, 15, 13, 11, 9, 10, 14, 16, 12});
-  bars[kLow] = Series({9, 11, 14, 12, 10, 8, 9, 13, 15, 11});
-  SVector swingHigh = calc.CalcSwingHighLow(1, 1, bars[kHigh], 1, 2);
-  SVector swingLow = calc.CalcSwingHighLow(0, 1, bars[kLow], 1, 2);
-  SVector expected = calc.CalcZigZag(10, swingHigh, swingLow, bars[kHigh], bars[kLow]);
-  // Highs at bars 2 (15) and 8 (16), the low at bar 5 (8).
-  EXPECT_EQ(expected[2], 15.0);
-  EXPECT_EQ(expected[5], 8.0);
-  EXPECT_EQ(expected[8], 16.0);
-  ExpectSame(Evaluate(bars, "ZigZag(10)"), expected, "ZigZag(10)");
-}
-
 }  // namespace

@@ -158,17 +158,18 @@ TEST(SFunctionList, DelimitedTextGrowsTheListAndOutsideIndicesGiveAnEmptyRecord)
   EXPECT_STREQ(copy[99].Name.c_str(), "100");
 }
 
-// The user-function database of a test's own index directory.
-struct FunctionDb {
-  std::string dir =
-      std::string(CHARTCALC_TEST_TMP) + "/" + ::testing::UnitTest::GetInstance()->current_test_info()->name() + "/";
-  FunctionDb() {
-    std::filesystem::remove_all(dir);
-    SetIndexDir(dir.c_str());
-    EXPECT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
-  }
-  ~FunctionDb() { SetIndexDir("./"); }
-  void Add(const char* name, const char* expr, std::vector<const char*> vars, bool deleted = false) {
+// The user-function database in the test's own index directory: skips
+// deleted records and records without a name; without records or without a
+// database the list ends up empty.
+TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
+  const std::string dir = std::string(CHARTCALC_TEST_TMP) + "/ReadFunction/";
+  std::filesystem::remove_all(dir);
+  struct IndexDir {
+    explicit IndexDir(const std::string& d) { SetIndexDir(d.c_str()); }
+    ~IndexDir() { SetIndexDir("./"); }
+  } scope(dir);
+  ASSERT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
+  auto add = [](const char* name, const char* expr, std::vector<const char*> vars, bool deleted) {
     DDB db(getIndexDBFileName(4).c_str(), getUserDBFileName(4).c_str(), 1);
     db.SetExtension(getIndexDBExt(4));
     ASSERT_EQ(db.Append(name), 1);
@@ -182,39 +183,27 @@ struct FunctionDb {
     if (deleted) {
       ASSERT_EQ(db.Delete(), 1);
     }
-  }
-};
-
-TEST(SFunctionList, ReadFunctionLoadsValidRecordsOfTheDatabase) {
-  FunctionDb db;
-  db.Add("  diff  ", "a - b", {"a", "b"});
-  db.Add("   ", "ignored", {});
-  db.Add("gone", "x", {"x"}, true);
-  db.Add("avg3", "avg(x, 3)", {"x"});
+  };
+  add("gone", "x", {"x"}, true);
   SFunctionList list;
+  list.SetExpressionWithVariable("old|1");
+  EXPECT_EQ(list.ReadFunction(), 0);
+  EXPECT_EQ(list.GetCount(), 0);
+  add("  diff  ", "a - b", {"a", "b"}, false);
+  add("   ", "ignored", {}, false);
+  add("avg3", "avg(x, 3)", {"x"}, false);
   ASSERT_EQ(list.ReadFunction(), 1);
   ASSERT_EQ(list.GetCount(), 2);
   EXPECT_STREQ(list[0].Name.c_str(), "diff");
   EXPECT_STREQ(list[0].Expression.c_str(), "a - b");
-  EXPECT_STREQ(list[0].VarName[1].c_str(), "b");
   EXPECT_STREQ(list[0].VarValue[1].c_str(), "5");
   EXPECT_STREQ(list[1].Name.c_str(), "avg3");
   TestBars bars;
   bars[kClose] = Series({1, 2, 3, 4});
   EXPECT_EQ(Values(Evaluate(bars, "diff(close, 1)", &list).value), (std::vector<double>{0, 1, 2, 3}));
-}
-
-TEST(SFunctionList, ReadFunctionOfOnlyDeletedRecordsOrNoDatabaseLeavesAnEmptyList) {
-  FunctionDb db;
-  db.Add("gone", "x", {"x"}, true);
-  SFunctionList list;
-  list.SetExpressionWithVariable("old|1");
+  std::filesystem::remove_all(dir);
   EXPECT_EQ(list.ReadFunction(), 0);
-  EXPECT_EQ(list.GetCount(), 0);
-  EXPECT_EQ(list.GetCapacity(), 20);
-  std::filesystem::remove_all(db.dir);
-  EXPECT_EQ(list.ReadFunction(), 0);
-  EXPECT_FALSE(std::filesystem::exists(db.dir));
+  EXPECT_FALSE(std::filesystem::exists(dir));
 }
 
 }  // namespace
