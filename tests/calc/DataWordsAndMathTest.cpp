@@ -4,6 +4,7 @@
 // pow's size rules.
 #include <cmath>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "calc/CalcTestUtil.h"
@@ -45,23 +46,23 @@ TEST(DataWords, WordsGiveTheirBoundSeriesAndDateAndTimeTheDateTimeFrame) {
 TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
   TestBars bars;
   bars[kClose] = Series({1, 2, 3});
-  const std::pair<const char*, double> english[] = {{"Simple", 0},   {"SIMPLE", 0},    {"Exponetial", 1},
-                                                    {"Weighted", 2}, {"Geometric", 3}, {"Harmonic", 4}};
-  for (const auto& [word, value] : english) ExpectCases(bars, {{word, 3, 0, std::vector<double>(3, value)}});
-  // The misspelling is the word; the correct spelling is not a method word.
-  EXPECT_EQ(Evaluate(bars, "Exponential").message, "Exponentialis not defined.\n");
-  SCalc calc;
-  const std::pair<const char*, int> korean[] = {{"단순", 0}, {"지수", 1}, {"가중", 2}, {"기하", 3}, {"조화", 4}};
-  for (const auto& [word, value] : korean) {
-    EXPECT_EQ(calc.IsMethodVariable(Cp949(word).c_str()), 0) << word;
-    LangScope ko(kLangKorean);
-    EXPECT_NE(calc.IsMethodVariable(Cp949(word).c_str()), 0) << word;
-    EXPECT_EQ(MethodWordIndex(Cp949(word).c_str()), value) << word;
-    EXPECT_EQ(calc.ProcessMethodVariable(Cp949(word).c_str()).Number(), value) << word;
+  // clang-format off
+  const std::tuple<std::string, int, double> cases[] = {
+      {"Simple", kLangEnglish, 0}, {"SIMPLE", kLangEnglish, 0}, {"Exponetial", kLangEnglish, 1},
+      {"Weighted", kLangEnglish, 2}, {"Geometric", kLangEnglish, 3}, {"Harmonic", kLangEnglish, 4},
+      {Cp949("단순"), kLangKorean, 0}, {Cp949("지수"), kLangKorean, 1}, {Cp949("가중"), kLangKorean, 2},
+      {Cp949("기하"), kLangKorean, 3}, {Cp949("조화"), kLangKorean, 4}};
+  // clang-format on
+  for (const auto& [word, lang, value] : cases) {
+    {
+      LangScope scope(lang);
+      ExpectCases(bars, {{word, 3, 0, std::vector<double>(3, value)}});  // broadcast like any constant
+    }
+    LangScope other(lang == kLangEnglish ? kLangKorean : kLangEnglish);
+    EXPECT_GT(Evaluate(bars, word).errors, 0) << word << " in the other language";
   }
-  LangScope ko(kLangKorean);
-  EXPECT_EQ(calc.IsMethodVariable("Simple"), 0);
-  EXPECT_EQ(MethodWordIndex("Simple"), kNoMethodWord);
+  // The misspelling is the word; the correct spelling is not a method word.
+  EXPECT_GT(Evaluate(bars, "Exponential").errors, 0);
 }
 
 // ---- math functions ---------------------------------------------------------------

@@ -169,29 +169,28 @@ TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
     ~IndexDir() { SetIndexDir("./"); }
   } scope(dir);
   ASSERT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
-  auto add = [](const char* name, const char* expr, std::vector<const char*> vars, bool deleted) {
+  auto add = [](const char* name, const char* expression, bool deleted) {
     DDB db(getIndexDBFileName(4).c_str(), getUserDBFileName(4).c_str(), 1);
     db.SetExtension(getIndexDBExt(4));
     ASSERT_EQ(db.Append(name), 1);
     db.InsField("IndexName", name);
-    db.InsField("Expression0", expr);
-    for (size_t i = 0; i < vars.size(); ++i) {
-      db.InsField(("VarName" + std::to_string(i)).c_str(), vars[i]);
-      db.InsField(("VarValue" + std::to_string(i)).c_str(), "5");
-    }
+    db.InsField("Expression0", expression);
+    db.InsField("VarName0", "a");
+    db.InsField("VarName1", "b");
+    db.InsField("VarValue1", "5");
     ASSERT_EQ(db.WriteRecord(), 1);
     if (deleted) {
       ASSERT_EQ(db.Delete(), 1);
     }
   };
-  add("gone", "x", {"x"}, true);
+  add("gone", "a", true);
   SFunctionList list;
   list.SetExpressionWithVariable("old|1");
   EXPECT_EQ(list.ReadFunction(), 0);
   EXPECT_EQ(list.GetCount(), 0);
-  add("  diff  ", "a - b", {"a", "b"}, false);
-  add("   ", "ignored", {}, false);
-  add("avg3", "avg(x, 3)", {"x"}, false);
+  add("  diff  ", "a - b", false);
+  add("   ", "ignored", false);
+  add("avg3", "avg(a, b)", false);
   ASSERT_EQ(list.ReadFunction(), 1);
   ASSERT_EQ(list.GetCount(), 2);
   EXPECT_STREQ(list[0].Name.c_str(), "diff");
