@@ -48,7 +48,7 @@ struct TestBars {
 
 // A random walk around `level` from a fixed seed: flat for bars 120-159 (longer
 // than any window the tests use) and climbing from bar 220.
-inline SVector Walk(uint64_t seed, double level, int n = 300) {
+inline SVector WalkSeries(uint64_t seed, double level, int n = 300) {
   SVector x(n);
   double v = level;
   for (int i = 0; i < n; ++i) {
@@ -62,9 +62,9 @@ inline SVector Walk(uint64_t seed, double level, int n = 300) {
 
 // Every slot filled around a walk: open is the previous close, high and low
 // reach beyond both by varying amounts, one bar per day.
-inline TestBars Market(int n, uint64_t seed = 7) {
+inline TestBars WalkBars(int n, uint64_t seed = 7) {
   TestBars b;
-  const SVector c = Walk(seed, 50, n);
+  const SVector c = WalkSeries(seed, 50, n);
   for (int k = 0; k < kPriceSlots; ++k) b[k] = SVector(n);
   for (int i = 0; i < n; ++i) {
     b[kClose][i] = c[i];

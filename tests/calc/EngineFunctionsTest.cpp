@@ -41,7 +41,7 @@ TEST(EngineFunctions, LocalisedNamesEvaluateAsTheEnglishNameOnlyInTheirLanguage)
       {"거래량압축", "CompressV", nullptr, "(2)"}, {"일시압축", "CompressD", nullptr, "(day)", "(일)"},
       {"분해", "DeCompress", nullptr, "(CompressC(day), CompressD(day))", "(종가압축(일), 일시압축(일))"}};
   // clang-format on
-  TestBars bars = Market(40);  // intraday: nine bars a day two hours apart
+  TestBars bars = WalkBars(40);  // intraday: nine bars a day two hours apart
   for (int i = 0; i < 40; ++i) bars[kDateTime][i] = 20231201000000.0 + (i / 9) * 1000000 + (i % 9) * 20000 + i * 100;
   for (const NameCase& c : cases) {
     const std::string english = std::string(c.english) + c.args;
@@ -73,7 +73,7 @@ TEST(EngineFunctions, HistoryFlagIsSetExactlyByWholeHistoryFunctions) {
       "cci(5)", "LinearRegressionValue(3, 5, 0)", "LinearRegressionSlope(3, 5)", "Correlation(3, 4, 5)",
       "RSquared(3, 5)"}}};
   // clang-format on
-  TestBars bars = Market(40);
+  TestBars bars = WalkBars(40);
   for (const auto& [flag, formulas] : cases) {
     for (const char* formula : formulas) {
       EvalResult r = Evaluate(bars, formula);
@@ -120,7 +120,7 @@ TEST(EngineFunctions, ArgumentErrorsReportTheirMessageInBothLanguages) {
        {"CompressC(0)", "CompressV(0.5)", "CompressH(-2)", "CompressL()", "CompressD((3))"}},
       {"There is an error at a variable definition.", "변수의 정의에 오류가 있습니다.", {"Year", "month", "year + 1"}}};
   // clang-format on
-  TestBars bars = Market(10);
+  TestBars bars = WalkBars(10);
   for (const MessageCase& c : cases) {
     for (const char* formula : c.formulas) {
       EvalResult r = Evaluate(bars, formula);
@@ -155,7 +155,7 @@ TEST(EngineFunctions, OddArgumentListsGiveAnErrorOrNoValidBar) {
       // Recognised, but evaluated by nothing: an empty series.
       "LeftRightMove(c, 3)", "LeftRightMove()", "LeftRightMove(avg(c, (2)), 1)"};
   // clang-format on
-  TestBars bars = Market(10);
+  TestBars bars = WalkBars(10);
   for (const char* formula : errors) {
     EvalResult r = Evaluate(bars, formula);
     EXPECT_GT(r.errors, 0) << formula;

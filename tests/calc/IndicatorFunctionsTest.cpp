@@ -85,7 +85,7 @@ TestBars FromCloses(const std::vector<double>& closes) {
 struct Engine {
   TestBars bars;
   SCalc calc;
-  explicit Engine(TestBars b = Market(300)) : bars(b) { bars.Bind(calc); }
+  explicit Engine(TestBars b = WalkBars(300)) : bars(b) { bars.Bind(calc); }
 };
 
 TEST(Indicators, CciAndRsiMatchTheirTextbookDefinitions) {
@@ -213,7 +213,7 @@ TEST(Indicators, ZigZagTurningPointsHoldTheirPrices) {
 }
 
 TEST(Indicators, PriceSeriesArgumentsReachTheComputations) {
-  Engine e(Market(120));
+  Engine e(WalkBars(120));
   const std::pair<const char*, SVector> cases[] = {
       {"Correlation(c, v, 20)", CalcCorrelation(e.calc, e.bars[kClose], e.bars[kVolume], 20)},
       {"LinearRegressionValue(close, 20, 0)", CalcLinearRegressionValue(e.calc, e.bars[kClose], 20, 0)},
@@ -232,7 +232,7 @@ TEST(Regression, LineValueSlopeCorrelationAndRSquaredMatchTheirDefinitions) {
   SVector bar(300);  // R squared of a line against the bar number is its correlation squared
   std::iota(bar.Data(), bar.Data() + 300, 0.0);
   for (double level : {0.0, 100.0, 1e7}) {
-    const SVector x = Walk(7, level), y = Walk(29, level / 2);
+    const SVector x = WalkSeries(7, level), y = WalkSeries(29, level / 2);
     for (int n : {1, 2, 3, 10, 25, 60}) {
       const std::string at = " level=" + std::to_string(level) + " n=" + std::to_string(n);
       auto line = [&](const int* back) {  // the fitted line at bar i - back; the slope alone for none
@@ -276,7 +276,7 @@ TEST(Regression, FlatAndConstantWindowsGiveNoNoise) {
 
 TEST(Regression, WindowsStartAfterTheLaterSeriesStartAndFitTheShorterSeries) {
   SCalc calc;
-  SVector a = Walk(1, 10, 30), b = Walk(2, 10, 25);
+  SVector a = WalkSeries(1, 10, 30), b = WalkSeries(2, 10, 25);
   a.SetStartIndex(4);
   b.SetStartIndex(6);
   SVector r = CalcCorrelation(calc, a, b, 5);

@@ -65,7 +65,7 @@ struct PostfixRun {
 };
 
 TEST(Postfix, EvaluatesLikeTheRecursiveEvaluator) {
-  TestBars bars = Market(120);
+  TestBars bars = WalkBars(120);
   SFunctionList functions;  // user functions bind their arguments and take a trailing delay
   for (const char* d : {"add|a + b|a|b", "twice|add(x, x)|x", "barRange|t = h - l; t|"})
     functions.SetExpressionWithVariable(d);
@@ -90,7 +90,7 @@ TEST(Postfix, EvaluatesLikeTheRecursiveEvaluator) {
 }
 
 TEST(Postfix, OnlyTheFirstFourUserFunctionsAreCompiledAndSelfCallsStopAtTheLimit) {
-  TestBars bars = Market(30);
+  TestBars bars = WalkBars(30);
   SFunctionList functions, loops;
   for (const char* f : {"f0|c|", "f1|c|", "f2|c|", "f3|c|", "f4|c|"}) functions.SetExpressionWithVariable(f);
   EXPECT_EQ(PostfixRun(bars, "f3()", &functions).Eval().GetSize(), 30);
@@ -102,14 +102,14 @@ TEST(Postfix, OnlyTheFirstFourUserFunctionsAreCompiledAndSelfCallsStopAtTheLimit
 }
 
 TEST(Postfix, DateAndTimeTakeTheLastSixDigitsOfTheWholeDateTime) {
-  TestBars bars = Market(3);
+  TestBars bars = WalkBars(3);
   bars[kDateTime] = Series({1507311530, 20240105093000.0, 20240105});
   EXPECT_EQ(Values(PostfixRun(bars, "Time").Eval()), (std::vector<double>{311530, 93000, 240105}));
   EXPECT_EQ(Values(PostfixRun(bars, "Date + 0").Eval()), (std::vector<double>{31, 9, 24}));
 }
 
 TEST(Postfix, ReservedWordsAndNamesMissingFromTheTableAreReported) {
-  TestBars bars = Market(10);
+  TestBars bars = WalkBars(10);
   PostfixRun year(bars, "Year + 1");
   year.Eval();
   EXPECT_EQ(year.calc.ErrorCount, 1);
@@ -125,13 +125,13 @@ TEST(Postfix, ReservedWordsAndNamesMissingFromTheTableAreReported) {
 }
 
 TEST(Postfix, FormulaEndingInAnAssignmentReturnsTheVariable) {
-  TestBars bars = Market(20);
+  TestBars bars = WalkBars(20);
   EXPECT_EQ(Values(PostfixRun(bars, "y = 3; x = c * 2").Eval()), Values(bars[kClose] * 2));
   EXPECT_EQ(PostfixRun(bars, "2 + 3 * 4").Eval().Number(), 14.0);
 }
 
 TEST(Postfix, OverlongAndMalformedFormulasDoNotCrash) {
-  TestBars bars = Market(20);
+  TestBars bars = WalkBars(20);
   std::string longSum = "c";
   for (int i = 0; i < 300; ++i) longSum += " + c(" + std::to_string(i % 5) + ")";
   EXPECT_LE(PostfixRun(bars, longSum).Eval().GetSize(), 20);
@@ -152,7 +152,7 @@ TEST(Postfix, CopiesOfStacksStartEmptyAndCopiedEnginesStillEvaluate) {
   SStack copy(s);
   EXPECT_EQ(copy.top, -1);
   EXPECT_EQ(copy.count, kPostfixCapacity);
-  TestBars bars = Market(40);
+  TestBars bars = WalkBars(40);
   PostfixRun p(bars, "avg(c, 4)");
   SCalc other = p.calc;
   ExpectSame(Evaluate(bars, "avg(c, 4)"), other.CalcOp(nullptr), "copied engine");

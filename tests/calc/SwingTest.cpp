@@ -28,7 +28,7 @@ double ReferenceSwing(bool high, int instance, const SVector& p, int strength, i
 }
 
 TEST(Swing, MatchesTheDefinitionForEveryShape) {
-  SVector p = Walk(99, 100, 400);
+  SVector p = WalkSeries(99, 100, 400);
   for (int i = 0; i < 400; ++i) p[i] = std::round(p[i] * 2);  // coarse steps: plateaus and exact ties
   p[200] = std::nan("");
   p.SetStartIndex(3);
