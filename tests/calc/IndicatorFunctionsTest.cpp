@@ -1,441 +1,291 @@
-// Indicator functions: cci, rsi, the volume indices, accumulation/distribution,
-// price-volume trend, the parabolic stop, their messages and their effect on
-// the history flag.
+// Indicators and regression statistics: cci, rsi, the volume indices,
+// accumulation/distribution, price-volume trend, the parabolic stop, zigzag,
+// the least-squares line, correlation and R squared.
 //
-// Where a function is a well-known public formula (Lambert's CCI, Wilder's
-// RSI), the expected values come from a plain reference loop written here from
-// the textbook definition, independent of the library's running sums, over a
-// few hundred bars of varied data. Other expected values are worked by hand.
+// Where a function is a public formula (Lambert's CCI, Wilder's RSI, least
+// squares, Pearson), the expected values come from plain reference loops
+// written here from the textbook definition (two-pass, long double), sharing
+// nothing with the library's running sums, over a few hundred bars with flat
+// stretches, a trend and levels far from zero. Other values are worked by hand.
+#include <algorithm>
 #include <cmath>
-#include <cstdint>
+#include <numeric>
+#include <string>
 #include <vector>
 
 #include "calc/CalcTestUtil.h"
 #include "calc/SCalcIndicators.h"
 
-using namespace chartcalc::detail;
-
 namespace {
 
-// A few hundred bars of a random walk with changing volatility, gaps and
-// flat stretches, from a fixed seed.
-TestBars VariedMarket(int n = 400) {
-  TestBars b;
-  for (int k : {kClose, kOpen, kHigh, kLow, kVolume, kDateTime}) b[k] = SVector(n);
-  uint64_t seed = 12345;
-  auto uniform = [&seed] {
-    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
-    return static_cast<double>(seed >> 11) / 9007199254740992.0;
-  };
-  double c = 50.0;
-  for (int i = 0; i < n; ++i) {
-    double vol = (i / 50) % 2 ? 0.03 : 0.005;
-    double open = c * (1 + vol * (uniform() - 0.5));
-    c = (i >= 200 && i < 215) ? open : open * (1 + vol * (uniform() - 0.5) * 2);  // a flat stretch
-    b[kOpen][i] = open;
-    b[kClose][i] = c;
-    b[kHigh][i] = std::max(open, c) * (1 + vol * uniform());
-    b[kLow][i] = std::min(open, c) * (1 - vol * uniform());
-    b[kVolume][i] = 1000 + std::floor(5000 * uniform());
-    b[kDateTime][i] = 20240101 + i;
-  }
-  return b;
+using Real = long double;  // keeps the references' own rounding far below the tolerance at 1e7
+
+std::vector<Real> Window(const SVector& x, int i, int n) {
+  return std::vector<Real>(x.Data() + i - n + 1, x.Data() + i + 1);
 }
 
-// A market whose prices never move.
-TestBars FlatMarket(double price, int n = 60) {
-  TestBars b;
-  for (int k : {kClose, kOpen, kHigh, kLow, kVolume, kDateTime}) b[k] = SVector(n);
-  for (int i = 0; i < n; ++i) {
-    b[kClose][i] = b[kOpen][i] = b[kHigh][i] = b[kLow][i] = price;
-    b[kVolume][i] = 100;
-    b[kDateTime][i] = 20240101 + i;
-  }
-  return b;
+Real Mean(const std::vector<Real>& w) { return std::accumulate(w.begin(), w.end(), Real(0)) / w.size(); }
+
+bool AllEqual(const std::vector<Real>& w) {
+  return std::adjacent_find(w.begin(), w.end(), std::not_equal_to<>()) == w.end();
 }
 
-// Close, high and low from literal closes; high/low one above/below.
-TestBars FromCloses(std::initializer_list<double> closes) {
+// Least squares of the window ending at bar i against the bar number.
+void LeastSquares(const SVector& x, int i, int n, Real& slope, Real& intercept) {
+  std::vector<Real> w = Window(x, i, n);
+  Real mx = Mean(w), mj = i - (n - 1) / 2.0L, sxy = 0, sjj = 0;
+  for (int k = 0; k < n; ++k) {
+    sxy += (w[k] - mx) * (i - n + 1 + k - mj);
+    sjj += (i - n + 1 + k - mj) * (i - n + 1 + k - mj);
+  }
+  slope = sjj == 0 ? 0 : sxy / sjj;
+  intercept = mx - slope * mj;
+}
+
+// Pearson correlation of the windows ending at bar i; 0 when one is constant.
+Real Correlation(const SVector& a, const SVector& b, int i, int n) {
+  std::vector<Real> wa = Window(a, i, n), wb = Window(b, i, n);
+  if (AllEqual(wa) || AllEqual(wb)) return 0;
+  Real ma = Mean(wa), mb = Mean(wb), sab = 0, saa = 0, sbb = 0;
+  for (int k = 0; k < n; ++k) {
+    sab += (wa[k] - ma) * (wb[k] - mb);
+    saa += (wa[k] - ma) * (wa[k] - ma);
+    sbb += (wb[k] - mb) * (wb[k] - mb);
+  }
+  return sab / std::sqrt(saa * sbb);
+}
+
+// f(i) for every bar i from n - 1 on; NaN before.
+template <class F>
+std::vector<double> PerWindow(int size, int n, F f) {
+  std::vector<double> out(size, NAN);
+  for (int i = n - 1; i < size; ++i) out[i] = static_cast<double>(f(i));
+  return out;
+}
+
+void ExpectMatches(const SVector& got, const std::vector<double>& want, int start, const std::string& what) {
+  ASSERT_EQ(got.GetSize(), static_cast<int>(want.size())) << what;
+  ASSERT_EQ(got.GetStartIndex(), start) << what;
+  for (int i = start; i < got.GetSize(); ++i)
+    ASSERT_NEAR(got[i], want[i], 1e-9 * std::max(1.0, std::fabs(want[i]))) << what << " at bar " << i;
+}
+
+// Close and open from literal closes; high and low one above and below.
+TestBars FromCloses(const std::vector<double>& closes) {
   TestBars b;
-  b[kClose] = Series(closes);
+  b[kClose] = SVector(static_cast<int>(closes.size()));
+  std::copy(closes.begin(), closes.end(), b[kClose].Data());
   b[kOpen] = b[kClose];
   b[kHigh] = b[kClose] + SVector(1.0);
   b[kLow] = b[kClose] - SVector(1.0);
   b[kVolume] = b[kClose] * 0.0 + SVector(100.0);
-  b[kDateTime] = b[kClose] * 0.0 + SVector(20240101.0);
   return b;
 }
 
-// ---- reference computations from the textbook definitions ----------------
-
-// CCI: (typical price - its n-bar mean) / (0.015 * mean absolute deviation).
-std::vector<double> ReferenceCci(TestBars& b, int n) {
-  int size = b[kClose].GetSize();
-  std::vector<double> tp(size), out(size, NAN);
-  for (int i = 0; i < size; ++i) tp[i] = (b[kHigh][i] + b[kLow][i] + b[kClose][i]) / 3;
-  for (int i = n - 1; i < size; ++i) {
-    double mean = 0;
-    for (int j = i - n + 1; j <= i; ++j) mean += tp[j];
-    mean /= n;
-    double dev = 0;
-    for (int j = i - n + 1; j <= i; ++j) dev += std::fabs(tp[j] - mean);
-    dev /= n;
-    out[i] = dev == 0 ? 0 : (tp[i] - mean) / (0.015 * dev);
-  }
-  return out;
-}
-
-// Wilder's RSI: first average gain and loss over n changes, then each new
-// average = (previous * (n - 1) + current) / n.
-std::vector<double> ReferenceRsi(TestBars& b, int n) {
-  int size = b[kClose].GetSize();
-  std::vector<double> out(size, NAN);
-  double gain = 0, loss = 0;
-  for (int i = 1; i < size; ++i) {
-    double ch = b[kClose][i] - b[kClose][i - 1];
-    double g = ch > 0 ? ch : 0, l = ch < 0 ? -ch : 0;
-    if (i <= n) {
-      gain += g / n;
-      loss += l / n;
-    } else {
-      gain = (gain * (n - 1) + g) / n;
-      loss = (loss * (n - 1) + l) / n;
-    }
-    if (i >= n) out[i] = gain + loss == 0 ? 0 : 100 - 100 / (1 + gain / loss);
-    if (i >= n && loss == 0) out[i] = gain == 0 ? 0 : 100;
-  }
-  return out;
-}
-
-void ExpectMatches(const SVector& got, const std::vector<double>& want, int start, double tolerance,
-                   const char* what) {
-  ASSERT_EQ(got.GetSize(), static_cast<int>(want.size())) << what;
-  ASSERT_EQ(got.GetStartIndex(), start) << what;
-  for (int i = start; i < got.GetSize(); ++i)
-    ASSERT_NEAR(got[i], want[i], tolerance * std::max(1.0, std::fabs(want[i]))) << what << " at bar " << i;
-}
-
-SVector Compute(TestBars& bars, SVector (*f)(SCalc&, int), int n) {
+struct Engine {
+  TestBars bars;
   SCalc calc;
-  bars.Bind(calc);
-  return f(calc, n);
+  explicit Engine(TestBars b = WalkBars(300)) : bars(b) { bars.Bind(calc); }
+};
+
+TEST(Indicators, CciAndRsiMatchTheirTextbookDefinitions) {
+  Engine e;
+  SVector tp(300);
+  for (int i = 0; i < 300; ++i) tp[i] = (e.bars[kHigh][i] + e.bars[kLow][i] + e.bars[kClose][i]) / 3;
+  for (int n : {1, 2, 5, 14, 20, 37}) {
+    auto cci = [&](int i) {  // (typical price - its mean) / (0.015 * mean absolute deviation)
+      std::vector<Real> w = Window(tp, i, n);
+      Real mean = Mean(w), dev = 0;
+      for (Real v : w) dev += std::fabs(v - mean);
+      return dev == 0 ? 0 : (w.back() - mean) / (0.015L * dev / n);
+    };
+    ExpectMatches(CalcCci(e.calc, n), PerWindow(300, n, cci), n - 1, "cci " + std::to_string(n));
+  }
+  for (int n : {1, 2, 9, 14, 30}) {
+    // Wilder: first averages over n changes, then (previous * (n - 1) + current) / n.
+    std::vector<double> want(300, NAN);
+    double gain = 0, loss = 0;
+    for (int i = 1; i < 300; ++i) {
+      double ch = e.bars[kClose][i] - e.bars[kClose][i - 1], g = std::max(ch, 0.0), l = std::max(-ch, 0.0);
+      gain = i <= n ? gain + g / n : (gain * (n - 1) + g) / n;
+      loss = i <= n ? loss + l / n : (loss * (n - 1) + l) / n;
+      if (i >= n) want[i] = loss == 0 ? (gain == 0 ? 0 : 100) : 100 - 100 / (1 + gain / loss);
+    }
+    ExpectMatches(CalcRsi(e.calc, n), want, n, "rsi " + std::to_string(n));
+  }
 }
 
-// ---- cci ------------------------------------------------------------------
-
-TEST(Cci, MatchesTheTextbookMeanDeviationFormula) {
-  TestBars bars = VariedMarket();
-  for (int n : {1, 2, 5, 14, 20, 37}) ExpectMatches(Compute(bars, CalcCci, n), ReferenceCci(bars, n), n - 1, 1e-9, "cci");
-}
-
-TEST(Cci, FlatMarketGivesZeroNotRoundingNoise) {
+TEST(Indicators, CciOfAFlatMarketIsZeroNotRoundingNoise) {
   // 0.1 and 33.37 are not exact in binary: a running average of them can
   // differ from the price in the last bit, which must not read as a deviation.
   for (double price : {0.1, 33.37, 1e6 / 3}) {
-    TestBars bars = FlatMarket(price);
-    SVector r = Compute(bars, CalcCci, 20);
-    for (int i = 19; i < r.GetSize(); ++i) ASSERT_EQ(r[i], 0.0) << price << " at bar " << i;
+    Engine e(FromCloses(std::vector<double>(60, price)));
+    e.bars[kHigh] = e.bars[kLow] = e.bars[kClose];
+    for (double v : ValidValues(CalcCci(e.calc, 20))) ASSERT_EQ(v, 0.0) << price;
   }
 }
 
-TEST(Cci, PeriodBelowOneIsReportedInBothLanguages) {
-  TestBars bars = VariedMarket(30);
-  EvalResult r = Evaluate(bars, "cci(0)");
-  EXPECT_EQ(r.message, "You should use one and over at the value within CCI function.");
-  EXPECT_FALSE(r.value.HasValid());
-  LangScope korean(kLangKorean);
-  EXPECT_EQ(Evaluate(bars, "cci(-3)").message, Cp949("CCI 함수의 기간에는 1이상의 정수를 사용하여야 합니다"));
+TEST(Indicators, RsiOfTooFewMonotoneAndFlatSeries) {
+  TestBars rising = FromCloses({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), falling = FromCloses({10, 9, 8, 7, 6, 5, 4, 3, 2, 1});
+  TestBars flat = FromCloses(std::vector<double>(10, 5));
+  ExpectCases(rising, {{"rsi(14)", 0, 0, {}}, {"rsi(10)", 0, 0, {}}, {"rsi(3)", 10, 3, std::vector<double>(7, 100)}});
+  ExpectCases(falling, {{"rsi(3)", 10, 3, std::vector<double>(7, 0)}});
+  ExpectCases(flat, {{"rsi(3)", 10, 3, std::vector<double>(7, 0)}});
 }
 
-TEST(Cci, WindowLongerThanTheDataLeavesNoValidBar) {
-  TestBars bars = VariedMarket(10);
-  EvalResult r = Evaluate(bars, "cci(11)");
-  EXPECT_EQ(r.errors, 0);
-  EXPECT_EQ(r.value.GetSize(), 10);
-  EXPECT_FALSE(r.value.HasValid());
-  EXPECT_EQ(Evaluate(bars, "cci(10)").value.GetStartIndex(), 9);
-}
-
-// ---- rsi ------------------------------------------------------------------
-
-TEST(Rsi, MatchesWildersSmoothing) {
-  TestBars bars = VariedMarket();
-  for (int n : {1, 2, 9, 14, 30}) ExpectMatches(Compute(bars, CalcRsi, n), ReferenceRsi(bars, n), n, 1e-9, "rsi");
-}
-
-TEST(Rsi, TooFewBarsGiveAnEmptySeries) {
-  TestBars bars = FromCloses({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
-  EvalResult r = Evaluate(bars, "rsi(14)");
-  EXPECT_EQ(r.errors, 0);
-  EXPECT_EQ(r.value.GetSize(), 0);
-  EXPECT_EQ(Evaluate(bars, "rsi(10)").value.GetSize(), 0);  // start 10 is past the last bar
-  EXPECT_EQ(Evaluate(bars, "rsi(9)").value.GetSize(), 10);
-}
-
-TEST(Rsi, MonotoneAndFlatSeriesGiveTheirLimits) {
-  TestBars rising = FromCloses({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
-  TestBars falling = FromCloses({10, 9, 8, 7, 6, 5, 4, 3, 2, 1});
-  TestBars flat = FlatMarket(5, 10);
-  for (int i = 3; i < 10; ++i) {
-    EXPECT_EQ(Compute(rising, CalcRsi, 3)[i], 100);
-    EXPECT_EQ(Compute(falling, CalcRsi, 3)[i], 0);
-    EXPECT_EQ(Compute(flat, CalcRsi, 3)[i], 0);
-  }
-}
-
-TEST(Rsi, PeriodBelowOneIsReportedInBothLanguages) {
-  TestBars bars = FromCloses({1, 2, 3});
-  EXPECT_EQ(Evaluate(bars, "rsi(0)").message, "You should use one and over at the value within RSI function.");
-  LangScope korean(kLangKorean);
-  EXPECT_EQ(Evaluate(bars, "rsi(-1)").message, Cp949("RSI 함수의 기간에는 1이상의 정수를 사용하여야 합니다"));
-}
-
-TEST(Rsi, HugePeriodDoesNotOverflowTheStartIndex) {
-  TestBars bars = FromCloses({1, 2, 3});
-  EvalResult r = Evaluate(bars, "rsi(2147483647)");
-  EXPECT_EQ(r.errors, 0);
-  EXPECT_EQ(r.value.GetSize(), 0);
-}
-
-// ---- volume indices, accumulation/distribution, price-volume trend ---------
-
-TEST(VolumeIndices, MoveOnlyOnFallingOrRisingVolume) {
-  TestBars bars = FromCloses({10, 11, 11, 22, 11});
-  bars[kVolume] = Series({100, 50, 80, 80, 10});
-  SCalc calc;
-  bars.Bind(calc);
-  // Changes of close: +10 %, 0 %, +100 %, -50 %. Volume falls at bars 1 and 4,
-  // rises at bar 2, stays at bar 3.
-  EXPECT_EQ(Values(CalcNvi(calc, bars[kClose])), (std::vector<double>{100, 110, 110, 110, 60}));
-  EXPECT_EQ(Values(CalcPvi(calc, bars[kClose])), (std::vector<double>{100, 100, 100, 100, 100}));
-  bars[kVolume] = Series({100, 150, 80, 90, 90});
-  EXPECT_EQ(Values(CalcPvi(calc, bars[kClose])), (std::vector<double>{100, 110, 110, 210, 210}));
-  // A zero price has no percentage change after it: the index holds.
-  bars[kVolume] = Series({1, 2, 3, 4, 5});
-  EXPECT_EQ(Values(CalcPvi(calc, Series({10, 0, 5, 6, 6}))), (std::vector<double>{100, 0, 0, 20, 20}));
-}
-
-TEST(VolumeIndices, StartAtTheSeriesFirstValidBar) {
-  TestBars bars = FromCloses({0, 0, 10, 20, 10});
-  bars[kVolume] = Series({9, 8, 7, 6, 5});
-  SVector x = bars[kClose];
-  x.SetStartIndex(2);  // bars 0 and 1 are not valid: their zeros must not reach the index
-  SCalc calc;
-  bars.Bind(calc);
-  SVector r = CalcNvi(calc, x);
+TEST(Indicators, VolumeIndicesMoveOnlyOnFallingOrRisingVolume) {
+  Engine e(FromCloses({10, 11, 11, 22, 11}));
+  e.bars[kVolume] = Series({100, 50, 80, 80, 10});
+  // Changes of close: +10 %, 0 %, +100 %, -50 %. Volume falls at bars 1 and 4, rises at 2, stays at 3.
+  EXPECT_EQ(Values(CalcNvi(e.calc, e.bars[kClose])), (std::vector<double>{100, 110, 110, 110, 60}));
+  EXPECT_EQ(Values(CalcPvi(e.calc, e.bars[kClose])), (std::vector<double>{100, 100, 100, 100, 100}));
+  e.bars[kVolume] = Series({100, 150, 80, 90, 90});
+  EXPECT_EQ(Values(CalcPvi(e.calc, e.bars[kClose])), (std::vector<double>{100, 110, 110, 210, 210}));
+  e.bars[kVolume] = Series({1, 2, 3, 4, 5});  // a zero price has no change after it: the index holds
+  EXPECT_EQ(Values(CalcPvi(e.calc, Series({10, 0, 5, 6, 6}))), (std::vector<double>{100, 0, 0, 20, 20}));
+  e.bars[kVolume] = Series({9, 8, 7, 6, 5});  // bars before the series' start must not reach the index
+  SVector r = CalcNvi(e.calc, Series({0, 0, 10, 20, 10}, 2));
   EXPECT_EQ(r.GetStartIndex(), 2);
-  EXPECT_EQ(r[2], 100);
-  EXPECT_EQ(r[3], 200);
-  EXPECT_EQ(r[4], 150);
+  EXPECT_EQ(ValidValues(r), (std::vector<double>{100, 200, 150}));
 }
 
-TEST(Ad, StartsAtZeroAndSkipsBarsWithoutRange) {
-  TestBars bars;
-  bars[kOpen] = Series({10, 10, 12, 11});
-  bars[kHigh] = Series({12, 14, 12, 13});
-  bars[kLow] = Series({9, 10, 12, 9});
-  bars[kClose] = Series({11, 13, 12, 10});
-  bars[kVolume] = Series({100, 200, 300, 400});
-  SCalc calc;
-  bars.Bind(calc);
+TEST(Indicators, AdAndPvtSkipBarsWithoutRangeOrPrice) {
+  Engine e(FromCloses({11, 13, 12, 10}));
+  e.bars[kOpen] = Series({10, 10, 12, 11});
+  e.bars[kHigh] = Series({12, 14, 12, 13});
+  e.bars[kLow] = Series({9, 10, 12, 9});
+  e.bars[kVolume] = Series({100, 200, 300, 400});
   // Bar 1: (13 - 10) * 200 / 4 = 150; bar 2 has no range; bar 3: (10 - 11) * 400 / 4 = -100.
-  EXPECT_EQ(Values(CalcAd(calc)), (std::vector<double>{0, 150, 150, 50}));
+  EXPECT_EQ(Values(CalcAd(e.calc)), (std::vector<double>{0, 150, 150, 50}));
+  e.bars[kClose] = Series({10, 12, 0, 5});
+  e.bars[kVolume] = Series({100, 50, 70, 30});
+  // Bar 1: (12 - 10) * 50 / 10 = 10; bar 2: (0 - 12) * 70 / 12 = -70; bar 3: the close before is 0.
+  EXPECT_EQ(Values(CalcPvt(e.calc)), (std::vector<double>{100, 110, 40, 40}));
 }
 
-TEST(Pvt, StartsAtTheFirstVolumeAndSkipsAZeroClose) {
-  TestBars bars = FromCloses({10, 12, 0, 5});
-  bars[kVolume] = Series({100, 50, 70, 30});
-  SCalc calc;
-  bars.Bind(calc);
-  // Bar 1: (12 - 10) * 50 / 10 = 10; bar 2: (0 - 12) * 70 / 12 = -70; bar 3: close before is 0.
-  EXPECT_EQ(Values(CalcPvt(calc)), (std::vector<double>{100, 110, 40, 40}));
-}
-
-// ---- parabolic stop and reverse ----------------------------------------------
-
-TEST(Sar, WorkedExampleFollowsTheStopAndReversesToTheExtreme) {
-  TestBars bars = FromCloses({10, 11, 12, 13, 14, 8, 7});
-  bars[kHigh] = Series({11, 12, 13, 14, 15, 9, 8});
-  bars[kLow] = Series({9, 10, 11, 12, 13, 7, 6});
-  SCalc calc;
-  bars.Bind(calc);
-  SVector r = CalcSar(calc, 0.02, 0.2);
+TEST(Indicators, SarFollowsTheStopAndReversesToTheExtreme) {
+  Engine e(FromCloses({10, 11, 12, 13, 14, 8, 7}));
+  SVector r = CalcSar(e.calc, 0.02, 0.2);
   EXPECT_EQ(r.GetStartIndex(), 5);
-  // Up from low 9 toward high 11; af 0.02 rising by 0.02 with every new high.
-  EXPECT_NEAR(r[1], 9.04, 1e-12);
-  EXPECT_NEAR(r[2], 9.04, 1e-12);
-  EXPECT_NEAR(r[3], 9.1984, 1e-12);
-  EXPECT_NEAR(r[4], 9.486496, 1e-12);
-  // Bar 5's low 7 is under the stop: reverse to the extreme high 15.
-  EXPECT_EQ(r[5], 15);
-  // Down from 15 toward the new extreme low 7 with af back at 0.02.
-  EXPECT_NEAR(r[6], 14.84, 1e-12);
-}
-
-TEST(Sar, AccelerationNeverExceedsTheMaximum) {
-  const int n = 60;
-  TestBars bars;
-  bars[kClose] = SVector(n), bars[kHigh] = SVector(n), bars[kLow] = SVector(n);
-  for (int i = 0; i < n; ++i) bars[kClose][i] = 100 + i, bars[kHigh][i] = 101 + i, bars[kLow][i] = 99 + i;
-  SCalc calc;
-  bars.Bind(calc);
-  SVector r = CalcSar(calc, 0.03, 0.2);
-  // Every bar makes a new high, so the stop of bar i moves toward high[i - 1]
-  // by the acceleration factor of that bar.
-  double last = 0;
-  for (int i = 3; i < n; ++i) {
-    ASSERT_LT(r[i], bars[kLow][i]) << "no reversal on a steady rise, bar " << i;
-    double af = (r[i] - r[i - 1]) / (bars[kHigh][i - 1] - r[i - 1]);
-    ASSERT_LE(af, 0.2 + 1e-12) << i;
-    last = af;
-  }
-  EXPECT_NEAR(last, 0.2, 1e-12);
-}
-
-TEST(Sar, FirstStopUsesTheStepAndLaterOnesTheAcceleration) {
-  TestBars bars = FromCloses({10, 11, 12});
-  bars[kHigh] = Series({11, 12, 13});
-  bars[kLow] = Series({9, 10, 11});
-  SCalc calc;
-  bars.Bind(calc);
-  SVector r = CalcSar(calc, 0.05, 0.2);
-  EXPECT_NEAR(r[1], 9 + 0.05 * 2, 1e-12);
-  EXPECT_NEAR(r[2], 9 + 0.02 * 2, 1e-12);  // the stop itself started from 9
-}
-
-TEST(CSar, RunsOnTheCloseAlone) {
-  TestBars bars = FromCloses({10, 9, 8, 12, 11});
-  SCalc calc;
-  bars.Bind(calc);
-  SVector r = CalcCSar(calc, 0.02, 0.2);
-  // Down: ep = stop = 10. Bar 2: stop stays 10, new low 8 -> af 0.04, ep 8.
-  // Bar 3: stop 10 - 0.04 * 2 = 9.92 is under the close 12: reverse to 8.
-  // Bar 4: up from 8 toward 12: 8 + 0.02 * 4.
+  // Up from low 9 toward high 11; af 0.02 rising by 0.02 with every new high;
+  // bar 5's low 7 is under the stop: reverse to the extreme high 15, then down with af 0.02.
+  const double want[] = {9.04, 9.04, 9.1984, 9.486496, 15, 14.84};
+  for (int i = 1; i < 7; ++i) EXPECT_NEAR(r[i], want[i - 1], 1e-12) << i;
+  // The first stop uses the step, later ones the acceleration.
+  EXPECT_NEAR(CalcSar(e.calc, 0.05, 0.2)[1], 9 + 0.05 * 2, 1e-12);
+  EXPECT_NEAR(CalcSar(e.calc, 0.05, 0.2)[2], 9 + 0.02 * 2, 1e-12);
+  // Close alone: down from 10; bar 2 a new low 8 (af 0.04); bar 3's close 12 is
+  // above the stop 9.92: reverse to 8; bar 4: up toward 12.
+  e.bars[kClose] = Series({10, 9, 8, 12, 11});
+  r = CalcCSar(e.calc, 0.02, 0.2);
   EXPECT_EQ(r.GetStartIndex(), 5);
-  EXPECT_EQ(r[1], 10);
-  EXPECT_EQ(r[2], 10);
-  EXPECT_EQ(r[3], 8);
+  EXPECT_EQ(std::vector<double>(r.Data() + 1, r.Data() + 4), (std::vector<double>{10, 10, 8}));
   EXPECT_NEAR(r[4], 8.08, 1e-12);
-}
-
-TEST(Sar, TooShortDataLeavesNoValidBar) {
-  TestBars bars = FromCloses({10});
-  SCalc calc;
-  bars.Bind(calc);
-  EXPECT_FALSE(CalcSar(calc, 0.02, 0.2).HasValid());
-  EXPECT_FALSE(CalcCSar(calc, 0.02, 0.2).HasValid());
+  e.bars[kClose] = e.bars[kHigh] = e.bars[kLow] = Series({10});  // too short: no valid bar
+  EXPECT_FALSE(CalcSar(e.calc, 0.02, 0.2).HasValid());
+  EXPECT_FALSE(CalcCSar(e.calc, 0.02, 0.2).HasValid());
   TestBars none;
-  none.Bind(calc);
-  EXPECT_EQ(CalcSar(calc, 0.02, 0.2).GetSize(), 0);
+  none.Bind(e.calc);
+  EXPECT_EQ(CalcSar(e.calc, 0.02, 0.2).GetSize(), 0);
 }
 
-TEST(Sar, LocalisedNamesFollowTheLanguage) {
-  TestBars bars = VariedMarket(40);
-  SVector english = Evaluate(bars, "sar(0.02, 0.2)").value;
-  EvalResult parabolic = Evaluate(bars, "Parabolic(0.02, 0.2)");
-  ASSERT_EQ(parabolic.errors, 0) << parabolic.message;
-  EXPECT_EQ(Values(parabolic.value), Values(english));
-  LangScope korean(kLangKorean);
-  EvalResult local = Evaluate(bars, Cp949("파라볼릭(0.02, 0.2)"));
-  ASSERT_EQ(local.errors, 0) << local.message;
-  EXPECT_EQ(Values(local.value), Values(english));
-  EvalResult closeOnly = Evaluate(bars, Cp949("c파라볼릭(0.02, 0.2)"));
-  ASSERT_EQ(closeOnly.errors, 0) << closeOnly.message;
-  EXPECT_EQ(Values(closeOnly.value), Values(Evaluate(bars, "csar(0.02, 0.2)").value));
-  EXPECT_GT(Evaluate(bars, "Parabolic(0.02, 0.2)").errors, 0);  // English word not in Korean mode
-}
-
-// ---- history flag -------------------------------------------------------------
-
-TEST(IndicatorFunctions, HistoryFlagIsSetExceptByTheWindowStatistics) {
-  struct Case {
-    const char* formula;
-    int flag;
-  };
-  const Case cases[] = {
-      {"cci(5)", 0},          {"LinearRegressionValue(3, 5, 0)", 0}, {"LinearRegressionSlope(3, 5)", 0},
-      {"Correlation(3, 4, 5)", 0}, {"RSquared(3, 5)", 0},          {"nvi(5)", 1},
-      {"pvi(5)", 1},          {"ad()", 1},                           {"PVT()", 1},
-      {"sar(0.02, 0.2)", 1},  {"csar(0.02, 0.2)", 1},                {"rsi(5)", 1},
-      {"ZigZag(5)", 1},
-  };
-  TestBars bars = VariedMarket(40);
-  for (const Case& c : cases) {
-    SCalc calc;
-    bars.Bind(calc);
-    calc.SetExpression(c.formula);
-    calc.Calculate();
-    EXPECT_EQ(calc.ErrorCount, 0) << c.formula << ": " << calc.ErrorMessage.c_str();
-    EXPECT_EQ(calc.HistoryFlag, c.flag) << c.formula;
+TEST(Indicators, SarAccelerationStopsAtTheMaximum) {
+  std::vector<double> rising(60);
+  std::iota(rising.begin(), rising.end(), 100.0);
+  Engine e(FromCloses(rising));
+  SVector r = CalcSar(e.calc, 0.03, 0.2);
+  auto af = [&](int i) { return (r[i] - r[i - 1]) / (e.bars[kHigh][i - 1] - r[i - 1]); };
+  for (int i = 3; i < 60; ++i) {  // every bar a new high: the stop moves toward the high before it
+    ASSERT_LT(r[i], e.bars[kLow][i]) << "no reversal on a steady rise, bar " << i;
+    ASSERT_LE(af(i), 0.2 + 1e-12) << i;
   }
+  EXPECT_NEAR(af(59), 0.2, 1e-12);
 }
 
-TEST(IndicatorFunctions, MissingArgumentIsReportedNotRead) {
-  TestBars bars = VariedMarket(40);
-  for (const char* f : {"cci()", "rsi()", "sar(0.02)", "Correlation(1, 2)", "LinearRegressionValue(1, 5)"}) {
-    EvalResult r = Evaluate(bars, f);
-    EXPECT_GT(r.errors, 0) << f;
-    EXPECT_FALSE(r.value.HasValid()) << f;
-  }
+TEST(Indicators, ZigZagTurningPointsHoldTheirPrices) {
+  // Swing highs at bars 4 (20) and 11 (18), a swing low at bar 8 (9). The line
+  // starts at bar 3 from the midpoint (13 + 12) / 2.
+  TestBars bars = FromCloses(std::vector<double>(13, 0));
+  bars[kHigh] = Series({10, 11, 12, 13, 20, 15, 14, 13, 11, 12, 16, 18, 17});
+  bars[kLow] = Series({9, 10, 11, 12, 18, 13, 12, 11, 9, 10, 14, 16, 15});
+  ExpectCases(bars, {{"ZigZag(10)", 13, 3, {12.5, 20, 0, 0, 0, 9, 0, 0, 18, 0}},
+                     {"ZigZag(70)", 13, 3, {12.5, 0, 0, 0, 0, 0, 0, 0, 0, 0}}});  // no swing is 70 % away
 }
 
-}  // namespace
-
-// ---- zigzag and formula-level use -----------------------------------------------
-
-namespace {
-
-// Swing highs at bars 4 (20) and 11 (18), a swing low at bar 8 (9); each is
-// flagged one bar later, when the bar after it is lower (higher).
-TestBars ZigZagBars() {
-  TestBars b = FromCloses({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-  b[kHigh] = Series({10, 11, 12, 13, 20, 15, 14, 13, 11, 12, 16, 18, 17});
-  b[kLow] = Series({9, 10, 11, 12, 18, 13, 12, 11, 9, 10, 14, 16, 15});
-  return b;
+TEST(Indicators, PriceSeriesArgumentsReachTheComputations) {
+  Engine e(WalkBars(120));
+  const std::pair<const char*, SVector> cases[] = {
+      {"Correlation(c, v, 20)", CalcCorrelation(e.calc, e.bars[kClose], e.bars[kVolume], 20)},
+      {"LinearRegressionValue(close, 20, 0)", CalcLinearRegressionValue(e.calc, e.bars[kClose], 20, 0)},
+      {"LinearRegressionSlope(c, 7)", CalcLinearRegressionSlope(e.calc, e.bars[kClose], 7)},
+      {"RSquared(h, 9)", CalcRSquared(e.calc, e.bars[kHigh], 9)},
+      {"nvi(c)", CalcNvi(e.calc, e.bars[kClose])},
+      {"pvi(o)", CalcPvi(e.calc, e.bars[kOpen])},
+      {"cci(10)", CalcCci(e.calc, 10)}};
+  for (const auto& [formula, expected] : cases) ExpectSame(Evaluate(e.bars, formula), expected, formula);
 }
 
-TEST(ZigZag, TurningPointsHoldTheirPrices) {
-  TestBars bars = ZigZagBars();
-  EvalResult r = Evaluate(bars, "ZigZag(10)");
-  ASSERT_EQ(r.errors, 0) << r.message;
-  // The swing series are valid from bar 3, where the line starts at the
-  // midpoint (13 + 12) / 2; every swing is more than 10 % beyond the last pivot.
-  EXPECT_EQ(r.value.GetStartIndex(), 3);
-  std::vector<double> got = Values(r.value);
-  EXPECT_EQ(std::vector<double>(got.begin() + 3, got.end()),
-            (std::vector<double>{12.5, 20, 0, 0, 0, 9, 0, 0, 18, 0}));
-}
+// ---- regression statistics --------------------------------------------------------
 
-TEST(ZigZag, SwingsSmallerThanThePercentageStartNoLeg) {
-  TestBars bars = ZigZagBars();
-  EvalResult r = Evaluate(bars, "ZigZag(70)");
-  ASSERT_EQ(r.errors, 0) << r.message;
-  std::vector<double> got = Values(r.value);
-  EXPECT_EQ(std::vector<double>(got.begin() + 3, got.end()), (std::vector<double>{12.5, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-}
-
-TEST(IndicatorFormulas, PriceSeriesArgumentsReachTheComputations) {
-  TestBars bars = VariedMarket(120);
+TEST(Regression, LineValueSlopeCorrelationAndRSquaredMatchTheirDefinitions) {
   SCalc calc;
-  bars.Bind(calc);
-  struct Case {
-    const char* formula;
-    SVector expected;
-  };
-  const Case cases[] = {
-      {"Correlation(c, v, 20)", CalcCorrelation(calc, bars[kClose], bars[kVolume], 20)},
-      {"LinearRegressionValue(close, 20, 0)", CalcLinearRegressionValue(calc, bars[kClose], 20, 0)},
-      {"LinearRegressionSlope(c, 7)", CalcLinearRegressionSlope(calc, bars[kClose], 7)},
-      {"RSquared(h, 9)", CalcRSquared(calc, bars[kHigh], 9)},
-      {"nvi(c)", CalcNvi(calc, bars[kClose])},
-      {"pvi(o)", CalcPvi(calc, bars[kOpen])},
-  };
-  for (const Case& c : cases) {
-    EvalResult r = Evaluate(bars, c.formula);
-    ASSERT_EQ(r.errors, 0) << c.formula << ": " << r.message;
-    EXPECT_EQ(r.value.GetStartIndex(), c.expected.GetStartIndex()) << c.formula;
-    EXPECT_EQ(r.value.GetSize(), c.expected.GetSize()) << c.formula;
-    EXPECT_EQ(ValidValues(r.value), ValidValues(c.expected)) << c.formula;
+  SVector bar(300);  // R squared of a line against the bar number is its correlation squared
+  std::iota(bar.Data(), bar.Data() + 300, 0.0);
+  for (double level : {0.0, 100.0, 1e7}) {
+    const SVector x = WalkSeries(7, level), y = WalkSeries(29, level / 2);
+    for (int n : {1, 2, 3, 10, 25, 60}) {
+      const std::string at = " level=" + std::to_string(level) + " n=" + std::to_string(n);
+      auto line = [&](const int* back) {  // the fitted line at bar i - back; the slope alone for none
+        return PerWindow(300, n, [&](int i) {
+          Real slope, intercept;
+          LeastSquares(x, i, n, slope, intercept);
+          return back ? intercept + slope * (i - *back) : slope;
+        });
+      };
+      ExpectMatches(CalcLinearRegressionSlope(calc, x, n), line(nullptr), n - 1, "slope" + at);
+      for (int k : {0, 3, -2})
+        ExpectMatches(CalcLinearRegressionValue(calc, x, n, k), line(&k), n - 1, "value " + std::to_string(k) + at);
+      if (n == 1) continue;
+      ExpectMatches(CalcCorrelation(calc, x, y, n), PerWindow(300, n, [&](int i) { return Correlation(x, y, i, n); }),
+                    n - 1, "correlation" + at);
+      std::vector<double> rsq(300, NAN);  // a flat window repeats the bar before
+      for (int i = n - 1; i < 300; ++i)
+        rsq[i] = AllEqual(Window(x, i, n)) ? (i > n - 1 ? rsq[i - 1] : 0) : std::pow(Correlation(x, bar, i, n), 2);
+      ExpectMatches(CalcRSquared(calc, x, n), rsq, n - 1, "rsquared" + at);
+    }
+  }
+  EXPECT_EQ(calc.ErrorCount, 0);
+  EXPECT_EQ(calc.HistoryFlag, 0);
+}
+
+TEST(Regression, FlatAndConstantWindowsGiveNoNoise) {
+  SCalc calc;
+  SVector r = CalcRSquared(calc, Series({1, 2, 3, 4, 5, 5, 5, 5, 5, 5}), 4);
+  EXPECT_NEAR(r[3], 1.0, 1e-12);
+  EXPECT_LT(r[6], 1.0);
+  for (int i = 7; i < 10; ++i) EXPECT_EQ(r[i], r[6]) << i;  // the window 5, 5, 5, 5 is flat: repeated
+  // 0.1 is not exact in binary: running sums of it must not read as variance.
+  SVector flat = Series({0.1, 0.1, 0.1, 0.1, 0.1, 0.1, 0.1, 0.1}), moving = Series({1, 3, 2, 5, 4, 6, 8, 7});
+  EXPECT_EQ(ValidValues(CalcRSquared(calc, flat, 3)), std::vector<double>(6, 0.0));
+  EXPECT_EQ(ValidValues(CalcCorrelation(calc, flat, moving, 4)), std::vector<double>(5, 0.0));
+  EXPECT_EQ(ValidValues(CalcCorrelation(calc, moving, flat, 4)), std::vector<double>(5, 0.0));
+  r = CalcCorrelation(calc, SVector(5.0), moving, 3);  // a number is constant at every bar
+  EXPECT_EQ(r.GetSize(), 8);
+  EXPECT_EQ(ValidValues(r), std::vector<double>(6, 0.0));
+}
+
+TEST(Regression, WindowsStartAfterTheLaterSeriesStartAndFitTheShorterSeries) {
+  SCalc calc;
+  SVector a = WalkSeries(1, 10, 30), b = WalkSeries(2, 10, 25);
+  a.SetStartIndex(4);
+  b.SetStartIndex(6);
+  SVector r = CalcCorrelation(calc, a, b, 5);
+  EXPECT_EQ(r.GetSize(), 25);
+  EXPECT_EQ(r.GetStartIndex(), 10);
+  EXPECT_EQ(CalcLinearRegressionSlope(calc, a, 8).GetStartIndex(), 11);
+  for (const SVector& none : {CalcLinearRegressionValue(calc, a, 27, 0), CalcRSquared(calc, a, 0)}) {
+    EXPECT_EQ(none.GetSize(), 30);
+    EXPECT_FALSE(none.HasValid());
   }
 }
 

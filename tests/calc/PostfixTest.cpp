@@ -1,19 +1,14 @@
-// The postfix path: compilation order, the code tables, argument counting,
-// and evaluation against the recursive evaluator on the same formulas.
-#include <algorithm>
-#include <cmath>
+// The postfix path: compilation order, the codes, and evaluation against the
+// recursive evaluator on the same formulas.
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "calc/CalcTestUtil.h"
 
-using namespace chartcalc::detail;
-
 namespace {
 
-// The compiled items of a formula in postfix order (the list's top first),
-// numbers written as their value.
+// The compiled items of a formula in postfix order, numbers as their value.
 std::string Compiled(const char* formula) {
   SCalc calc;
   calc.SetExpression(formula);
@@ -22,261 +17,127 @@ std::string Compiled(const char* formula) {
   std::string out;
   for (int i = list.top; i >= 0; --i) {
     const PostfixItem& item = list.items[i];
-    if (!out.empty()) out += ' ';
-    if (item.Code == kPfNumber) {
-      char text[32];
-      std::snprintf(text, sizeof text, "%g", item.Value.Number());
-      out += text;
-    } else {
-      out += item.Text.c_str();
-    }
+    char number[32];
+    std::snprintf(number, sizeof number, "%g", item.Value.Number());
+    out += (out.empty() ? "" : " ") + std::string(item.Code == kPfNumber ? number : item.Text.c_str());
   }
   return out;
 }
 
 TEST(Postfix, CompilesInPrecedenceOrderLeftToRight) {
+  // clang-format off
   const std::pair<const char*, const char*> cases[] = {
-      {"2 + 3 * 4", "2 3 4 MUL PLUS"},
-      {"10 - 4 - 3", "10 4 MINUS 3 MINUS"},
-      {"a and b or c", "a b OPAND c OPOR"},
-      {"a or b and c", "a b OPOR c OPAND"},
-      {"-c * 2", "c UMINUS 2 MUL"},
-      {"c * -2", "c 2 UMINUS MUL"},
-      {"!(c > o)", "c o OPGT OPNOT"},
-      {"(1 + 2) * 3", "1 2 PLUS 3 MUL"},
-      {"c(1) + 1", "1 c PREV 1 PLUS"},
+      {"2 + 3 * 4", "2 3 4 MUL PLUS"}, {"10 - 4 - 3", "10 4 MINUS 3 MINUS"},
+      {"a and b or c", "a b OPAND c OPOR"}, {"a or b and c", "a b OPOR c OPAND"},
+      {"-c * 2", "c UMINUS 2 MUL"}, {"c * -2", "c 2 UMINUS MUL"}, {"!(c > o)", "c o OPGT OPNOT"},
+      {"(1 + 2) * 3", "1 2 PLUS 3 MUL"}, {"c(1) + 1", "1 c PREV 1 PLUS"},
       {"avg(c, 5) > avg(c, 20)", "c 5 avg c 20 avg OPGT"},
       {"max(h - l, abs(h - c(1)))", "h l MINUS h 1 c PREV MINUS abs max"},
-      {"x = c * 2; x + 1", "x c 2 MUL OPASSIGN x 1 PLUS"},
-      {"2 ^ 3 + 1", "2 3 OPPOW 1 PLUS"},
+      {"x = c * 2; x + 1", "x c 2 MUL OPASSIGN x 1 PLUS"}, {"2 ^ 3 + 1", "2 3 OPPOW 1 PLUS"},
       {"c >= o <> 1", "c o OPGE 1 OPNEQ"},
-  };
+      {"sum(c) + foo", "c sum foo PLUS"},  // an unknown name is a variable
+      // Only the compress functions leave an item, before their argument.
+      {"CompressC(day) + DeCompress(c, c)", "CompressC day c c PLUS"}};
+  // clang-format on
   for (const auto& [formula, postfix] : cases) EXPECT_EQ(Compiled(formula), postfix) << formula;
-}
-
-TEST(Postfix, NamesAreClassifiedAndUnknownNamesBecomeVariables) {
-  SCalc calc;
-  calc.SetExpression("sum(c) + 합계 + CompressC(day) + DeCompress(c, c) + foo");
-  SStack list;
-  calc.InToPost(&list);
-  std::vector<int> codes;
-  for (int i = list.top; i >= 0; --i) codes.push_back(list.items[i].Code);
-  // sum is code 47 with one argument; the Korean name means nothing in
-  // English mode; CompressC leaves its item (40) before its argument; the
-  // other time functions leave none.
-  EXPECT_EQ(list.items[list.top - 1].Code, kPfSum);
-  EXPECT_EQ(list.items[list.top - 1].ArgCount, 1);
-  EXPECT_NE(std::find(codes.begin(), codes.end(), kPfCompressC), codes.end());
-  EXPECT_NE(calc.Look("foo", 0), nullptr);
-  EXPECT_NE(calc.Look("day", 0), nullptr);
-  EXPECT_EQ(calc.Look("c", 0), nullptr);  // a price word, not a variable
-  LangScope ko(kLangKorean);
-  EXPECT_EQ(Compiled(Cp949("합계(c, 3)").c_str()), "c 3 " + Cp949("합계"));
-}
-
-TEST(Postfix, CodeTables) {
-  SCalc calc;
-  struct Row {
-    int code, opType, precedence;
-  };
-  const Row rows[] = {
-      {0, 0, 8},    {1, 1, 8},    {2, 2, 8},  {3, 3, 1},  {4, 4, 1},  {5, 90, 1},  {6, 90, 9},  {8, 5, 7},
-      {10, 5, 7},   {11, 5, 5},   {13, 5, 6}, {15, 5, 6}, {16, 5, 4}, {21, 5, 4},  {22, 5, 3},  {23, 5, 3},
-      {24, 5, 2},   {25, 90, 1},  {26, 2, 8}, {39, 2, 8}, {40, 90, 1}, {45, 90, 1}, {46, 2, 8}, {78, 2, 8},
-      {79, 2, 8},   {89, 2, 8},   {90, 90, 1}, {-1, 90, 1},
-  };
-  for (const Row& r : rows) {
-    EXPECT_EQ(calc.GetOpType(r.code), r.opType) << r.code;
-    EXPECT_EQ(calc.GetPrecedence(r.code), r.precedence) << r.code;
+  EXPECT_EQ(Compiled(Cp949("합계 + 1").c_str()), Cp949("합계") + " 1 PLUS");  // a variable in English mode
+  {
+    LangScope ko(kLangKorean);
+    EXPECT_EQ(Compiled(Cp949("합계(c, 3)").c_str()), "c 3 " + Cp949("합계"));
+  }
+  SCalc calc;  // the parentheses, the unary plus and unknown codes bind least; the power most
+  const int codes[][3] = {{3, 3, 1}, {4, 4, 1}, {5, 90, 1}, {6, 90, 9}, {-1, 90, 1}};  // code, kind, precedence
+  for (const auto& c : codes) {
+    EXPECT_EQ(calc.GetOpType(c[0]), c[1]) << c[0];
+    EXPECT_EQ(calc.GetPrecedence(c[0]), c[2]) << c[0];
   }
 }
 
-TEST(Postfix, ParamCountCountsTopLevelArgumentsAndRestoresThePosition) {
-  const std::pair<const char*, int> cases[] = {
-      {"f()", 0},     {"f(c)", 1},          {"f(c, 5)", 2},  {"f(g(a, b), 3)", 2},
-      {"f", 0},       {"f(c, (1, 2), 4)", 3}, {"f((c))", 1},  {"f(c, 5", 1},
-      {"f(, )", 1},   {"f(-)", 0},
-  };
-  for (const auto& [text, count] : cases) {
-    SCalc calc;
-    calc.SetExpression(text);
-    calc.GetToken();  // the name
-    EXPECT_EQ(calc.GetParamCount(), count) << text;
-    EXPECT_EQ(calc.CurrentToken(), NAME) << text;
-    EXPECT_STREQ(calc.NameText(), "f") << text;
-    EXPECT_EQ(calc.GetToken(), std::string(text).size() > 1 ? LP : PRINT) << text;
-  }
-}
-
-// ---- evaluation -------------------------------------------------------------------
-
-TestBars Market(int n) {
-  TestBars bars;
-  for (int k = 0; k < kPriceSlots; ++k) bars[k] = SVector(n);
-  double c = 50.0;
-  for (int i = 0; i < n; ++i) {
-    c += std::sin(i * 0.7) * 2.0 + (i % 5 == 0 ? -1.5 : 0.4);
-    bars[kClose][i] = c;
-    bars[kOpen][i] = c - std::cos(i * 1.3);
-    bars[kHigh][i] = std::max(bars[kClose][i], bars[kOpen][i]) + 0.5 + (i % 3) * 0.25;
-    bars[kLow][i] = std::min(bars[kClose][i], bars[kOpen][i]) - 0.5 - (i % 4) * 0.2;
-    bars[kVolume][i] = 1000 + (i * 37) % 500;
-    bars[kDateTime][i] = 20240101 + i;
-    bars[kOpenInterest][i] = bars[kAmount][i] = bars[kSpread][i] = 0;
-  }
-  return bars;
-}
-
-SVector Postfix(TestBars& bars, const std::string& formula, SFunctionList* functions = nullptr, int* errors = nullptr) {
+struct PostfixRun {
   SCalc calc;
-  bars.Bind(calc);
-  calc.SetFunction(functions);
-  calc.SetExpression(formula.c_str());
-  calc.InfixToPostFix();
-  SVector r = calc.CalcOp(nullptr);
-  if (errors) *errors = calc.ErrorCount;
-  return r;
-}
-
-void ExpectSameAsRecursive(TestBars& bars, const std::string& formula, SFunctionList* functions = nullptr) {
-  SCalc calc;
-  bars.Bind(calc);
-  calc.SetFunction(functions);
-  calc.SetExpression(formula.c_str());
-  SVector want = calc.Calculate();
-  ASSERT_EQ(calc.ErrorCount, 0) << formula << ": " << calc.ErrorMessage.c_str();
-  int errors = 0;
-  SVector got = Postfix(bars, formula, functions, &errors);
-  EXPECT_EQ(errors, 0) << formula;
-  ASSERT_EQ(got.GetSize(), want.GetSize()) << formula;
-  ASSERT_EQ(got.GetStartIndex(), want.GetStartIndex()) << formula;
-  EXPECT_EQ(ValidValues(got), ValidValues(want)) << formula;
-}
+  PostfixRun(TestBars& bars, const std::string& formula, SFunctionList* functions = nullptr) {
+    bars.Bind(calc);
+    calc.SetFunction(functions);
+    calc.SetExpression(formula.c_str());
+    calc.InfixToPostFix();
+  }
+  SVector Eval() { return calc.CalcOp(nullptr); }
+};
 
 TEST(Postfix, EvaluatesLikeTheRecursiveEvaluator) {
-  TestBars bars = Market(120);
-  const char* formulas[] = {
-      "c - o",
-      "avg(c, 5) - avg(c, 20)",
-      "(h + l + c) / 3 * v % 7",
-      "-c * 2 + !(c > o)",
-      "c(1) + h(2) - l",
-      "if(c > o, h, l)",
-      "max(h - l, abs(h - c(1)), abs(l - c(1)))",
-      "min(c, o) + min(h)",
-      "crossup(avg(c, 5), avg(c, 20)) + crossdown(c, o)",
-      "stdev(c, 10) + highest(h, 7) - lowest(l, 7)",
-      "sum(c > c(1), 5) / 5 * 100",
-      "sum(v) + avg(c) + wavg(c, 4) + esum(c, 3) + eavg(c, 9)",
-      "avg(c, 5, 2)",
-      "x = c * 2; y = x - o; y / 2",
-      "x = avg(c, 3); x(2) + x",
-      "c > o and h > h(1) or l < l(1)",
-      "c <= o && c != o || c == h",
-      "sqrt(abs(c - o)) + log10(v) + tanh(c / 100)",
-      "shift(c, 3) + ref(c, 2)",
-      "valuewhen(2, c > o, h) + BarsSince(c > h(1)) + HighestSince(1, c > o, h) + LowestSince(1, c < o, l)",
-      "cci(14) + nvi(c) + pvi(c) + ad() + PVT()",
-      "LinearRegressionValue(c, 10, 0) + LinearRegressionSlope(c, 10) + Correlation(c, v, 10) + RSquared(c, 10)",
-      "swinghigh(1, h, 2, 10) + swinglow(1, l, 2, 10)",
-      "sar(0.02, 0.2) + csar(0.02, 0.2) + ZigZag(5)",
-      "pow(c, 2) - c * c",
-  };
-  for (const char* f : formulas) ExpectSameAsRecursive(bars, f);
+  TestBars bars = WalkBars(120);
+  SFunctionList functions;  // user functions bind their arguments and take a trailing delay
+  for (const char* d : {"add|a + b|a|b", "twice|add(x, x)|x", "barRange|t = h - l; t|"})
+    functions.SetExpressionWithVariable(d);
+  // clang-format off
+  for (const char* f : {
+           "c - o", "avg(c, 5) - avg(c, 20)", "(h + l + c) / 3 * v % 7", "-c * 2 + !(c > o)", "c(1) + h(2) - l",
+           "if(c > o, h, l)", "max(h - l, abs(h - c(1)), abs(l - c(1)))", "min(c, o) + min(h)",
+           "crossup(avg(c, 5), avg(c, 20)) + crossdown(c, o)", "stdev(c, 10) + highest(h, 7) - lowest(l, 7)",
+           "sum(c > c(1), 5) / 5 * 100", "sum(v) + avg(c) + wavg(c, 4) + esum(c, 3) + eavg(c, 9)", "avg(c, 5, 2)",
+           "x = c * 2; y = x - o; y / 2", "x = avg(c, 3); x(2) + x", "c > o and h > h(1) or l < l(1)",
+           "c <= o && c != o || c == h", "sqrt(abs(c - o)) + log10(v) + tanh(c / 100)", "shift(c, 3) + ref(c, 2)",
+           "valuewhen(2, c > o, h) + BarsSince(c > h(1)) + HighestSince(1, c > o, h) + LowestSince(1, c < o, l)",
+           "cci(14) + nvi(c) + pvi(c) + ad() + PVT()",
+           "LinearRegressionValue(c, 10, 0) + LinearRegressionSlope(c, 10) + Correlation(c, v, 10) + RSquared(c, 10)",
+           "swinghigh(1, h, 2, 10) + swinglow(1, l, 2, 10)", "sar(0.02, 0.2) + csar(0.02, 0.2) + ZigZag(5)",
+           "pow(c, 2) - c * c", "add(c, 1)", "twice(c) * 2", "add(c, 1, 2)", "barRange() + 1"}) {
+    // clang-format on
+    PostfixRun p(bars, f, &functions);
+    ExpectSame(Evaluate(bars, f, &functions), p.Eval(), f);
+    EXPECT_EQ(p.calc.ErrorCount, 0) << f << ": " << p.calc.ErrorMessage.c_str();
+  }
 }
 
-TEST(Postfix, UserFunctionsBindTheirArgumentsAndTakeATrailingDelay) {
-  TestBars bars = Market(60);
-  SFunctionList functions;
-  functions.SetExpressionWithVariable("add|a + b|a|b");
-  functions.SetExpressionWithVariable("twice|add(x, x)|x");
-  functions.SetExpressionWithVariable("barRange|t = h - l; t|");
-  ExpectSameAsRecursive(bars, "add(c, 1)", &functions);
-  ExpectSameAsRecursive(bars, "twice(c) * 2", &functions);
-  ExpectSameAsRecursive(bars, "add(c, 1, 2)", &functions);
-  ExpectSameAsRecursive(bars, "barRange() + 1", &functions);
-}
-
-TEST(Postfix, OnlyTheFirstFourUserFunctionsAreEvaluated) {
-  TestBars bars = Market(30);
-  SFunctionList functions;
+TEST(Postfix, OnlyTheFirstFourUserFunctionsAreCompiledAndSelfCallsStopAtTheLimit) {
+  TestBars bars = WalkBars(30);
+  SFunctionList functions, loops;
   for (const char* f : {"f0|c|", "f1|c|", "f2|c|", "f3|c|", "f4|c|"}) functions.SetExpressionWithVariable(f);
-  EXPECT_EQ(Postfix(bars, "f3()", &functions).GetSize(), 30);
-  EXPECT_EQ(Postfix(bars, "f4()", &functions).GetSize(), 0);
-}
-
-TEST(Postfix, SelfCallingUserFunctionStopsAtTheCallLimit) {
-  TestBars bars = Market(30);
-  SFunctionList functions;
-  functions.SetExpressionWithVariable("loop|loop(x) + 1|x");
-  SCalc calc;
-  bars.Bind(calc);
-  calc.SetFunction(&functions);
-  calc.SetExpression("loop(c)");
-  calc.InfixToPostFix();
-  calc.CalcOp(nullptr);
-  EXPECT_GT(calc.ErrorCount, 0);
-  EXPECT_STREQ(calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
+  EXPECT_EQ(PostfixRun(bars, "f3()", &functions).Eval().GetSize(), 30);
+  EXPECT_EQ(PostfixRun(bars, "f4()", &functions).Eval().GetSize(), 0);
+  loops.SetExpressionWithVariable("loop|loop(x) + 1|x");
+  PostfixRun loop(bars, "loop(c)", &loops);
+  loop.Eval();
+  EXPECT_STREQ(loop.calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
 }
 
 TEST(Postfix, DateAndTimeTakeTheLastSixDigitsOfTheWholeDateTime) {
-  TestBars bars = Market(3);
+  TestBars bars = WalkBars(3);
   bars[kDateTime] = Series({1507311530, 20240105093000.0, 20240105});
-  SVector time = Postfix(bars, "Time");
-  SVector date = Postfix(bars, "Date + 0");
-  EXPECT_EQ(Values(time), (std::vector<double>{311530, 93000, 240105}));
-  EXPECT_EQ(Values(date), (std::vector<double>{31, 9, 24}));
+  EXPECT_EQ(Values(PostfixRun(bars, "Time").Eval()), (std::vector<double>{311530, 93000, 240105}));
+  EXPECT_EQ(Values(PostfixRun(bars, "Date + 0").Eval()), (std::vector<double>{31, 9, 24}));
 }
 
-TEST(Postfix, ReservedWordsAreVariableErrorsInBothLanguages) {
-  TestBars bars = Market(10);
-  SCalc calc;
-  bars.Bind(calc);
-  calc.SetExpression("Year + 1");
-  calc.InfixToPostFix();
-  calc.CalcOp(nullptr);
-  EXPECT_EQ(calc.ErrorCount, 1);
-  EXPECT_STREQ(calc.ErrorMessage.c_str(), "There is an error at a variable definition.");
-  LangScope ko(kLangKorean);
-  SCalc korean;
-  bars.Bind(korean);
-  korean.SetExpression("Month");
-  korean.InfixToPostFix();
-  korean.CalcOp(nullptr);
-  EXPECT_EQ(korean.ErrorMessage.str(), Cp949("변수 정의에 오류가 있습니다."));
-}
-
-TEST(Postfix, ANameMissingFromTheTableIsReportedWithItsName) {
-  TestBars bars = Market(10);
-  SCalc calc;
-  bars.Bind(calc);
-  calc.SetExpression("ghost * 2");
-  calc.InfixToPostFix();
-  calc.ClearNameTable();  // the name the compiler entered is gone
-  EXPECT_EQ(calc.CalcOp(nullptr).GetSize(), 0);
-  EXPECT_EQ(calc.ErrorCount, 1);
-  EXPECT_STREQ(calc.ErrorMessage.c_str(), "The name could not be found. : ghost");
+TEST(Postfix, ReservedWordsAndNamesMissingFromTheTableAreReported) {
+  TestBars bars = WalkBars(10);
+  PostfixRun year(bars, "Year + 1");
+  year.Eval();
+  EXPECT_EQ(year.calc.ErrorCount, 1);
+  EXPECT_STREQ(year.calc.ErrorMessage.c_str(), "There is an error at a variable definition.");
+  PostfixRun ghost(bars, "ghost * 2");
+  ghost.calc.ClearNameTable();  // the name the compiler entered is gone
+  EXPECT_EQ(ghost.Eval().GetSize(), 0);
+  EXPECT_STREQ(ghost.calc.ErrorMessage.c_str(), "The name could not be found. : ghost");
+  LangScope ko(kLangKorean);  // the postfix path's own wording
+  PostfixRun month(bars, "Month");
+  month.Eval();
+  EXPECT_EQ(month.calc.ErrorMessage.str(), Cp949("변수 정의에 오류가 있습니다."));
 }
 
 TEST(Postfix, FormulaEndingInAnAssignmentReturnsTheVariable) {
-  TestBars bars = Market(20);
-  SVector r = Postfix(bars, "y = 3; x = c * 2");
-  ASSERT_EQ(r.GetSize(), 20);
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(r[i], bars[kClose][i] * 2) << i;
-  EXPECT_EQ(Postfix(bars, "2 + 3 * 4").Number(), 14.0);
-  EXPECT_EQ(Postfix(bars, "10 - 4 - 3").Number(), 3.0);
+  TestBars bars = WalkBars(20);
+  EXPECT_EQ(Values(PostfixRun(bars, "y = 3; x = c * 2").Eval()), Values(bars[kClose] * 2));
+  EXPECT_EQ(PostfixRun(bars, "2 + 3 * 4").Eval().Number(), 14.0);
 }
 
 TEST(Postfix, OverlongAndMalformedFormulasDoNotCrash) {
-  TestBars bars = Market(20);
+  TestBars bars = WalkBars(20);
   std::string longSum = "c";
   for (int i = 0; i < 300; ++i) longSum += " + c(" + std::to_string(i % 5) + ")";
-  const std::string formulas[] = {longSum, "((((", "))))", "avg(", "avg(c,", ", , ;", "c c c", "-", "= = 3",
-                                  "pow(c)", "f(1)(2)", "x = ; x", "if(c)", "@#$ + 1", "c ^ ^ 2"};
-  for (const std::string& f : formulas) {
-    SVector r = Postfix(bars, f);
-    EXPECT_LE(r.GetSize(), 20) << f;
-  }
+  EXPECT_LE(PostfixRun(bars, longSum).Eval().GetSize(), 20);
+  for (const char* f : {"((((", "))))", "avg(", "avg(c,", ", , ;", "c c c", "-", "= = 3", "pow(c)", "f(1)(2)",
+                        "x = ; x", "if(c)", "@#$ + 1", "c ^ ^ 2"})
+    EXPECT_LE(PostfixRun(bars, f).Eval().GetSize(), 20) << f;
   SCalc never;
   EXPECT_EQ(never.CalcOp(nullptr).GetSize(), 0);  // nothing compiled
   EXPECT_EQ(never.GetEvalValue(3)->GetSize(), 0);
@@ -291,17 +152,10 @@ TEST(Postfix, CopiesOfStacksStartEmptyAndCopiedEnginesStillEvaluate) {
   SStack copy(s);
   EXPECT_EQ(copy.top, -1);
   EXPECT_EQ(copy.count, kPostfixCapacity);
-  EXPECT_EQ(copy.capacity, kPostfixCapacity);
-
-  TestBars bars = Market(40);
-  SCalc calc;
-  bars.Bind(calc);
-  calc.SetExpression("avg(c, 4)");
-  calc.InfixToPostFix();
-  SCalc other = calc;
-  SVector r = other.CalcOp(nullptr);
-  EXPECT_EQ(ValidValues(r), ValidValues(calc.CalcOp(nullptr)));
-  EXPECT_EQ(r.GetStartIndex(), 3);
+  TestBars bars = WalkBars(40);
+  PostfixRun p(bars, "avg(c, 4)");
+  SCalc other = p.calc;
+  ExpectSame(Evaluate(bars, "avg(c, 4)"), other.CalcOp(nullptr), "copied engine");
 }
 
 }  // namespace

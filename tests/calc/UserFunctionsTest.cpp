@@ -6,9 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "CalcTestUtil.h"
-
-using namespace chartcalc::detail;
+#include "calc/CalcTestUtil.h"
 
 namespace {
 
@@ -27,89 +25,55 @@ struct UserCalc {
     calc.SetExpression(formula.c_str());
     return calc.Calculate();
   }
-  double Var(const char* name) {
-    const Name* n = calc.Look(name, 0);
-    return n ? n->value.Number() : -999;
+  // The formula's valid values; it must calculate without error.
+  std::vector<double> Valid(const std::string& formula) {
+    SVector r = Run(formula);
+    EXPECT_EQ(calc.ErrorCount, 0) << formula << ": " << calc.ErrorMessage.c_str();
+    return ValidValues(r);
+  }
+  double Var(const char* name) { return calc.Look(name, 0) ? calc.Look(name, 0)->value.Number() : -999; }
+  // close * k + d for the closes of bars [0, to).
+  std::vector<double> Close(double k, double d, int to = 8) {
+    std::vector<double> out;
+    for (int i = 0; i < to; ++i) out.push_back(bars[kClose][i] * k + d);
+    return out;
   }
 };
 
-std::vector<double> Plus(const SVector& s, double k) {
-  std::vector<double> out = Values(s);
-  for (double& v : out) v += k;
-  return out;
-}
-
-TEST(UserFunctions, CallBindsArgumentsAndGivesTheCallerItsVariablesBack) {
+TEST(UserFunctions, CallBindsArgumentsDelaysAndGivesTheCallerItsVariablesBack) {
   UserCalc u({"f|a + b|a|b"});
-  SVector r = u.Run("a = 100; f(close, 1)");
-  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
-  EXPECT_EQ(Values(r), Plus(u.bars[kClose], 1));
-  EXPECT_EQ(u.Var("a"), 100);  // existed before the call: restored
-  EXPECT_EQ(u.Var("b"), 1);    // created by the call: stays
-}
-
-TEST(UserFunctions, TrailingArgumentDelaysTheValue) {
-  UserCalc u({"f|a + b|a|b"});
-  SVector r = u.Run("a = 7; f(close, 1, 2)");
-  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
-  // (close + 1) two bars later: 11, 12, ... from bar 2 on.
-  ASSERT_EQ(r.GetStartIndex(), 2);
-  ASSERT_EQ(r.GetSize(), 8);
-  for (int i = 2; i < 8; ++i) EXPECT_EQ(r[i], u.bars[kClose][i - 2] + 1) << i;
+  EXPECT_EQ(u.Valid("a = 100; f(close, 1)"), u.Close(1, 1));
+  EXPECT_EQ(u.Var("a"), 100);                                     // existed before the call: restored
+  EXPECT_EQ(u.Var("b"), 1);                                       // created by the call: stays
+  EXPECT_EQ(u.Valid("a = 7; f(close, 1, 2)"), u.Close(1, 1, 6));  // two bars later, from bar 2 on
+  EXPECT_EQ(u.Run("f(close, 1, 2)").GetStartIndex(), 2);
   EXPECT_EQ(u.Var("a"), 7);
 }
 
-TEST(UserFunctions, CallsNestInArgumentsAndBodies) {
-  UserCalc u({"add|a + b|a|b", "twice|add(x, x)|x", "quad|twice(twice(x))|x"});
-  EXPECT_EQ(Values(u.Run("add(add(close, 1), 1)")), Plus(u.bars[kClose], 2));
-  SVector q = u.Run("QUAD(close) * 2 + 1");  // names ignore case; the caller reads on after the call
-  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
-  std::vector<double> expected = Values(u.bars[kClose]);
-  for (double& v : expected) v = v * 8 + 1;
-  EXPECT_EQ(Values(q), expected);
-}
-
-TEST(UserFunctions, BodyRunsItsOwnStatementsAndSeesTheCallersVariables) {
-  UserCalc u({"g|t = x * 2; // doubled\n t + k|x", "same|y\n/* comment */ \n|y"});
-  SVector r = u.Run("k = 5; g(close)");
-  ASSERT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
-  std::vector<double> expected = Values(u.bars[kClose]);
-  for (double& v : expected) v = v * 2 + 5;
-  EXPECT_EQ(Values(r), expected);
+TEST(UserFunctions, CallsNestAndBodiesRunTheirOwnStatementsWithTheCallersVariables) {
+  UserCalc u({"add|a + b|a|b", "twice|add(x, x)|x", "quad|twice(twice(x))|x", "g|t = x * 2; // doubled\n t + k|x",
+              "same|y\n/* comment */ \n|y"});
+  EXPECT_EQ(u.Valid("add(add(close, 1), 1)"), u.Close(1, 2));
+  EXPECT_EQ(u.Valid("QUAD(close) * 2 + 1"), u.Close(8, 1));  // names ignore case; the caller reads on
+  EXPECT_EQ(u.Valid("k = 5; g(close)"), u.Close(2, 5));
   EXPECT_NE(u.calc.Look("t", 0), nullptr);
-  EXPECT_EQ(Values(u.Run("same(close)")), Values(u.bars[kClose]));
-  EXPECT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
+  EXPECT_EQ(u.Valid("same(close)"), u.Close(1, 0));
+  std::string square = Cp949("제곱|값 * 값|값");
+  UserCalc korean({square.c_str()});
+  LangScope ko(kLangKorean);
+  EXPECT_EQ(korean.Valid(Cp949("제곱(close)"))[2], 144);
 }
 
-TEST(UserFunctions, KoreanNamesAreCalled) {
-  std::string def = Cp949("제곱|값 * 값|값");
-  UserCalc u({def.c_str()});
-  LangScope korean(kLangKorean);
-  SVector r = u.Run(Cp949("제곱(close)"));
-  ASSERT_EQ(u.calc.ErrorCount, 0);
-  EXPECT_EQ(r[2], 144);
-}
-
-TEST(UserFunctions, TheCallLimitCountsEveryCallOfOneCalculation) {
+TEST(UserFunctions, TheCallLimitCountsEveryCallOfOneCalculationAndStopsRecursion) {
   UserCalc u({"one|1|", "r|r(x) + 1|x"});
   std::string calls = "one()";
   for (int i = 1; i < kMaxUserCalls; ++i) calls += " + one()";
-  SVector ok = u.Run(calls);
-  EXPECT_EQ(u.calc.ErrorCount, 0) << u.calc.ErrorMessage.c_str();
-  EXPECT_EQ(ok[0], kMaxUserCalls);
+  EXPECT_EQ(u.Valid(calls)[0], kMaxUserCalls);
   u.Run(calls + " + one()");
-  EXPECT_GT(u.calc.ErrorCount, 0);
   EXPECT_STREQ(u.calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
-  u.Run(calls);  // a new calculation starts counting again
-  EXPECT_EQ(u.calc.ErrorCount, 0);
-}
-
-TEST(UserFunctions, RecursionStopsAtTheLimitWithItsMessage) {
-  UserCalc u({"r|r(x) + 1|x"});
-  SVector v = u.Run("x = 3; r(close)");
-  EXPECT_GT(u.calc.ErrorCount, 0);
+  u.Valid(calls);  // a new calculation starts counting again
+  EXPECT_EQ(u.Run("x = 3; r(close)").GetStartIndex(), kInvalidStart);
   EXPECT_STREQ(u.calc.ErrorMessage.c_str(), "Function methods are so coplicated.");
-  EXPECT_EQ(v.GetStartIndex(), kInvalidStart);
   EXPECT_EQ(u.Var("x"), 3);  // every level gave its caller's variables back
   LangScope korean(kLangKorean);
   u.Run("r(close)");
@@ -169,113 +133,76 @@ TEST(UserFunctions, ConvertExpressionSubstitutesStoredValues) {
   EXPECT_EQ(std::strlen(out), static_cast<size_t>(kMaxExpression - 1));
 }
 
-TEST(SFunctionList, GrowsClearsAndAnswersOutsideIndicesWithAnEmptyRecord) {
+TEST(SFunctionList, DelimitedTextGrowsTheListAndOutsideIndicesGiveAnEmptyRecord) {
   SFunctionList list;
-  EXPECT_EQ(list.GetCapacity(), 100);
-  SFunction f;
-  for (int i = 0; i < 101; ++i) {
-    f.Name = SString(i);
-    list.Add(f);
-  }
-  EXPECT_EQ(list.GetCapacity(), 200);
-  EXPECT_STREQ(list[100].Name.c_str(), "100");
+  for (const char* text : {"f | a + b\x01 | a | b", "solo", "k|1|", "many|x|p0|p1|p2|p3|p4|p5|p6|p7|p8|p9|p10"})
+    list.SetExpressionWithVariable(text);
+  EXPECT_STREQ(list[0].Name.c_str(), "f");  // names are trimmed, expressions keep their spaces
+  EXPECT_STREQ(list[0].Expression.c_str(), " a + b ");
+  EXPECT_STREQ(list[0].VarName[1].c_str(), "b");
+  EXPECT_TRUE(list[1].Expression.IsEmpty());
+  EXPECT_EQ(list[2].GetVarCount(), 0);
+  EXPECT_EQ(list[3].GetVarCount(), kMaxFunctionVars);  // parameters beyond the limit are dropped
+  for (int i = 4; i < 101; ++i) list.SetExpressionWithVariable(std::to_string(i).c_str());
   list[-1].Name = "scribbled";
   EXPECT_TRUE(list[-1].Name.IsEmpty());
   EXPECT_TRUE(list[101].Name.IsEmpty());
   list.Delete(0);
   list.Delete(500);  // ignored
-  EXPECT_EQ(list.GetCount(), 100);
-  EXPECT_STREQ(list[0].Name.c_str(), "1");
   SFunctionList copy(list);
   list.Clear();
-  EXPECT_EQ(list.GetCount(), 0);
-  EXPECT_EQ(list.GetCapacity(), 20);
-  list.SetMaxSize(10);
-  EXPECT_EQ(list.GetCapacity(), 20);
   list.SetMaxSize(64);
   EXPECT_EQ(list.GetCapacity(), 64);
   EXPECT_EQ(copy.GetCount(), 100);
+  EXPECT_STREQ(copy[0].Name.c_str(), "solo");
   EXPECT_STREQ(copy[99].Name.c_str(), "100");
 }
 
-TEST(SFunctionList, DelimitedTextGivesNameExpressionAndParameters) {
-  SFunctionList list;
-  list.SetExpressionWithVariable("f | a + b\x01 | a | b");
-  list.SetExpressionWithVariable("solo");
-  list.SetExpressionWithVariable("k|1|");
-  list.SetExpressionWithVariable("many|x|p0|p1|p2|p3|p4|p5|p6|p7|p8|p9|p10");
-  ASSERT_EQ(list.GetCount(), 4);
-  EXPECT_STREQ(list[0].Name.c_str(), "f");
-  EXPECT_STREQ(list[0].Expression.c_str(), " a + b ");
-  EXPECT_EQ(list[0].GetVarCount(), 2);
-  EXPECT_STREQ(list[0].VarName[1].c_str(), "b");
-  EXPECT_STREQ(list[1].Name.c_str(), "solo");
-  EXPECT_TRUE(list[1].Expression.IsEmpty());
-  EXPECT_EQ(list[2].GetVarCount(), 0);
-  EXPECT_EQ(list[3].GetVarCount(), kMaxFunctionVars);
-  EXPECT_STREQ(list[3].VarName[9].c_str(), "p9");
-}
-
-// The user-function database of a test's own index directory.
-struct FunctionDb {
-  std::string dir;
-  FunctionDb() {
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    dir = std::string(CHARTCALC_TEST_TMP) + "/" + info->name() + "/";
-    std::filesystem::remove_all(dir);
-    SetIndexDir(dir.c_str());
-    EXPECT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
-  }
-  ~FunctionDb() { SetIndexDir("./"); }
-  void Add(const char* name, const char* expr, std::vector<const char*> vars, bool deleted = false) {
+// The user-function database in the test's own index directory: skips
+// deleted records and records without a name; without records or without a
+// database the list ends up empty.
+TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
+  const std::string dir = std::string(CHARTCALC_TEST_TMP) + "/ReadFunction/";
+  std::filesystem::remove_all(dir);
+  struct IndexDir {
+    explicit IndexDir(const std::string& d) { SetIndexDir(d.c_str()); }
+    ~IndexDir() { SetIndexDir("./"); }
+  } scope(dir);
+  ASSERT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
+  auto add = [](const char* name, const char* expression, bool deleted) {
     DDB db(getIndexDBFileName(4).c_str(), getUserDBFileName(4).c_str(), 1);
     db.SetExtension(getIndexDBExt(4));
     ASSERT_EQ(db.Append(name), 1);
     db.InsField("IndexName", name);
-    db.InsField("Expression0", expr);
-    for (size_t i = 0; i < vars.size(); ++i) {
-      db.InsField(("VarName" + std::to_string(i)).c_str(), vars[i]);
-      db.InsField(("VarValue" + std::to_string(i)).c_str(), "5");
-    }
+    db.InsField("Expression0", expression);
+    db.InsField("VarName0", "a");
+    db.InsField("VarName1", "b");
+    db.InsField("VarValue1", "5");
     ASSERT_EQ(db.WriteRecord(), 1);
-    if (deleted) ASSERT_EQ(db.Delete(), 1);
-  }
-};
-
-TEST(SFunctionList, ReadFunctionLoadsValidRecordsOfTheDatabase) {
-  FunctionDb db;
-  db.Add("  diff  ", "a - b", {"a", "b"});
-  db.Add("   ", "ignored", {});
-  db.Add("gone", "x", {"x"}, true);
-  db.Add("avg3", "avg(x, 3)", {"x"});
-  SFunctionList list;
-  ASSERT_EQ(list.ReadFunction(), 1);
-  ASSERT_EQ(list.GetCount(), 2);
-  EXPECT_STREQ(list[0].Name.c_str(), "diff");
-  EXPECT_STREQ(list[0].Expression.c_str(), "a - b");
-  EXPECT_STREQ(list[0].VarName[1].c_str(), "b");
-  EXPECT_STREQ(list[0].VarValue[1].c_str(), "5");
-  EXPECT_STREQ(list[1].Name.c_str(), "avg3");
-  TestBars bars;
-  bars[kClose] = Series({1, 2, 3, 4});
-  SCalc calc;
-  bars.Bind(calc);
-  calc.SetFunction(&list);
-  calc.SetExpression("diff(close, 1)");
-  EXPECT_EQ(Values(calc.Calculate()), (std::vector<double>{0, 1, 2, 3}));
-}
-
-TEST(SFunctionList, ReadFunctionOfOnlyDeletedRecordsLeavesAnEmptyList) {
-  FunctionDb db;
-  db.Add("gone", "x", {"x"}, true);
+    if (deleted) {
+      ASSERT_EQ(db.Delete(), 1);
+    }
+  };
+  add("gone", "a", true);
   SFunctionList list;
   list.SetExpressionWithVariable("old|1");
   EXPECT_EQ(list.ReadFunction(), 0);
   EXPECT_EQ(list.GetCount(), 0);
-  EXPECT_EQ(list.GetCapacity(), 20);
-  std::filesystem::remove_all(db.dir);
-  EXPECT_EQ(list.ReadFunction(), 0);  // no database at all
-  EXPECT_FALSE(std::filesystem::exists(db.dir));
+  add("  diff  ", "a - b", false);
+  add("   ", "ignored", false);
+  add("avg3", "avg(a, b)", false);
+  ASSERT_EQ(list.ReadFunction(), 1);
+  ASSERT_EQ(list.GetCount(), 2);
+  EXPECT_STREQ(list[0].Name.c_str(), "diff");
+  EXPECT_STREQ(list[0].Expression.c_str(), "a - b");
+  EXPECT_STREQ(list[0].VarValue[1].c_str(), "5");
+  EXPECT_STREQ(list[1].Name.c_str(), "avg3");
+  TestBars bars;
+  bars[kClose] = Series({1, 2, 3, 4});
+  EXPECT_EQ(Values(Evaluate(bars, "diff(close, 1)", &list).value), (std::vector<double>{0, 1, 2, 3}));
+  std::filesystem::remove_all(dir);
+  EXPECT_EQ(list.ReadFunction(), 0);
+  EXPECT_FALSE(std::filesystem::exists(dir));
 }
 
 }  // namespace

@@ -1,0 +1,137 @@
+// Price-data words, date and time, the averaging-method words, and the math
+// functions: their values against the standard library called bar by bar,
+// the rule that a domain or range error zeroes the rest of the series, and
+// pow's size rules.
+#include <cmath>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "calc/CalcTestUtil.h"
+#include "calc/DataVariables.h"
+#include "calc/MathFunctions.h"
+
+namespace {
+
+// Provenance: the expected dates and times are read off the literal date-time values.
+TEST(DataWords, WordsGiveTheirBoundSeriesAndDateAndTimeTheDateTimeFrame) {
+  TestBars bars;  // slot k holds 100 * (k + 1) + bar and starts at bar k % 3
+  for (int k = 0; k < kPriceSlots; ++k) {
+    bars[k] = SVector(6);
+    for (int i = 0; i < 6; ++i) bars[k][i] = 100.0 * (k + 1) + i;
+    bars[k].SetStartIndex(k % 3);
+  }
+  // clang-format off
+  const std::pair<const char*, int> words[] = {
+      {"c", kClose}, {"close", kClose}, {"CLOSE", kClose}, {"o", kOpen}, {"open", kOpen}, {"h", kHigh},
+      {"high", kHigh}, {"l", kLow}, {"low", kLow}, {"v", kVolume}, {"volume", kVolume}, {"oi", kOpenInterest},
+      {"OPENINTEREST", kOpenInterest}, {"amount", kAmount}, {"spread", kSpread}};
+  // clang-format on
+  for (const auto& [word, slot] : words) ExpectSame(Evaluate(bars, word), bars[slot], word);
+  ExpectCases(bars, {{"close(2)", 6, 2, {100, 101, 102, 103}}});
+  // Daily bars first, then intraday bars of two days.
+  bars[kDateTime] =
+      Series({20240102, 20240103, 20240104093000.0, 20240104153000.0, 20240105000100.0, 20240105235959.0}, 2);
+  const std::vector<double> dates = {20240102, 20240103, 20240104, 20240104, 20240105, 20240105};
+  const std::vector<double> times = {0, 0, 93000, 153000, 100, 235959};
+  EXPECT_EQ(Values(DateOfBars(bars[kDateTime])), dates);
+  EXPECT_EQ(Values(TimeOfBars(bars[kDateTime])), times);
+  for (const char* word : {"date", "d", "DATE"}) ExpectCases(bars, {{word, 6, 2, {dates.begin() + 2, dates.end()}}});
+  for (const char* word : {"Time", "time"}) ExpectCases(bars, {{word, 6, 2, {times.begin() + 2, times.end()}}});
+  SVector dt = Series({20240104093000.0 - 0.0005});  // stored just below its second: that second
+  EXPECT_EQ(TimeOfBars(dt)[0], 93000.0);
+  EXPECT_EQ(DateOfBars(dt)[0], 20240104.0);
+}
+
+TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
+  TestBars bars;
+  bars[kClose] = Series({1, 2, 3});
+  // clang-format off
+  const std::tuple<std::string, int, double> cases[] = {
+      {"Simple", kLangEnglish, 0}, {"SIMPLE", kLangEnglish, 0}, {"Exponetial", kLangEnglish, 1},
+      {"Weighted", kLangEnglish, 2}, {"Geometric", kLangEnglish, 3}, {"Harmonic", kLangEnglish, 4},
+      {Cp949("단순"), kLangKorean, 0}, {Cp949("지수"), kLangKorean, 1}, {Cp949("가중"), kLangKorean, 2},
+      {Cp949("기하"), kLangKorean, 3}, {Cp949("조화"), kLangKorean, 4}};
+  // clang-format on
+  for (const auto& [word, lang, value] : cases) {
+    {
+      LangScope scope(lang);
+      ExpectCases(bars, {{word, 3, 0, std::vector<double>(3, value)}});  // broadcast like any constant
+    }
+    LangScope other(lang == kLangEnglish ? kLangKorean : kLangEnglish);
+    EXPECT_GT(Evaluate(bars, word).errors, 0) << word << " in the other language";
+  }
+  // The misspelling is the word; the correct spelling is not a method word.
+  EXPECT_GT(Evaluate(bars, "Exponential").errors, 0);
+}
+
+// ---- math functions ---------------------------------------------------------------
+
+// Inside every function's domain; bar 0 is before close's start.
+TestBars Fractions() {
+  TestBars bars;
+  bars[kClose] = Series({0.9, 0.1, 0.75, 0.25, 0.5}, 1);
+  return bars;
+}
+
+TEST(MathFunctions, EveryFunctionAppliesToEveryValidBarWhateverTheNamesCase) {
+  // clang-format off
+  const std::pair<std::string, double (*)(double)> cases[] = {
+      {"abs", [](double v) { return std::fabs(v); }},   {"log", [](double v) { return std::log(v); }},
+      {"log10", [](double v) { return std::log10(v); }}, {"sqrt", [](double v) { return std::sqrt(v); }},
+      {"sin", [](double v) { return std::sin(v); }},     {"cos", [](double v) { return std::cos(v); }},
+      {"tan", [](double v) { return std::tan(v); }},     {"asin", [](double v) { return std::asin(v); }},
+      {"acos", [](double v) { return std::acos(v); }},   {"atan", [](double v) { return std::atan(v); }},
+      {"sinh", [](double v) { return std::sinh(v); }},   {"cosh", [](double v) { return std::cosh(v); }},
+      {"tanh", [](double v) { return std::tanh(v); }},   {"pow", [](double v) { return v * v; }}};
+  // clang-format on
+  TestBars bars = Fractions();
+  for (const auto& [name, reference] : cases) {
+    std::string upper = name;
+    for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    std::vector<double> want;
+    for (int i = 1; i < 5; ++i) want.push_back(reference(bars[kClose][i]));
+    const std::string args = name == "pow" ? "(c, 2)" : "(c)";
+    ExpectCases(bars, {{name + args, 5, 1, want}, {upper + args, 5, 1, want}});
+  }
+}
+
+TEST(MathFunctions, FirstDomainErrorZeroesThatBarAndEveryLaterOne) {
+  TestBars bars = Fractions();
+  // clang-format off
+  ExpectCases(bars, {
+      {"sqrt(0.3 - c)", 5, 1, {std::sqrt(0.3 - 0.1), 0, 0, 0}},  // bar 3 would be valid again but stays 0
+      {"sqrt(c - 0.2)", 5, 1, {0, 0, 0, 0}},
+      {"log(c - 0.1)", 5, 1, {0, 0, 0, 0}},  // pole error at the first valid bar
+      {"acos(c * 2)", 5, 1, {std::acos(0.1 * 2), 0, 0, 0}},
+      {"cosh(c * 4000)", 5, 1, {std::cosh(0.1 * 4000), 0, 0, 0}},  // overflow at bar 2
+      {"sqrt(16) + pow(2, 3)", 5, 1, {12, 12, 12, 12}}});  // math of numbers is broadcast like any constant
+  // clang-format on
+  SVector r = ApplyMathElement(Series({std::nan(""), 4}), [](double v) { return std::sqrt(v); });
+  EXPECT_TRUE(std::isnan(r[0]));  // a NaN argument is no error
+  EXPECT_EQ(r[1], 2.0);
+}
+
+TEST(MathFunctions, PowTakesTheFrameOfItsSeriesArguments) {
+  SVector x = Series({1, 2, 3, 4}, 1), y = Series({2, 2, 0.5, 3}, 2);
+  SVector r = PowSeries(x, y);  // same sizes: bar by bar, valid from the later start
+  EXPECT_EQ(r.GetStartIndex(), 2);
+  EXPECT_EQ(ValidValues(r), (std::vector<double>{std::sqrt(3.0), 64.0}));
+  r = PowSeries(SVector(2.0), y);  // a number base takes the exponent's frame
+  EXPECT_EQ(r.IsSeries(), 1);
+  EXPECT_EQ(r.GetStartIndex(), 2);
+  EXPECT_EQ(ValidValues(r), (std::vector<double>{std::sqrt(2.0), 8}));
+  r = PowSeries(x, SVector(2.0));  // a number exponent keeps the base's frame
+  EXPECT_EQ(r.GetStartIndex(), 1);
+  EXPECT_EQ(ValidValues(r), (std::vector<double>{4, 9, 16}));
+  r = PowSeries(SVector(2.0), SVector(3.0));
+  EXPECT_EQ(r.IsSeries(), 0);
+  EXPECT_EQ(Values(r), std::vector<double>{8.0});
+  // Two series of different sizes: an empty series, no message.
+  EXPECT_EQ(PowSeries(x, Series({1, 2, 3})).GetSize(), 0);
+  TestBars bars = Fractions();
+  bars[kOpen] = Series({1, 2, 3});
+  ExpectCases(bars, {{"pow(c, o)", 0, 0, {}}});
+}
+
+}  // namespace
