@@ -45,9 +45,9 @@ TEST(IndicatorCommand, ListPrintsEveryShippedDefinitionNameFirst) {
   std::set<std::string> kinds, names;
   for (const auto& row : Rows(RunTool({"indicator", "list"}).out, '\t')) {
     ASSERT_EQ(row.size(), 3u);
+    EXPECT_FALSE(row[2].empty()) << row[0];  // every one has a description
     kinds.insert(row[1]);
     names.insert(row[0]);
-    EXPECT_FALSE(row[2].empty()) << row[0];
   }
   EXPECT_EQ(kinds, (std::set<std::string>{"indicator", "system", "function"}));
   for (const char* name : {"MACD", "RSI", "Bollinger", "DMI", "MACross", "DualThrust", "Hammer"})

@@ -1,10 +1,12 @@
 // The tool's CSV reader fills a price record through AddData: date and time
-// forms, field routing, sizing the series once, reading in pieces, and
-// leaving nothing behind on a bad row.
+// forms, field routing, sizing the series once, reading in pieces, leaving
+// nothing behind on a bad row; and the bundled intraday sample it reads.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "CliTestUtil.h"
 #include "PriceCsv.h"
@@ -138,6 +140,31 @@ TEST(PriceCsvReader, AnEmptyFileHasNoHeaderAndAHeaderAloneNoBars) {
   EXPECT_NE(error.find("no 'date' column"), std::string::npos) << error;
   ASSERT_TRUE(ReadPriceCsv(WriteFile("header.csv", "date,open,high,low,close,volume"), d, error)) << error;
   EXPECT_EQ(Bars(d), 0);
+}
+
+const std::string kIntraday = std::string(CHARTCALC_DATA_DIR) + "/sample_intraday.csv";
+constexpr int kDays = 20;
+constexpr int kBarsPerDay = 14;
+
+TEST(IntradaySample, HasTwentyDaysOfHalfHourBarsFromNineToHalfPastThree) {
+  SPriceData p;
+  std::string error;
+  ASSERT_TRUE(ReadPriceCsv(kIntraday, p, error)) << error;
+  ASSERT_EQ(Bars(p), kDays * kBarsPerDay);
+  const SVector& dt = p.GetSeries(kDateTime);
+  int days = 1;
+  for (int i = 0; i < Bars(p); ++i) {
+    int k = i % kBarsPerDay;
+    ASSERT_EQ(GetTimeOfDay(dt[i]), 90000 + k / 2 * 10000 + k % 2 * 3000) << i;
+    if (i > 0 && GetCompDate(dt[i]) != GetCompDate(dt[i - 1])) ++days;
+    ASSERT_LE(p.GetSeries(kLow)[i], std::min(p.GetSeries(kOpen)[i], p.GetSeries(kClose)[i])) << i;
+    ASSERT_GE(p.GetSeries(kHigh)[i], std::max(p.GetSeries(kOpen)[i], p.GetSeries(kClose)[i])) << i;
+  }
+  EXPECT_EQ(days, kDays);
+  // The day functions see the same days.
+  std::vector<std::string> index = Values(RunTool({"eval", "--data", kIntraday, "DayIndex()"}).out);
+  ASSERT_EQ(index.size(), static_cast<size_t>(Bars(p)));
+  for (size_t i = 0; i < index.size(); ++i) ASSERT_EQ(index[i], std::to_string(i % kBarsPerDay)) << i;
 }
 
 }  // namespace

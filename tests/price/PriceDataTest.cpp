@@ -29,17 +29,15 @@ TEST(PriceData, FieldCodesReachTheSeriesTheyNameNotTheStorageSlotOfTheirNumber) 
   struct Route {
     int code, engineSlot, storageSlot;
   };
-  const Route routes[] = {
-      {kFieldClose, kClose, kBaseClose},
-      {kFieldOpen, kOpen, kBaseOpen},
-      {kFieldHigh, kHigh, kBaseHigh},
-      {kFieldLow, kLow, kBaseLow},
-      {kFieldDateTime, kDateTime, kBaseDateTime},
-      {kFieldVolume, kVolume, kBaseVolume},
-      {kFieldAmount, kAmount, kBaseAmount},
-      {kFieldOpenInterest, kOpenInterest, kBaseOpenInterest},
-      {kFieldSpread, kSpread, kBaseSpread},
-  };
+  const Route routes[] = {{kFieldClose, kClose, kBaseClose},
+                          {kFieldOpen, kOpen, kBaseOpen},
+                          {kFieldHigh, kHigh, kBaseHigh},
+                          {kFieldLow, kLow, kBaseLow},
+                          {kFieldDateTime, kDateTime, kBaseDateTime},
+                          {kFieldVolume, kVolume, kBaseVolume},
+                          {kFieldAmount, kAmount, kBaseAmount},
+                          {kFieldOpenInterest, kOpenInterest, kBaseOpenInterest},
+                          {kFieldSpread, kSpread, kBaseSpread}};
   for (const Route& r : routes) {
     SPriceData d;
     d.AddData(r.code, 42);
@@ -191,6 +189,7 @@ TEST(PriceData, AssignmentCopiesIntoIndependentRecordsAndAMissingOwnedRecordRese
   a.PriceProperty->PriceChartType = 7;
   a.AddData(kFieldClose, 1);
   a.SetBaseInfoValue(1, 8);
+  ASSERT_TRUE(b.BaseInfo && b.SRLines);
   EXPECT_STREQ(b.SymbolCode.c_str(), "005930");
   EXPECT_EQ(std::tuple(b.GetSeries(kClose).GetSize(), b.CompanionIndex[3].LineData[2].GetSize()), std::tuple(1, 1));
   EXPECT_EQ(std::tuple(b.PriceProperty->PriceChartType, b.BaseInfo->Value[1], b.SRLines->LineValue[4]),
