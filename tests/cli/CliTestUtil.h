@@ -1,6 +1,8 @@
-// Runs the chartcalc tool in-process and keeps what it printed.
+// Runs the chartcalc tool in-process and keeps what it printed; writes the
+// files it reads and splits the CSV it prints.
 #pragma once
 
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,4 +20,39 @@ inline ToolRun RunTool(const std::vector<std::string>& args) {
   std::ostringstream out, err;
   int status = RunChartcalc(args, out, err);
   return {status, out.str(), err.str()};
+}
+
+// A file of the test scratch directory holding text; returns its path.
+inline std::string WriteFile(const std::string& name, const std::string& text) {
+  std::string path = std::string(CHARTCALC_TEST_TMP) + "/" + name;
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
+}
+
+// The rows of printed text split into cells at sep; a quoted cell loses its
+// quotes and keeps its separators (CSV only).
+inline std::vector<std::vector<std::string>> Rows(const std::string& text, char sep = ',') {
+  std::vector<std::vector<std::string>> rows;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    rows.emplace_back(1);
+    bool quoted = false;
+    for (char c : line) {
+      if (c == '"' && sep == ',')
+        quoted = !quoted;
+      else if (c == sep && !quoted)
+        rows.back().emplace_back();
+      else
+        rows.back().back() += c;
+    }
+  }
+  return rows;
+}
+
+// The last column of printed CSV without its header: one value per bar.
+inline std::vector<std::string> Values(const std::string& csv) {
+  std::vector<std::string> values;
+  for (const auto& row : Rows(csv)) values.push_back(row.back());
+  if (!values.empty()) values.erase(values.begin());
+  return values;
 }

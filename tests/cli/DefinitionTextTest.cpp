@@ -1,11 +1,13 @@
 // The definitions text read by the build: every key lands in its field,
-// continuation lines join, and every mistake names its file and line.
+// continuation lines join, every mistake names its file and line, and the
+// shipped texts read.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "DefinitionText.h"
@@ -32,61 +34,35 @@ std::string ErrorOf(const std::string& text) {
 
 }  // namespace
 
-TEST(DefinitionText, IndicatorKeysFillTheirFields) {
+TEST(DefinitionText, EveryKindsKeysFillTheirFieldsAndContinuationLinesJoin) {
   auto defs = Parse(
-      "# comment\n"
-      "kind: indicator\n"
-      "\n"
-      "[Bands]\n"
-      "description: Two bands.\n"
-      "var: period = 20\n"
-      "var: width=2.5\n"
-      "line: Upper(%period%) = avg(c, period) +\n"
-      "    width * stdev(c, period)\r\n"
-      "bars: Width = 2 * width * stdev(c, period)\n"
-      "base: 0, 1.5\n"
-      "[Second]\n"
-      "line: c = c\n");
+      "# comment\nkind: indicator\n\n[Bands]\ndescription: Two bands.\nvar: period = 20\nvar: width=2.5\n"
+      "line: Upper(%period%) = avg(c, period) +\n    width * stdev(c, period)\r\n"
+      "bars: Width = 2 * width * stdev(c, period)\nbase: 0, 1.5\n[Second]\nline: c = c\n");
   ASSERT_EQ(defs.size(), 2u);
   const SIndex& x = defs[0].index;
-  EXPECT_EQ(defs[0].line, 4);
-  EXPECT_EQ(x.IndexName, SString("Bands"));
-  EXPECT_EQ(x.IndexType, kIndexIndicator);
-  EXPECT_EQ(x.Description, SString("Two bands."));
-  EXPECT_EQ(x.VarName[1], SString("width"));
-  EXPECT_EQ(x.VarValue[1], SString("2.5"));
-  EXPECT_EQ(x.ExpName[0], SString("Upper(%period%)"));
-  EXPECT_EQ(x.Expression[0], SString("avg(c, period) +\nwidth * stdev(c, period)"));
-  EXPECT_EQ(x.LineType[0], 0);
-  EXPECT_EQ(x.ExpName[1], SString("Width"));
-  EXPECT_EQ(x.LineType[1], 1);
-  EXPECT_EQ(x.YValue[0], SString("0"));
-  EXPECT_EQ(x.YValue[1], SString("1.5"));
-  EXPECT_EQ(defs[1].index.Expression[0], SString("c"));
-}
+  EXPECT_EQ(std::tuple(defs[0].line, x.IndexName.str(), x.IndexType, x.Description.str()),
+            std::tuple(4, "Bands", kIndexIndicator, "Two bands."));
+  EXPECT_EQ(std::tuple(x.VarName[1].str(), x.VarValue[1].str()), std::tuple("width", "2.5"));
+  EXPECT_EQ(std::tuple(x.ExpName[0].str(), x.Expression[0].str(), x.LineType[0]),
+            std::tuple("Upper(%period%)", "avg(c, period) +\nwidth * stdev(c, period)", 0));
+  EXPECT_EQ(std::tuple(x.ExpName[1].str(), x.LineType[1]), std::tuple("Width", 1));
+  EXPECT_EQ(std::tuple(x.YValue[0].str(), x.YValue[1].str()), std::tuple("0", "1.5"));
+  EXPECT_EQ(defs[1].index.Expression[0].str(), "c");
 
-TEST(DefinitionText, OtherKindsTakeTheirOwnKeys) {
-  auto systems = Parse("kind: system\n[S]\nvar: n = 5, 2, 9, 1\nvar: k = 3\nlong entry:\n  c > o\nshort exit: c < o\n");
-  ASSERT_EQ(systems.size(), 1u);
-  const SIndex& s = systems[0].index;
-  EXPECT_EQ(s.IndexType, kIndexSystem);
-  EXPECT_EQ(s.VarStart[0], SString("2"));
-  EXPECT_EQ(s.VarEnd[0], SString("9"));
-  EXPECT_EQ(s.VarIncrement[0], SString("1"));
-  EXPECT_TRUE(s.VarStart[1].IsEmpty());
-  EXPECT_EQ(s.Expression[0], SString("c > o"));
-  EXPECT_TRUE(s.Expression[1].IsEmpty());
-  EXPECT_EQ(s.Expression[3], SString("c < o"));
-
-  auto functions = Parse("kind: function\n[F]\nparam: a\nparam: b\nformula: a + b\n");
-  EXPECT_EQ(functions[0].index.VarName[1], SString("b"));
-  EXPECT_TRUE(functions[0].index.VarValue[1].IsEmpty());
-  EXPECT_EQ(functions[0].index.Expression[0], SString("a + b"));
-
-  auto patterns = Parse("kind: pattern\n[P]\nbullish: c > o\nbearish: c < o\n");
-  EXPECT_EQ(patterns[0].index.Expression[1], SString("c < o"));
-  auto single = Parse("kind: expression\n[E]\nformula: (h + l) / 2\nperiod: 20\n");
-  EXPECT_EQ(single[0].index.Period, SString("20"));
+  const SIndex s =
+      Parse("kind: system\n[S]\nvar: n = 5, 2, 9, 1\nvar: k = 3\nlong entry:\n  c > o\nshort exit: c < o\n")
+          .at(0)
+          .index;
+  EXPECT_EQ(
+      std::tuple(s.IndexType, s.VarStart[0].str(), s.VarEnd[0].str(), s.VarIncrement[0].str(), s.VarStart[1].str()),
+      std::tuple(kIndexSystem, "2", "9", "1", ""));
+  EXPECT_EQ(std::tuple(s.Expression[0].str(), s.Expression[1].str(), s.Expression[3].str()),
+            std::tuple("c > o", "", "c < o"));
+  const SIndex f = Parse("kind: function\n[F]\nparam: a\nparam: b\nformula: a + b\n").at(0).index;
+  EXPECT_EQ(std::tuple(f.VarName[1].str(), f.VarValue[1].str(), f.Expression[0].str()), std::tuple("b", "", "a + b"));
+  EXPECT_EQ(Parse("kind: pattern\n[P]\nbullish: c > o\nbearish: c < o\n").at(0).index.Expression[1].str(), "c < o");
+  EXPECT_EQ(Parse("kind: expression\n[E]\nformula: (h + l) / 2\nperiod: 20\n").at(0).index.Period.str(), "20");
 }
 
 TEST(DefinitionText, KoreanTextBecomesCodePage949) {
@@ -94,7 +70,7 @@ TEST(DefinitionText, KoreanTextBecomesCodePage949) {
       Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n");
   std::string name;
   ASSERT_TRUE(Utf8ToCp949("가격", name));
-  EXPECT_EQ(defs[0].index.IndexName.str(), name);
+  EXPECT_EQ(defs.at(0).index.IndexName.str(), name);
   EXPECT_EQ(Cp949ToUtf8Lossy(defs[0].index.Expression[0].str()), "avg(c, 기간)");
 }
 

@@ -1,30 +1,14 @@
-// chartcalc eval end to end: CSV reading, output and exit statuses.
+// chartcalc eval and the options every subcommand shares: the printed CSV,
+// exit statuses and the messages that name the cause.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "CliTestUtil.h"
-#include "PriceCsv.h"
-
-using namespace chartcalc::detail;
+#include "chartcalc.h"
 
 namespace {
-
-std::string WriteFile(const std::string& name, const std::string& text) {
-  std::string path = std::string(CHARTCALC_TEST_TMP) + "/" + name;
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string l; std::getline(in, l);) lines.push_back(l);
-  return lines;
-}
 
 TEST(EvalCommand, PrintsOneRowPerBarWithEmptyCellsBeforeTheStart) {
   std::string csv = WriteFile("three.csv",
@@ -35,110 +19,59 @@ TEST(EvalCommand, PrintsOneRowPerBarWithEmptyCellsBeforeTheStart) {
                               "2024-01-04,1,2,0.5,2,100\n");
   ToolRun r = RunTool({"eval", "--data", csv, "a = 0.5; a(1) * 4"});
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(Lines(r.out), (std::vector<std::string>{"bar,datetime,value", "0,20240102,", "1,20240103,2",
-                                                     "2,20240104,2"}));
+  EXPECT_EQ(r.out, "bar,datetime,value\n0,20240102,\n1,20240103,2\n2,20240104,2\n");
+  ToolRun sample = RunTool({"eval", "1"});  // the bundled ten years of daily bars
+  EXPECT_EQ(sample.out.substr(0, 32), "bar,datetime,value\n0,20150102,1\n");
+  EXPECT_GT(Rows(sample.out).size(), 2500u);
 }
 
-TEST(EvalCommand, FormulaErrorExitsWithTwoAndTheMessageInTheChosenLanguage) {
-  ToolRun r = RunTool({"eval", "xyz"});
-  EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.err, "error: xyzis not defined.\n");
-  EXPECT_TRUE(r.out.empty());
-  r = RunTool({"eval", "--lang", "ko", "1 2"});
-  EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.err, "error: 연산자가 필요합니다\n");
-  r = RunTool({"eval", "--lang=ko", "값 +"});
-  EXPECT_EQ(r.err, "error: 값이(가) 정의되지 않았습니다.\n");
-}
-
-TEST(EvalCommand, UnusableInputExitsWithOneAndNamesTheFileAndLine) {
+TEST(EvalCommand, FailuresExitWithTheirStatusAndAMessageNamingTheCause) {
+  const std::string head = "date,open,high,low,close,volume\n";
+  auto withData = [](const char* name, const std::string& text) {
+    return std::vector<std::string>{"eval", "--data", WriteFile(name, text), "1"};
+  };
   struct Case {
-    const char* name;
-    const char* csv;
-    const char* expect;
+    std::vector<std::string> args;
+    int status;
+    std::string err;
   };
   const Case cases[] = {
-      {"baddate.csv", "date,open,high,low,close,volume\n20240102,1,1,1,1,1\n2024-13-01,1,1,1,1,1\n",
-       "baddate.csv:3: bad date"},
-      {"badnum.csv", "date,open,high,low,close,volume\n20240102,1,1,1,x,1\n", "badnum.csv:2: bad number 'x'"},
-      {"nocol.csv", "date,open,high,low,close\n20240102,1,1,1,1\n", "nocol.csv:1: no 'volume' column"},
-      {"inf.csv", "date,open,high,low,close,volume\n20240102,1,1,1,inf,1\n", "inf.csv:2: bad number"},
+      {{"eval", "xyz"}, 2, "error: xyzis not defined.\n"},
+      {{"eval", "--lang", "ko", "1 2"}, 2, "error: 연산자가 필요합니다\n"},
+      {{"eval", "--lang=ko", "값 +"}, 2, "error: 값이(가) 정의되지 않았습니다.\n"},
+      {withData("baddate.csv", head + "20240102,1,1,1,1,1\n2024-13-01,1,1,1,1,1\n"), 1, "baddate.csv:3: bad date"},
+      {withData("badnum.csv", head + "20240102,1,1,1,x,1\n"), 1, "badnum.csv:2: bad number 'x' in column 'close'"},
+      {withData("inf.csv", head + "20240102,1,1,1,inf,1\n"), 1, "inf.csv:2: bad number 'inf'"},
+      {withData("nocol.csv", "date,open,high,low,close\n20240102,1,1,1,1\n"), 1, "nocol.csv:1: no 'volume' column"},
+      {withData("badtime.csv", "date,time,open,high,low,close,volume\n20240105,25:00,1,1,1,1,1\n"), 1,
+       "badtime.csv:2: bad time '25:00'"},
+      {{"eval", "--data", "/no/such/file.csv", "1"}, 1, "/no/such/file.csv: cannot open the file"},
+      {{"eval"}, 1, "eval takes exactly one FORMULA"},
+      {{"eval", std::string(kMaxExpression, '1')}, 1, "the formula is longer than 4095 bytes"},
+      {{"eval", "\xF0\x9F\x98\x80"}, 1, "not UTF-8 text that code page 949 can hold"},
+      {{"eval", "--lang", "fr", "1"}, 1, "--lang must be en or ko"},
+      {{"eval", "1", "--lang"}, 1, "--lang needs a value"},
+      {{"eval", "--bogus", "1"}, 1, "unknown option --bogus"},
+      {{"frobnicate"}, 1, "unknown subcommand 'frobnicate'"},
   };
   for (const Case& c : cases) {
-    ToolRun r = RunTool({"eval", "--data", WriteFile(c.name, c.csv), "1"});
-    EXPECT_EQ(r.status, 1) << c.name;
-    EXPECT_NE(r.err.find(c.expect), std::string::npos) << r.err;
-    EXPECT_TRUE(r.out.empty()) << c.name;
-  }
-  EXPECT_EQ(RunTool({"eval", "--data", "/no/such/file.csv", "1"}).status, 1);
-  EXPECT_EQ(RunTool({"eval"}).status, 1);
-  EXPECT_EQ(RunTool({"eval", "--lang", "fr", "1"}).status, 1);
-  EXPECT_EQ(RunTool({"eval", "--bogus", "1"}).status, 1);
-  EXPECT_EQ(RunTool({"frobnicate"}).status, 1);
-  EXPECT_EQ(RunTool({"eval", "\xF0\x9F\x98\x80"}).status, 1);
-}
-
-TEST(EvalCommand, HelpIsAnsweredEverywhere) {
-  ToolRun r = RunTool({"--help"});
-  EXPECT_EQ(r.status, 0);
-  EXPECT_NE(r.out.find("chartcalc eval"), std::string::npos);
-  r = RunTool({"eval", "--help"});
-  EXPECT_EQ(r.status, 0);
-  EXPECT_NE(r.out.find("usage: chartcalc eval"), std::string::npos);
-}
-
-TEST(EvalCommand, BundledSampleHasTenYearsOfDailyBars) {
-  ToolRun r = RunTool({"eval", "1"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  std::vector<std::string> lines = Lines(r.out);
-  EXPECT_GT(lines.size(), 2500u);
-  EXPECT_EQ(lines[1], "0,20150102,1");
-}
-
-TEST(PriceCsv, DateAndTimeForms) {
-  struct Case {
-    const char* cell;
-    bool ok;
-    int date, time;
-    bool hasTime;
-  };
-  const Case cases[] = {
-      {"20240105", true, 20240105, 0, false},
-      {"20240105093000", true, 20240105, 93000, true},
-      {"2024-01-05", true, 20240105, 0, false},
-      {"2024-01-05 09:30", true, 20240105, 93000, true},
-      {"2024-01-05 09:30:15", true, 20240105, 93015, true},
-      {"2024-01-05T15:30:00", true, 20240105, 153000, true},
-      {"2024-02-30", false, 0, 0, false},
-      {"20240105256000", false, 0, 0, false},
-      {"2024/01/05", false, 0, 0, false},
-      {"", false, 0, 0, false},
-  };
-  for (const Case& c : cases) {
-    int date = 0, time = 0;
-    bool hasTime = false;
-    EXPECT_EQ(ParseDateCell(c.cell, date, time, hasTime), c.ok) << c.cell;
-    if (!c.ok) continue;
-    EXPECT_EQ(date, c.date) << c.cell;
-    EXPECT_EQ(time, c.time) << c.cell;
-    EXPECT_EQ(hasTime, c.hasTime) << c.cell;
+    ToolRun r = RunTool(c.args);
+    EXPECT_EQ(r.status, c.status) << c.err;
+    EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+    EXPECT_TRUE(r.out.empty()) << c.err;
   }
 }
 
-TEST(PriceCsv, SeparateTimeColumnMakesIntradayBarsAndOptionalColumnsReadAsZero) {
-  std::string csv = WriteFile("intraday.csv",
-                              "\xEF\xBB\xBF" "date,time,open,high,low,close,volume,oi\n"
-                              "20240105,09:30,1,2,0.5,1.5,100,7\n"
-                              "20240105,1000,1,2,0.5,1.5,100,\n");
-  SPriceData p;
-  std::string error;
-  ASSERT_TRUE(ReadPriceCsv(csv, p, error)) << error;
-  EXPECT_EQ(Bars(p), 2);
-  EXPECT_EQ(p.GetSeries(kDateTime)[0], 20240105093000.0);
-  EXPECT_EQ(p.GetSeries(kDateTime)[1], 20240105100000.0);
-  EXPECT_EQ(p.GetSeries(kOpenInterest)[0], 7.0);
-  EXPECT_EQ(p.GetSeries(kOpenInterest)[1], 0.0);
-  EXPECT_EQ(p.GetSeries(kSpread)[1], 0.0);
+TEST(EvalCommand, HelpIsAnsweredEverywhereAndNoArgumentsIsAnError) {
+  ToolRun overview = RunTool({"--help"});
+  EXPECT_EQ(overview.status, 0);
+  EXPECT_NE(overview.out.find("chartcalc eval"), std::string::npos);
+  ToolRun usage = RunTool({"eval", "--help"});
+  EXPECT_EQ(usage.status, 0);
+  EXPECT_EQ(usage.out.find("usage: chartcalc eval"), 0u);
+  ToolRun none = RunTool({});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_NE(none.err.find("Subcommands:"), std::string::npos);
 }
 
 }  // namespace

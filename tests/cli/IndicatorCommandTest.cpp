@@ -1,54 +1,63 @@
 // chartcalc indicator: listing and showing the definitions of an index
-// directory, the shipped ones by default.
+// directory (the shipped ones by default), and calc, check and lookback of
+// one of them over the price data, whole or bar by bar.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <set>
-#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "CliTestUtil.h"
 #include "chartcalc.h"
 
-using namespace chartcalc::detail;
-
 namespace {
 
-std::vector<std::vector<std::string>> Rows(const std::string& text) {
-  std::vector<std::vector<std::string>> rows;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) {
-    rows.emplace_back();
-    std::istringstream cells(line);
-    for (std::string cell; std::getline(cells, cell, '\t');) rows.back().push_back(cell);
-  }
-  return rows;
+std::vector<std::string> Names(const char* kind) {
+  std::vector<std::string> names;
+  for (const auto& row : Rows(RunTool({"indicator", "list", "--kind", kind}).out, '\t')) names.push_back(row[0]);
+  return names;
 }
 
-}  // namespace
+// Same rows and cells: the header and empty cells alike, numbers within
+// rounding.
+void ExpectSameCsv(const std::string& got, const std::string& want, const std::string& what) {
+  auto a = Rows(got), b = Rows(want);
+  ASSERT_EQ(a.size(), b.size()) << what;
+  for (size_t r = 0; r < b.size(); ++r) {
+    ASSERT_EQ(a[r].size(), b[r].size()) << what << " row " << r;
+    for (size_t c = 0; c < b[r].size(); ++c) {
+      if (r == 0 || a[r][c].empty() || b[r][c].empty()) {
+        EXPECT_EQ(a[r][c], b[r][c]) << what << " row " << r << " column " << c;
+      } else {
+        double y = std::stod(b[r][c]);
+        EXPECT_NEAR(std::stod(a[r][c]), y, 1e-9 * std::max(1.0, std::fabs(y)))
+            << what << " row " << r << " column " << c;
+      }
+    }
+  }
+}
 
 TEST(IndicatorCommand, ListPrintsEveryShippedDefinitionNameFirst) {
-  ToolRun all = RunTool({"indicator", "list"});
-  ASSERT_EQ(all.status, 0) << all.err;
   std::set<std::string> kinds, names;
-  for (const auto& row : Rows(all.out)) {
+  for (const auto& row : Rows(RunTool({"indicator", "list"}).out, '\t')) {
     ASSERT_EQ(row.size(), 3u);
+    EXPECT_FALSE(row[2].empty()) << row[0];  // every one has a description
     kinds.insert(row[1]);
     names.insert(row[0]);
-    EXPECT_FALSE(row[2].empty()) << row[0];
   }
   EXPECT_EQ(kinds, (std::set<std::string>{"indicator", "system", "function"}));
   for (const char* name : {"MACD", "RSI", "Bollinger", "DMI", "MACross", "DualThrust", "Hammer"})
     EXPECT_TRUE(names.count(name)) << name;
-  ToolRun systems = RunTool({"indicator", "list", "--kind", "system"});
-  EXPECT_EQ(Rows(systems.out).size(), 10u);
-  for (const auto& row : Rows(systems.out)) EXPECT_EQ(row[1], "system");
+  EXPECT_EQ(Names("system").size(), 10u);
   EXPECT_EQ(RunTool({"indicator", "list", "--kind=pattern"}).out, "");
 }
 
 TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
-  ToolRun r = RunTool({"indicator", "show", "rsi"});  // names ignore case
+  ToolRun r = RunTool({"indicator", "show", "rsi", "--kind", "indicator"});  // names ignore case
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out,
             "name\tRSI\nkind\tindicator\n"
@@ -57,8 +66,7 @@ TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
             "line\t0\tRSI(%period%)\trsi(period)\n"
             "line\t1\tSignal(%signal%)\tavg(rsi(period), signal)\n"
             "base\t30\nbase\t70\n");
-  ToolRun system = RunTool({"indicator", "show", "MACross"});
-  auto rows = Rows(system.out);
+  auto rows = Rows(RunTool({"indicator", "show", "MACross"}).out, '\t');
   ASSERT_GE(rows.size(), 8u);
   EXPECT_EQ(rows[3], (std::vector<std::string>{"variable", "short", "5", "3", "20", "1"}));
   EXPECT_EQ(rows[5], (std::vector<std::string>{"line", "0", "long entry", "crossup(avg(c, short), avg(c, long))"}));
@@ -67,28 +75,109 @@ TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
       << candle.out;
 }
 
-TEST(IndicatorCommand, KindLimitsTheSearchAndUnknownNamesFail) {
-  EXPECT_EQ(RunTool({"indicator", "show", "RSI", "--kind", "indicator"}).status, 0);
-  ToolRun wrongKind = RunTool({"indicator", "show", "RSI", "--kind", "system"});
-  EXPECT_EQ(wrongKind.status, 1);
-  EXPECT_NE(wrongKind.err.find("there is no definition 'RSI'"), std::string::npos) << wrongKind.err;
+TEST(IndicatorCommand, CalcPrintsOneColumnPerLineNamedWithItsVariables) {
+  ToolRun r = RunTool({"indicator", "calc", "bollinger", "--var", "PERIOD=10", "--var=width=3"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  auto rows = Rows(r.out);
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"bar", "datetime", "Upper", "Middle(10)", "Lower"}));
+  ASSERT_GT(rows.size(), 100u);
+  EXPECT_EQ(rows[1], (std::vector<std::string>{"0", "20150102", "", "", ""}));
+  EXPECT_EQ(rows[9][4], "");  // bar 8: before the 10-bar average's first value
+  EXPECT_NE(rows[10][4], "");
+  // The middle line is the formula the engine gives for the same average.
+  auto average = Rows(RunTool({"eval", "avg(c, 10)"}).out);
+  ASSERT_EQ(average.size(), rows.size());
+  for (size_t i = 10; i < rows.size(); ++i) EXPECT_EQ(rows[i][3], average[i][2]) << i;
+  EXPECT_EQ(Rows(RunTool({"indicator", "calc", "MACD"}).out)[0][2], "MACD(12,26)");
+}
+
+TEST(IndicatorCommand, SystemsPrintTheirSignalsAtTheClose) {
+  auto rows = Rows(RunTool({"indicator", "calc", "MACross"}).out);
+  std::vector<std::string> close = Values(RunTool({"eval", "c"}).out);
+  ASSERT_EQ(rows.size(), close.size() + 1);
+  EXPECT_EQ(rows[0],
+            (std::vector<std::string>{"bar", "datetime", "long entry", "long exit", "short entry", "short exit"}));
+  int signals = 0;
+  for (size_t i = 1; i < rows.size(); ++i) {
+    for (size_t k = 2; k < 6; ++k) {
+      if (rows[i][k].empty() || rows[i][k] == "0") continue;
+      EXPECT_EQ(rows[i][k], close[i - 1]) << i;
+      ++signals;
+    }
+  }
+  EXPECT_GT(signals, 10);
+}
+
+TEST(IndicatorCommand, StreamedAndWholeCalculationsAgreeForEveryShippedIndicator) {
+  std::vector<std::string> names = Names("indicator");
+  for (const std::string& system : Names("system")) names.push_back(system);
+  ASSERT_GT(names.size(), 30u);
+  for (const std::string& name : names) {
+    ToolRun whole = RunTool({"indicator", "calc", name});
+    ToolRun streamed = RunTool({"indicator", "calc", name, "--stream"});
+    ASSERT_EQ(whole.status, 0) << name << ": " << whole.err;
+    ASSERT_EQ(streamed.status, 0) << name << ": " << streamed.err;
+    ExpectSameCsv(streamed.out, whole.out, name);
+  }
+}
+
+TEST(IndicatorCommand, CheckAndLookbackReportInTheChosenLanguage) {
   struct Case {
     std::vector<std::string> args;
-    const char* error;
+    int status;
+    std::string out;
   };
   const Case cases[] = {
-      {{"indicator", "list", "--kind", "candles"}, "--kind must be"},
-      {{"indicator", "list", "--kind"}, "--kind needs a value"},
-      {{"indicator", "show"}, "show takes exactly one NAME"},
-      {{"indicator", "show", "a", "b"}, "show takes exactly one NAME"},
-      {{"indicator", "remove", "RSI"}, "indicator takes list or show NAME"},
-      {{"indicator"}, "indicator takes list or show NAME"},
-      {{"eval", "--kind", "system", "c"}, "unknown option --kind"},  // other subcommands do not take it
+      {{"indicator", "check", "RSI"}, 0, "ok\n"},
+      {{"indicator", "check", "RSI", "--var", "signal= "},
+       2,
+       "variable\tThere is no designated variable equal to signal.\n"},
+      {{"indicator", "check", "--lang", "ko", "RSI", "--var", "signal="},
+       2,
+       "variable\tsignal에 해당하는 변수값이 없읍니다.\n"},
+      {{"indicator", "lookback", "SMA"}, 0, "20\n"},
+      {{"indicator", "lookback", "SMA", "--var", "period=5"}, 0, "5\n"},
+      {{"indicator", "lookback", "MACD"}, 0, "34\n"},
   };
   for (const Case& c : cases) {
     ToolRun r = RunTool(c.args);
-    EXPECT_EQ(r.status, 1) << c.args.back();
-    EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
+    EXPECT_EQ(r.status, c.status) << c.out;
+    EXPECT_EQ(r.out, c.out);
+  }
+}
+
+TEST(IndicatorCommand, BadArgumentsAndBrokenFormulasAreReported) {
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+    std::string err;
+  };
+  const Case cases[] = {
+      {{"indicator", "calc", "NoSuchThing"}, 1, "error: there is no definition 'NoSuchThing'"},
+      {{"indicator", "show", "RSI", "--kind", "system"}, 1, "error: there is no definition 'RSI'"},
+      {{"indicator", "calc"}, 1, "error: calc takes exactly one NAME"},
+      {{"indicator", "show", "a", "b"}, 1, "error: show takes exactly one NAME"},
+      {{"indicator", "calc", "SMA", "--var", "length=5"},
+       1,
+       "error: SMA has no variable 'length' (its variables: period)"},
+      {{"indicator", "calc", "SMA", "--var", "period"}, 1, "error: --var takes NAME=VALUE"},
+      {{"indicator", "show", "SMA", "--var", "period=5"}, 1, "error: --var applies to calc, check and lookback only"},
+      {{"indicator", "lookback", "SMA", "--stream"}, 1, "error: --stream applies to calc only"},
+      {{"indicator", "list", "--kind", "candles"}, 1, "error: --kind must be"},
+      {{"indicator", "list", "--kind"}, 1, "error: --kind needs a value"},
+      {{"indicator", "remove", "RSI"}, 1, "error: indicator takes list or show NAME"},
+      {{"indicator"}, 1, "error: indicator takes list or show NAME"},
+      {{"eval", "--kind", "system", "c"}, 1, "error: unknown option --kind"},  // other subcommands do not take it
+      {{"indicator", "calc", "SMA", "--data", "/no/such/file.csv"}, 1, "error: /no/such/file.csv: cannot open"},
+      {{"indicator", "calc", "SMA", "--var", "period=)"}, 2, "error: line 0 (SMA())): "},
+      {{"indicator", "calc", "SMA", "--var", "period=-3", "--stream"}, 2, "error: line 0 (SMA(-3)): Moving average"},
+      {{"indicator", "calc", "SMA", "--var", "period= "}, 2, "error: There is no designated variable equal to period."},
+  };
+  for (const Case& c : cases) {
+    ToolRun r = RunTool(c.args);
+    EXPECT_EQ(r.status, c.status) << c.err << ": " << r.err;
+    EXPECT_EQ(r.err.substr(0, c.err.size()), c.err);
+    EXPECT_TRUE(r.out.empty()) << c.err;
   }
 }
 
@@ -96,8 +185,7 @@ TEST(IndicatorCommand, OwnDefinitionsAreListedInUtf8AndAnEmptyDirectoryStaysEmpt
   std::string dir = std::string(CHARTCALC_TEST_TMP) + "/cli.indicator-own";
   std::filesystem::remove_all(dir);
   ToolRun empty = RunTool({"indicator", "list", "--index-dir", dir});
-  EXPECT_EQ(empty.status, 0);
-  EXPECT_EQ(empty.out, "");
+  EXPECT_EQ(std::tuple(empty.status, empty.out), std::tuple(0, ""));
   EXPECT_FALSE(std::filesystem::exists(dir));
   SetIndexDir(dir.c_str());
   std::string name, description;
@@ -113,3 +201,5 @@ TEST(IndicatorCommand, OwnDefinitionsAreListedInUtf8AndAnEmptyDirectoryStaysEmpt
   EXPECT_NE(shown.out.find("line\t0\t\tc\n"), std::string::npos) << shown.out;
   SetIndexDir("./");
 }
+
+}  // namespace

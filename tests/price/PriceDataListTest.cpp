@@ -1,7 +1,9 @@
-// The price-data list: ID assignment, reuse of slots, deletion, growth,
-// selection, the fallback record, copying and the archive.
+// The price-data list (ID assignment, reuse of slots, growth, selection, the
+// fallback record, copying, the archive) and an indicator bound to one of
+// its records.
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "chartcalc.h"
@@ -16,85 +18,46 @@ std::vector<int> Ids(const SPriceDataList& l) {
   return ids;
 }
 
-TEST(PriceDataList, NewRecordsTakeTheLargestIdInUsePlusOne) {
+TEST(PriceDataList, NewRecordsTakeTheLargestIdInUsePlusOneEvenWhenCopied) {
   SPriceDataList l;
-  EXPECT_EQ(l.GetNextID(), 0);
   EXPECT_EQ(l.Add(), 0);
-  EXPECT_EQ(l.Add(), 1);
+  l[0].SymbolName = "self";
+  l[0].AddData(kFieldClose, 9);
+  ASSERT_EQ(l.Count, l.Capacity);
+  EXPECT_EQ(l.Add(l[0]), 1);  // a record of the list itself, which the growth moves
+  EXPECT_STREQ(l[1].SymbolName.c_str(), "self");
+  EXPECT_EQ(l[1].GetData(kFieldClose, 0), 9);
   l[1].ID = 5;
-  EXPECT_EQ(l.Add(), 6);
+  SPriceData outside;
+  outside.ID = 40;
+  EXPECT_EQ(l.Add(outside), 6);
+  EXPECT_EQ(outside.ID, 40);
   EXPECT_EQ(l.AddSeq(), 3);  // the index, not the ID
   EXPECT_EQ(Ids(l), (std::vector<int>{0, 5, 6, 7}));
   while (l.GetSize() > 0) l.Delete(0);
   EXPECT_EQ(l.Add(), 0);
 }
 
-TEST(PriceDataList, AddingACopyOverwritesItsIdButKeepsEverythingElse) {
-  SPriceDataList l;
-  l.Add();
-  SPriceData r;
-  r.ID = 40;
-  r.SymbolCode = "X";
-  r.AddData(kFieldClose, 3);
-  EXPECT_EQ(l.Add(r), 1);
-  EXPECT_EQ(l[1].ID, 1);
-  EXPECT_STREQ(l[1].SymbolCode.c_str(), "X");
-  EXPECT_EQ(l[1].GetSeries(kClose).GetSize(), 1);
-  EXPECT_EQ(r.ID, 40);
-}
-
-TEST(PriceDataList, AddingARecordOfTheListItselfSurvivesGrowth) {
-  SPriceDataList l;
-  l.Add();
-  l[0].SymbolName = "self";
-  l[0].AddData(kFieldClose, 9);
-  ASSERT_EQ(l.Count, l.Capacity);
-  EXPECT_EQ(l.Add(l[0]), 1);
-  EXPECT_STREQ(l[1].SymbolName.c_str(), "self");
-  EXPECT_EQ(l[1].GetData(kFieldClose, 0), 9);
-}
-
-TEST(PriceDataList, DeleteMovesLaterRecordsDownAndIgnoresOtherIndices) {
+TEST(PriceDataList, DeleteMovesLaterRecordsDownAndAReusedSlotKeepsOnlyItsIdentity) {
   SPriceDataList l;
   for (int i = 0; i < 4; ++i) l.Add();
   l.Delete(4);
   l.Delete(-1);
-  EXPECT_EQ(Ids(l), (std::vector<int>{0, 1, 2, 3}));
   l.Delete(1);
   EXPECT_EQ(Ids(l), (std::vector<int>{0, 2, 3}));
-  EXPECT_EQ(l.GetNextID(), 4);  // not renumbered
+  l[2].SymbolCode = "O1";
+  l[2].TickSize = 0.5;
+  l[2].AuxFlag = 4;
+  l[2].AddData(kFieldClose, 1);
+  l.Delete(2);
+  EXPECT_EQ(l.Add(), 3);
+  EXPECT_STREQ(l[2].SymbolCode.c_str(), "O1");
+  EXPECT_EQ(std::tuple(l[2].TickSize, l[2].AuxFlag, l[2].HasData, l[2].GetSeries(kClose).GetSize()),
+            std::tuple(0.5, 0, 0, 0));
 }
 
-TEST(PriceDataList, AReusedSlotKeepsIdentityButGetsFreshBarsFlagsAndId) {
+TEST(PriceDataList, CapacityGrowsByFiveAndNeitherSetMaxSizeNorClearShrinksIt) {
   SPriceDataList l;
-  l.Add();
-  l[0].SymbolName = "Old";
-  l[0].SymbolCode = "O1";
-  l[0].RealSymbol = "RO1";
-  l[0].ChartCycle = 5;
-  l[0].ChartPeriod = 0;
-  l[0].TickSize = 0.5;
-  l[0].ID = 9;
-  l[0].AddData(kFieldClose, 1);
-  l[0].AuxFlag = 4;
-  l.Delete(0);
-  EXPECT_EQ(l.Add(), 0);
-  const SPriceData& r = l[0];
-  EXPECT_STREQ(r.SymbolName.c_str(), "Old");
-  EXPECT_STREQ(r.SymbolCode.c_str(), "O1");
-  EXPECT_STREQ(r.RealSymbol.c_str(), "RO1");
-  EXPECT_EQ(r.ChartCycle, 5);
-  EXPECT_EQ(r.ChartPeriod, 0);
-  EXPECT_EQ(r.TickSize, 0.5);
-  EXPECT_EQ(r.ID, 0);
-  EXPECT_EQ(r.HasData, 0);
-  EXPECT_EQ(r.AuxFlag, 0);
-  EXPECT_EQ(r.GetSeries(kClose).GetSize(), 0);
-}
-
-TEST(PriceDataList, CapacityGrowsByFiveAndSetMaxSizeNeverShrinks) {
-  SPriceDataList l;
-  EXPECT_EQ(l.Capacity, 1);
   l.Add();
   l[0].SymbolCode = "first";
   l.Add();
@@ -104,63 +67,30 @@ TEST(PriceDataList, CapacityGrowsByFiveAndSetMaxSizeNeverShrinks) {
   l.SetMaxSize(3);
   EXPECT_EQ(l.Capacity, 11);
   l.SetMaxSize(20);
-  EXPECT_EQ(l.Capacity, 20);
-  EXPECT_EQ(l.GetSize(), 7);
+  EXPECT_EQ(std::tuple(l.Capacity, l.GetSize()), std::tuple(20, 7));
   EXPECT_STREQ(l[0].SymbolCode.c_str(), "first");
-}
-
-TEST(PriceDataList, OutOfRangeIndicesAndUnknownIdsGiveTheFallbackRecord) {
-  SPriceDataList l;
-  EXPECT_EQ(&l[0], &l.Fallback);  // empty list
-  l.Add();
-  l.Add();
-  EXPECT_EQ(&l[-1], &l.Fallback);
-  EXPECT_EQ(&l[2], &l.Fallback);
-  EXPECT_EQ(l[-1].ID, -1);
-  const SPriceDataList& c = l;
-  EXPECT_EQ(&c[5], &l.Fallback);
-  EXPECT_EQ(&l.GetCurData(7), &l.Fallback);
-  EXPECT_EQ(l.GetSymbolNoFromID(7), -1);
-  EXPECT_EQ(l.GetSymbolNoFromID(1), 1);
-  EXPECT_EQ(l.GetSymbolIDFromNo(1), 1);
-  EXPECT_EQ(l.GetSymbolIDFromNo(2), -1);
-}
-
-TEST(PriceDataList, SelectionFallsBackToTheFirstSlot) {
-  SPriceDataList l;
-  l.Add();
-  l.Add();
-  l.Add();
-  l.SelectedID = 2;
-  EXPECT_EQ(&l.GetCurData(-1), &l[2]);
-  EXPECT_EQ(&l.GetCurSlectedData(), &l[2]);
-  EXPECT_EQ(l.GetCurSelecedID(), 2);
-  l.Delete(2);
-  EXPECT_EQ(&l.GetCurData(-1), &l.Fallback);  // does not repair the selection
-  EXPECT_EQ(l.SelectedID, 2);
-  EXPECT_EQ(l.GetCurSelecedID(), 0);
-  EXPECT_EQ(l.SelectedID, 0);
-  l.SelectedID = 8;
-  EXPECT_EQ(&l.GetCurSlectedData(), &l[0]);
-  EXPECT_EQ(l.SelectedID, 0);
-}
-
-TEST(PriceDataList, SelectedDataOfAnEmptyListIsTheFirstSlot) {
-  SPriceDataList l;
-  l.SelectedID = 3;
-  SPriceData& r = l.GetCurSlectedData();
-  EXPECT_EQ(&r, &l.Items[0]);
-  EXPECT_EQ(l.SelectedID, l.Items[0].ID);
-}
-
-TEST(PriceDataList, ClearResetsRecordsAndKeepsTheCapacity) {
-  SPriceDataList l;
-  for (int i = 0; i < 3; ++i) l.Add();
   l[1].AddData(kFieldClose, 4);
   l.Clear();
-  EXPECT_EQ(l.GetSize(), 0);
-  EXPECT_EQ(l.Capacity, 6);
-  EXPECT_EQ(l.Items[1].GetSeries(kClose).GetSize(), 0);
+  EXPECT_EQ(std::tuple(l.Capacity, l.GetSize(), l.Items[1].GetSeries(kClose).GetSize()), std::tuple(20, 0, 0));
+}
+
+TEST(PriceDataList, OutOfRangeIndicesUnknownIdsAndALostSelectionGiveTheFallbackOrTheFirstSlot) {
+  SPriceDataList l;
+  EXPECT_EQ(&l[0], &l.Fallback);
+  l.SelectedID = 3;
+  EXPECT_EQ(&l.GetCurSlectedData(), &l.Items[0]);  // even in an empty list
+  for (int i = 0; i < 3; ++i) l.Add();
+  const SPriceDataList& c = l;
+  for (long i : {-1L, 3L}) EXPECT_EQ(&l[i], &l.Fallback) << i;
+  EXPECT_EQ(&c[5], &l.Fallback);
+  EXPECT_EQ(std::tuple(l.GetSymbolNoFromID(7), l.GetSymbolNoFromID(1)), std::tuple(-1, 1));
+  EXPECT_EQ(std::tuple(l.GetSymbolIDFromNo(1), l.GetSymbolIDFromNo(3)), std::tuple(1, -1));
+  l.SelectedID = 2;
+  EXPECT_EQ(&l.GetCurData(-1), &l[2]);
+  l.Delete(2);
+  EXPECT_EQ(&l.GetCurData(-1), &l.Fallback);  // does not repair the selection
+  EXPECT_EQ(l.GetCurSelecedID(), 0);          // this one does
+  EXPECT_EQ(l.SelectedID, 0);
 }
 
 TEST(PriceDataList, AssignmentCopiesRecordsWithTheirIdsButNotSelectionOrCapacity) {
@@ -175,10 +105,8 @@ TEST(PriceDataList, AssignmentCopiesRecordsWithTheirIdsButNotSelectionOrCapacity
   b = a;
   EXPECT_EQ(Ids(b), (std::vector<int>{10, 1, 2}));
   EXPECT_STREQ(b[2].SymbolCode.c_str(), "C");
-  EXPECT_EQ(b.SelectedID, 4);
-  EXPECT_EQ(b.Capacity, 6);
+  EXPECT_EQ(std::tuple(b.SelectedID, b.Capacity), std::tuple(4, 6));
   SPriceDataList c(a);
-  EXPECT_EQ(Ids(c), Ids(a));
   c[2].SymbolCode = "changed";
   EXPECT_STREQ(a[2].SymbolCode.c_str(), "C");
   SPriceDataList& same = b;
@@ -186,41 +114,69 @@ TEST(PriceDataList, AssignmentCopiesRecordsWithTheirIdsButNotSelectionOrCapacity
   EXPECT_EQ(b.GetSize(), 3);
 }
 
-TEST(PriceDataList, ArchiveRoundTripKeepsIdsAndRecords) {
-  SPriceDataList l;
+TEST(PriceDataList, ArchiveRoundTripKeepsIdsAndADamagedCountCannotAllocateWithoutBound) {
+  SPriceDataList l, m;
   for (int i = 0; i < 3; ++i) l.Add();
+  for (int i = 0; i < 4; ++i) m.Add();
   l[1].ID = 8;
   l[1].SymbolCode = "S8";
   l[2].PriceProperty->PriceChartType = 9;
   CFBArchive ar;
   l.Store(ar);
-  ar.SetCategory("PriceDataList");
-  EXPECT_EQ(ar.GetInt("size", 0), 3);
-  ar.SetCategory("PriceData1");
-  EXPECT_EQ(ar.GetInt("ID", 0), 8);
-
-  SPriceDataList m;
-  m.Add();
-  m.Add();
-  m.Add();
-  m.Add();
   m.Load(ar);
   EXPECT_EQ(Ids(m), (std::vector<int>{0, 8, 2}));
   EXPECT_STREQ(m[1].SymbolCode.c_str(), "S8");
   EXPECT_EQ(m[2].PriceProperty->PriceChartType, 9);
+
+  CFBArchive damaged;
+  damaged.SetCategory("PriceDataList");
+  damaged.SetInt("size", 2000000000, 0);
+  m.Load(damaged);
+  EXPECT_LE(m.GetSize(), 1);
+  damaged.SetCategory("PriceDataList");  // loading switched the category
+  damaged.SetInt("size", -4, 0);
+  m.Load(damaged);
+  EXPECT_EQ(m.GetSize(), 0);
 }
 
-TEST(PriceDataList, ADamagedArchiveCountCannotAllocateWithoutBound) {
-  CFBArchive ar;
-  ar.SetCategory("PriceDataList");
-  ar.SetInt("size", 2000000000, 0);
+TEST(IndexBinding, SetDataBindsTheRecordWithTheSymbolsIdElseTheFirstElseTheFallback) {
+  SPriceDataList l, empty;
+  for (int id : {3, 7}) l[l.AddSeq()].ID = id;
+  struct Case {
+    SPriceDataList* list;
+    int id, curIndex;
+    SPriceData* record;
+    const char* what;
+  };
+  const Case cases[] = {
+      {&l, 7, 1, &l[1], "known id"}, {&l, 9, 0, &l[0], "unknown id"}, {&empty, 0, 0, &empty.Fallback, "empty list"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    SIndex index("x", 0);
+    index.SetData(c.list, c.id);
+    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, index.GetCurIndex()), std::tuple(c.list, c.id, c.curIndex));
+    EXPECT_EQ(index.GetCurPriceData(), c.record);
+    for (int k = 0; k < kPriceSlots; ++k) EXPECT_EQ(index.PriceSeries[k], &c.record->GetSeries(k)) << k;
+    index.SetData(nullptr, 9);  // without a list nothing changes
+    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID), std::tuple(c.list, c.id));
+  }
+}
+
+TEST(IndexBinding, OwnDatesTakePrecedenceOverTheRecordsDatesAndPeriod) {
   SPriceDataList l;
-  l.Load(ar);
-  EXPECT_LE(l.GetSize(), 1);
-  ar.SetCategory("PriceDataList");  // loading switched the category
-  ar.SetInt("size", -4, 0);
-  l.Load(ar);
-  EXPECT_EQ(l.GetSize(), 0);
+  l.Add();
+  l[0].ChartPeriod = 0;
+  SIndex unbound("y", 0), index("x", 0);
+  EXPECT_EQ(std::tuple(unbound.GetCurIndex(), unbound.GetCurPriceData(), &unbound.GetDate()),
+            std::tuple(0, static_cast<SPriceData*>(nullptr), &unbound.OwnDate));
+  EXPECT_EQ(unbound.GetChartPeriod(), unbound.ChartPeriod);
+  index.ChartPeriod = 4;
+  index.SetData(&l, 0);
+  EXPECT_EQ(&index.GetDate(), &l[0].GetSeries(kDateTime));
+  EXPECT_EQ(index.GetChartPeriod(), 0);
+  index.OwnDate.Add(1);
+  EXPECT_EQ(&index.GetDate(), &index.OwnDate);
+  EXPECT_EQ(index.GetChartPeriod(), 4);
 }
 
 }  // namespace
