@@ -17,6 +17,7 @@
 #include <span>
 #include <string>
 
+#include "SeededRandom.h"
 #include "chartcalc.h"
 
 using namespace chartcalc::detail;
@@ -39,22 +40,6 @@ struct Bar {
   double open, high, low, close, volume;
 };
 
-// splitmix64, as the sample generator uses: the same numbers on every
-// platform and standard library, so every machine times the same prices.
-struct Rng {
-  uint64_t state;
-  uint64_t Next() {
-    uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-    return z ^ (z >> 31);
-  }
-  double Uniform() { return (static_cast<double>(Next() >> 11) + 0.5) / 9007199254740992.0; }
-  double Normal() {
-    const double kTwoPi = 6.283185307179586;
-    return std::sqrt(-2.0 * std::log(Uniform())) * std::cos(kTwoPi * Uniform());
-  }
-};
 
 // The smooth model: the return of bar i is a product of two sines, a fast
 // one (period ~17 bars) under a slow envelope (period ~570 bars).
@@ -82,7 +67,7 @@ struct WalkBars {
   static constexpr double kDailyPull = 0.0005;
   static constexpr double kBaseVolume = 1.0e6;
 
-  Rng rng{kSeed};
+  SeededRandom rng{kSeed};
 
   static double Tick(double v) { return std::round(v * 100.0) / 100.0; }
 

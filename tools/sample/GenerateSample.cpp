@@ -16,27 +16,13 @@
 #include <cstdio>
 #include <cstring>
 
+#include "SeededRandom.h"
 #include "chartcalc/DateTime.h"
 
 using namespace chartcalc::detail;
 
 namespace {
 
-// splitmix64: small, fast and identical on every platform.
-struct Rng {
-  uint64_t state;
-  uint64_t Next() {
-    uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-    return z ^ (z >> 31);
-  }
-  double Uniform() { return (static_cast<double>(Next() >> 11) + 0.5) / 9007199254740992.0; }
-  double Normal() {
-    const double kTwoPi = 6.283185307179586;
-    return std::sqrt(-2.0 * std::log(Uniform())) * std::cos(kTwoPi * Uniform());
-  }
-};
 
 double Tick(double v) { return std::round(v * 100.0) / 100.0; }
 
@@ -49,7 +35,7 @@ int Weekday(int ymd) {
 }
 
 void Daily() {
-  Rng rng{20150102};
+  SeededRandom rng{20150102};
   std::printf("date,open,high,low,close,volume\n");
   double close = 100.0, vol = 0.015;
   double t = MakeDateTime(20150102, 0);
@@ -81,7 +67,7 @@ double Activity(int k) {
 }
 
 void Intraday() {
-  Rng rng{20241104};
+  SeededRandom rng{20241104};
   std::printf("date,time,open,high,low,close,volume\n");
   double close = 250.0;
   double day = MakeDateTime(20241104, 0);
