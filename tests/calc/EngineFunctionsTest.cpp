@@ -84,55 +84,43 @@ TEST(EngineFunctions, HistoryFlagIsSetExactlyByWholeHistoryFunctions) {
 }
 
 TEST(EngineFunctions, ArgumentErrorsReportTheirMessageInBothLanguages) {
-  struct MessageCase {
-    const char *english, *korean;
-    std::vector<const char*> formulas;
-  };
   // clang-format off
-  const MessageCase cases[] = {
-      {"The period should be no less than one.", "기간이 1보다 작으면 안됩니다.", {"sum(c, 0)"}},
-      {"It is an unknown error.", "알수 없는 오류입니다", {"sum(c"}},
-      {"Moving average period is shorter than 1.", "이동평균 기간이 1보다 작음",
-       {"avg(c, 0)", "eavg(c, -3)", "wavg(c, 0)", "tavg(c, 0)", "gavg(c, 0)", "havg(c, 0)", "ma(c, 0)",
-        "avg(c, pow(0 - 1, 0.5))"}},  // a NaN period truncates to 0
-      {"Unknown error", "알수 없는 오류", {"avg(c", "tavg(c)", "gavg(c)", "havg(c)", "ma(c, 3"}},
-      {"The function use method is not correct", "함수 사용법이 잘못 되었습니다", {"ma(c, 3, foo)", "ma(c, 3, )"}},
-      {"Moving average The period is smaller than one.", "이동평균 기간이 1보다 작음", {"esum(c, 0)"}},
-      {"The period is over one.", "기간은 1이상이어야 합니다.", {"highest(c, 0)", "lowest(c, -1)"}},
-      {"You should select one and over of a positive number.", "1이상의 정수를 사용하여야 합니다",
-       {"valuewhen(0, c > 12, c)"}},
-      {"The first parameter of HighestSince is one and over at the price.",
-       "HighestSince의 첫번째 파라미터는 1이상의 값이어야 합니다.", {"HighestSince(0, c > 12, c)"}},
-      {"The first parameter of LowestSince is one and over at the price.",
-       "LowestSince의 첫번째 파라미터는 1이상의 값이어야 합니다.", {"LowestSince(0, c > 12, c)"}},
-      {"You should use one and over at the value within CCI function.",
-       "CCI 함수의 기간에는 1이상의 정수를 사용하여야 합니다", {"cci(0)"}},
-      {"You should use one and over at the value within RSI function.",
-       "RSI 함수의 기간에는 1이상의 정수를 사용하여야 합니다", {"rsi(-1)"}},
+  const std::pair<const char*, std::vector<const char*>> cases[] = {
+      {"The period should be no less than one.", {"sum(c, 0)"}}, {"It is an unknown error.", {"sum(c"}},
+      {"Moving average period is shorter than 1.", {"avg(c, 0)", "eavg(c, -3)", "wavg(c, 0)", "tavg(c, 0)",
+        "gavg(c, 0)", "havg(c, 0)", "ma(c, 0)", "avg(c, pow(0 - 1, 0.5))"}},  // a NaN period truncates to 0
+      {"Unknown error", {"avg(c", "tavg(c)", "gavg(c)", "havg(c)", "ma(c, 3"}},
+      {"The function use method is not correct", {"ma(c, 3, foo)", "ma(c, 3, )"}},
+      {"Moving average The period is smaller than one.", {"esum(c, 0)"}},
+      {"The period is over one.", {"highest(c, 0)", "lowest(c, -1)"}},
+      {"You should select one and over of a positive number.", {"valuewhen(0, c > 12, c)"}},
+      {"The first parameter of HighestSince is one and over at the price.", {"HighestSince(0, c > 12, c)"}},
+      {"The first parameter of LowestSince is one and over at the price.", {"LowestSince(0, c > 12, c)"}},
+      {"You should use one and over at the value within CCI function.", {"cci(0)"}},
+      {"You should use one and over at the value within RSI function.", {"rsi(-1)"}},
       {"You should use one and over at the value within LinearRegressionValue.",
-       "LinearRegressionValue의 기간에는 1이상의 값을 사용하여야 합니다.",
        {"LinearRegressionSlope(c, 0)", "LinearRegressionValue(c, -4, 0)"}},
-      {"You should use one and over at the price within Correlation.",
-       "Correlation 함수는 기간은 1이상의 값을 사용하여야 합니다", {"Correlation(c, o, 0)"}},
-      {"You should use one and over at the value within RSquared.",
-       "RSquared의 기간에는 1이상의 값을 사용하여야 합니다.", {"RSquared(c, -2)"}},
-      {"The compression unit should be one or more.", "압축 단위는 1 이상이어야 합니다.",
+      {"You should use one and over at the price within Correlation.", {"Correlation(c, o, 0)"}},
+      {"You should use one and over at the value within RSquared.", {"RSquared(c, -2)"}},
+      {"The compression unit should be one or more.",
        {"CompressC(0)", "CompressV(0.5)", "CompressH(-2)", "CompressL()", "CompressD((3))"}},
-      {"There is an error at a variable definition.", "변수의 정의에 오류가 있습니다.", {"Year", "month", "year + 1"}}};
+      {"There is an error at a variable definition.", {"Year", "month", "year + 1"}}};
   // clang-format on
   TestBars bars = WalkBars(10);
-  for (const MessageCase& c : cases) {
-    for (const char* formula : c.formulas) {
+  for (const auto& [message, formulas] : cases) {
+    for (const char* formula : formulas) {
       EvalResult r = Evaluate(bars, formula);
       EXPECT_GE(r.errors, 1) << formula;
-      EXPECT_EQ(r.message, c.english) << formula;
+      EXPECT_EQ(r.message, message) << formula;
       EXPECT_FALSE(r.value.HasValid()) << formula;
-      LangScope ko(kLangKorean);
-      EXPECT_EQ(Evaluate(bars, formula).message, Cp949(c.korean)) << formula;
     }
   }
-  LangScope ko(kLangKorean);
-  for (const char* word : {"년", "월"}) EXPECT_EQ(Evaluate(bars, Cp949(word)).message, Cp949(cases[16].korean));
+  LangScope ko(kLangKorean);  // the Korean words for year and month are reserved too
+  const std::pair<const char*, const char*> korean[] = {{"sum(c, 0)", "기간이 1보다 작으면 안됩니다."},
+                                                        {"CompressC(0)", "압축 단위는 1 이상이어야 합니다."},
+                                                        {"년", "변수의 정의에 오류가 있습니다."},
+                                                        {"월", "변수의 정의에 오류가 있습니다."}};
+  for (const auto& [formula, message] : korean) EXPECT_EQ(Evaluate(bars, Cp949(formula)).message, Cp949(message));
 }
 
 // Every odd argument list ends in a message, in a series without a valid bar
