@@ -44,6 +44,13 @@ struct TestBars {
   }
 };
 
+// Bars with a close series alone.
+inline TestBars CloseBars(const SVector& close) {
+  TestBars b;
+  b[kClose] = close;
+  return b;
+}
+
 // A random walk around `level` from a fixed seed: flat for bars 120-159 (longer
 // than any window the tests use) and climbing from bar 220.
 inline SVector WalkSeries(uint64_t seed, double level, int n = 300) {

@@ -25,22 +25,19 @@ TEST(DataWords, WordsGiveTheirBoundSeriesAndDateAndTimeTheDateTimeFrame) {
   // clang-format on
   for (const auto& [word, slot] : words) ExpectSame(Evaluate(bars, word), bars[slot], word);
   ExpectCases(bars, {{"close(2)", 6, 2, {100, 101, 102, 103}}});
-  // Daily bars first, then intraday bars of two days.
+  // A daily bar first, then intraday bars of two days, valid from bar 1.
   bars[kDateTime] =
-      Series({20240102, 20240103, 20240104093000.0, 20240104153000.0, 20240105000100.0, 20240105235959.0}, 2);
-  const std::vector<double> dates = {20240104, 20240104, 20240105, 20240105}, times = {93000, 153000, 100, 235959};
-  EXPECT_EQ(Values(DateOfBars(bars[kDateTime])),
-            (std::vector<double>{20240102, 20240103, 20240104, 20240104, 20240105, 20240105}));
-  EXPECT_EQ(Values(TimeOfBars(bars[kDateTime])), (std::vector<double>{0, 0, 93000, 153000, 100, 235959}));
-  ExpectCases(bars, {{"date", 6, 2, dates}, {"d", 6, 2, dates}, {"DATE", 6, 2, dates}, {"Time", 6, 2, times}});
+      Series({20240102, 20240103, 20240104093000.0, 20240104153000.0, 20240105000100.0, 20240105235959.0}, 1);
+  const std::vector<double> dates = {20240103, 20240104, 20240104, 20240105, 20240105};
+  const std::vector<double> times = {0, 93000, 153000, 100, 235959};
+  ExpectCases(bars, {{"date", 6, 1, dates}, {"d", 6, 1, dates}, {"DATE", 6, 1, dates}, {"Time", 6, 1, times}});
   const SVector dt = Series({20240104093000.0 - 0.0005});  // stored just below its second: that second
   EXPECT_EQ(TimeOfBars(dt)[0], 93000.0);
   EXPECT_EQ(DateOfBars(dt)[0], 20240104.0);
 }
 
 TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
-  TestBars bars;
-  bars[kClose] = Series({1, 2, 3});
+  TestBars bars = CloseBars(Series({1, 2, 3}));
   // clang-format off
   const std::tuple<std::string, int, double> cases[] = {
       {"Simple", kLangEnglish, 0}, {"SIMPLE", kLangEnglish, 0}, {"Exponetial", kLangEnglish, 1},
@@ -63,11 +60,7 @@ TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
 // ---- math functions ---------------------------------------------------------------
 
 // Inside every function's domain; bar 0 is before close's start.
-TestBars Fractions() {
-  TestBars bars;
-  bars[kClose] = Series({0.9, 0.1, 0.75, 0.25, 0.5}, 1);
-  return bars;
-}
+TestBars Fractions() { return CloseBars(Series({0.9, 0.1, 0.75, 0.25, 0.5}, 1)); }
 
 TEST(MathFunctions, EveryFunctionAppliesToEveryValidBar) {
   // clang-format off

@@ -62,12 +62,10 @@ void ExpectPerWindow(const SVector& got, int n, F f, const std::string& what) {
 }
 
 // Close and open from literal closes; high and low one above and below.
-TestBars FromCloses(const std::vector<double>& closes) {
-  TestBars b;
-  b[kClose] = SVector(static_cast<int>(closes.size()));
-  std::copy(closes.begin(), closes.end(), b[kClose].Data());
-  b[kOpen] = b[kClose], b[kHigh] = b[kClose] + SVector(1.0), b[kLow] = b[kClose] - SVector(1.0);
-  b[kVolume] = b[kClose] * 0.0 + SVector(100.0);
+TestBars FromCloses(const SVector& closes) {
+  TestBars b = CloseBars(closes);
+  b[kOpen] = closes, b[kHigh] = closes + SVector(1.0), b[kLow] = closes - SVector(1.0);
+  b[kVolume] = closes * 0.0 + SVector(100.0);
   return b;
 }
 
@@ -104,19 +102,20 @@ TEST(Indicators, FlatAndMonotoneMarketsGiveExactCciAndRsiNotRoundingNoise) {
   // 0.1 and 33.37 are not exact in binary: a running average of them can
   // differ from the price in the last bit, which must not read as a deviation.
   for (double price : {0.1, 33.37, 1e6 / 3}) {
-    BoundCalc e(FromCloses(std::vector<double>(60, price)));
+    BoundCalc e(FromCloses(SVector(60) * 0.0 + SVector(price)));
     e.bars[kHigh] = e.bars[kLow] = e.bars[kClose];
     for (double v : ValidValues(CalcCci(e.calc, 20))) ASSERT_EQ(v, 0.0) << price;
   }
-  TestBars rising = FromCloses({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), falling = FromCloses({10, 9, 8, 7, 6, 5, 4, 3, 2, 1});
-  TestBars flat = FromCloses(std::vector<double>(10, 5));
+  TestBars rising = FromCloses(Series({1, 2, 3, 4, 5, 6, 7, 8, 9, 10})),
+           falling = FromCloses(Series({10, 9, 8, 7, 6, 5, 4, 3, 2, 1}));
+  TestBars flat = FromCloses(SVector(10) * 0.0 + SVector(5.0));
   ExpectCases(rising, {{"rsi(10)", 0, 0, {}}, {"rsi(3)", 10, 3, std::vector<double>(7, 100)}});  // too few bars
   ExpectCases(falling, {{"rsi(3)", 10, 3, std::vector<double>(7, 0)}});
   ExpectCases(flat, {{"rsi(3)", 10, 3, std::vector<double>(7, 0)}});
 }
 
 TEST(Indicators, VolumeIndicesMoveOnlyOnFallingOrRisingVolume) {
-  BoundCalc e(FromCloses({10, 11, 11, 22, 11}));
+  BoundCalc e(FromCloses(Series({10, 11, 11, 22, 11})));
   e.bars[kVolume] = Series({100, 50, 80, 80, 10});
   // Changes of close: +10 %, 0 %, +100 %, -50 %. Volume falls at bars 1 and 4, rises at 2, stays at 3.
   EXPECT_EQ(Values(CalcNvi(e.calc, e.bars[kClose])), (std::vector<double>{100, 110, 110, 110, 60}));
@@ -131,7 +130,7 @@ TEST(Indicators, VolumeIndicesMoveOnlyOnFallingOrRisingVolume) {
 }
 
 TEST(Indicators, AdAndPvtSkipBarsWithoutRangeOrPrice) {
-  BoundCalc e(FromCloses({11, 13, 12, 10}));
+  BoundCalc e(FromCloses(Series({11, 13, 12, 10})));
   e.bars[kOpen] = Series({10, 10, 12, 11});
   e.bars[kHigh] = Series({12, 14, 12, 13});
   e.bars[kLow] = Series({9, 10, 12, 9});
@@ -145,7 +144,7 @@ TEST(Indicators, AdAndPvtSkipBarsWithoutRangeOrPrice) {
 }
 
 TEST(Indicators, SarFollowsTheStopReversesToTheExtremeAndCapsItsAcceleration) {
-  BoundCalc e(FromCloses({10, 11, 12, 13, 14, 8, 7}));
+  BoundCalc e(FromCloses(Series({10, 11, 12, 13, 14, 8, 7})));
   SVector r = CalcSar(e.calc, 0.02, 0.2);
   EXPECT_EQ(r.GetStartIndex(), 5);
   // Up from low 9 toward high 11; af 0.02 rising by 0.02 with every new high;
@@ -161,8 +160,8 @@ TEST(Indicators, SarFollowsTheStopReversesToTheExtremeAndCapsItsAcceleration) {
   r = CalcCSar(e.calc, 0.02, 0.2);
   EXPECT_EQ(r.GetStartIndex(), 5);
   EXPECT_EQ(std::vector<double>(r.Data() + 1, r.Data() + 5), (std::vector<double>{10, 10, 8, 8.08}));
-  std::vector<double> rising(60);  // every bar a new high: the stop moves toward the high before it
-  std::iota(rising.begin(), rising.end(), 100.0);
+  SVector rising(60);  // every bar a new high: the stop moves toward the high before it
+  std::iota(rising.Data(), rising.Data() + 60, 100.0);
   e.bars = FromCloses(rising);  // assigned in place: the engine still sees the bars
   r = CalcSar(e.calc, 0.03, 0.2);
   auto af = [&](int i) { return (r[i] - r[i - 1]) / (e.bars[kHigh][i - 1] - r[i - 1]); };

@@ -17,13 +17,8 @@ TEST(NameTable, FullTableStillGivesAUsableEntryAndReportsIt) {
 }
 
 struct ParserTest : ::testing::Test, BoundCalc {
-  ParserTest() : BoundCalc(Bars()) {}
+  ParserTest() : BoundCalc(CloseBars(Series({10, 11, 12, 13, 14}, 1))) {}
   using BoundCalc::Run;
-  static TestBars Bars() {
-    TestBars b;
-    b[kClose] = Series({10, 11, 12, 13, 14}, 1);
-    return b;
-  }
 };
 
 TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
@@ -108,12 +103,10 @@ TEST_F(ParserTest, VariablesAndErrorsKeepTheirStateAcrossCalculationsAndCopies) 
   EXPECT_EQ(Run("x = 1; y = x; y(2)").GetStartIndex(), 2);  // delays of variables are not checked
   EXPECT_EQ(calc.ErrorCount, 0);
   SCalc assigned, unbound;
-  copy.SetExpression("a * 3");
-  EXPECT_EQ(copy.Calculate()[4], 21.0);
   assigned = copy;
   copy.ClearNameTable();
-  assigned.SetExpression("a");
-  EXPECT_EQ(assigned.Calculate()[4], 7.0);
+  assigned.SetExpression("a * 3");  // made before InitCalc, the copy kept a
+  EXPECT_EQ(assigned.Calculate()[4], 21.0);
   unbound.SetExpression("1 + 1");
   EXPECT_EQ(unbound.Calculate().GetSize(), 0);
   EXPECT_EQ(unbound.ErrorCount, 0);

@@ -14,11 +14,7 @@ namespace {
 // bar:     0   1   2   3   4   5   6   7   8   9
 // close:  10  11  12  11  13  14  12  11  15  16
 struct SeriesFunctionsTest : ::testing::Test {
-  TestBars bars;
-  void SetUp() override {
-    bars[kClose] = Series({10, 11, 12, 11, 13, 14, 12, 11, 15, 16});
-    bars[kOpen] = Series({9, 9, 9, 9, 9, 9, 9, 9, 9, 9});
-  }
+  TestBars bars = CloseBars(Series({10, 11, 12, 11, 13, 14, 12, 11, 15, 16}));
   EvalResult Eval(const std::string& f) { return Evaluate(bars, f); }
 };
 

@@ -115,17 +115,10 @@ TEST(DayFunctions, IntradayDataStartingMidDayIgnoresTheIncompleteFirstDay) {
   ExpectCases(bars, {{"DayOpen()", 5, 3, {103, 103}}});
 }
 
-// Daily bars make every bar a day of its own; one day leaves only the day
-// index valid, two days no previous full day, no data an empty result.
-TEST(DayFunctions, DailyDataAndTooFewDays) {
-  TestBars daily, oneDay, none;
-  daily[kDateTime] = Series({20240102, 20240103, 20240104, 20240105, 20240108});
-  for (int slot : {kOpen, kHigh, kLow, kClose}) daily[slot] = Series({10, 11, 12, 13, 14});
-  // clang-format off
-  ExpectCases(daily, {{"DayOpen()", 5, 1, {11, 12, 13, 14}}, {"PreDayClose()", 5, 1, {10, 11, 12, 13}},
-                      {"PreDayHigh()", 5, 1, {11, 11, 12, 13}},  // the first full day's own value, then the day before
-                      {"DayIndex()", 5, 0, {0, 0, 0, 0, 0}}});
-  // clang-format on
+// One day leaves only the day index valid, two days no previous full day,
+// no data an empty result.
+TEST(DayFunctions, TooFewDaysLeaveNoValidBarAndNoDataAnEmptyResult) {
+  TestBars oneDay, none;
   oneDay[kDateTime] = Series({20240105090000, 20240105093000, 20240105100000});
   for (int slot : {kOpen, kHigh, kLow, kClose}) oneDay[slot] = Series({1, 2, 3});
   TestBars twoDays = oneDay;

@@ -18,12 +18,8 @@ std::vector<double> Close(double k, double d, int to = 8) {
 }
 
 struct UserCalc : BoundCalc {
-  explicit UserCalc(std::initializer_list<const char*> definitions) : BoundCalc(Closes(), definitions) {}
-  static TestBars Closes() {
-    TestBars b;
-    b[kClose] = Series({10, 11, 12, 13, 14, 15, 16, 17});
-    return b;
-  }
+  explicit UserCalc(std::initializer_list<const char*> definitions)
+      : BoundCalc(CloseBars(Series({10, 11, 12, 13, 14, 15, 16, 17})), definitions) {}
   // The formula's valid values; it must calculate without error.
   std::vector<double> Valid(const std::string& formula) {
     SVector r = Run(formula);
@@ -167,8 +163,7 @@ TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
   ASSERT_EQ(list.ReadFunction(), 1);
   ASSERT_EQ(list.GetCount(), 2);
   EXPECT_EQ(list[0].Name.str() + "|" + list[0].VarValue[1].str() + "|" + list[1].Name.str(), "diff|5|avg3");
-  TestBars bars;
-  bars[kClose] = Series({1, 2, 3, 4});
+  TestBars bars = CloseBars(Series({1, 2, 3, 4}));
   EXPECT_EQ(Values(Evaluate(bars, "diff(close, 1)", &list).value), (std::vector<double>{0, 1, 2, 3}));
   std::filesystem::remove_all(dir);
   EXPECT_EQ(list.ReadFunction(), 0);
