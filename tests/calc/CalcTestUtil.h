@@ -21,8 +21,7 @@ using namespace chartcalc::detail;
 // A series from literal values, valid from `start`.
 inline SVector Series(std::initializer_list<double> values, int start = 0) {
   SVector s(static_cast<int>(values.size()));
-  int i = 0;
-  for (double v : values) s[i++] = v;
+  std::copy(values.begin(), values.end(), s.Data());
   s.SetStartIndex(start);
   return s;
 }
@@ -31,8 +30,7 @@ inline std::vector<double> Values(const SVector& s) { return std::vector<double>
 
 // The elements from the start index on: the bars below it carry no meaning.
 inline std::vector<double> ValidValues(const SVector& s) {
-  const int from = std::max(s.GetStartIndex(), 0);
-  if (from >= s.GetSize()) return {};
+  const int from = std::clamp(s.GetStartIndex(), 0, s.GetSize());
   return std::vector<double>(s.Data() + from, s.Data() + s.GetSize());
 }
 
@@ -45,6 +43,13 @@ struct TestBars {
                      s[kSpread]);
   }
 };
+
+// Bars with a close series alone.
+inline TestBars CloseBars(const SVector& close) {
+  TestBars b;
+  b[kClose] = close;
+  return b;
+}
 
 // A random walk around `level` from a fixed seed: flat for bars 120-159 (longer
 // than any window the tests use) and climbing from bar 220.
@@ -77,6 +82,25 @@ inline TestBars WalkBars(int n, uint64_t seed = 7) {
   }
   return b;
 }
+
+// Bars bound to one engine that keeps its variables and user functions
+// from one formula to the next. Not copyable: the engine points at the bars.
+struct BoundCalc {
+  TestBars bars;
+  SFunctionList functions;
+  SCalc calc;
+  explicit BoundCalc(TestBars b = {}, std::initializer_list<const char*> definitions = {}) : bars(b) {
+    for (const char* d : definitions) functions.SetExpressionWithVariable(d);
+    bars.Bind(calc);
+    calc.SetFunction(&functions);
+  }
+  BoundCalc(const BoundCalc&) = delete;
+  SVector Run(const std::string& formula) {
+    calc.SetExpression(formula.c_str());
+    return calc.Calculate();
+  }
+  std::string Message() const { return calc.ErrorMessage.c_str(); }
+};
 
 struct EvalResult {
   SVector value;
@@ -119,8 +143,7 @@ inline void ExpectCases(TestBars& bars, std::initializer_list<SeriesCase> cases)
 // Both results without error and equal over the same frame.
 inline void ExpectSame(const EvalResult& a, const EvalResult& b, const std::string& what) {
   SCOPED_TRACE(what);
-  EXPECT_EQ(a.errors, 0) << a.message;
-  EXPECT_EQ(b.errors, 0) << b.message;
+  EXPECT_EQ(a.errors + b.errors, 0) << a.message << b.message;
   EXPECT_EQ(a.value.GetSize(), b.value.GetSize());
   EXPECT_EQ(a.value.GetStartIndex(), b.value.GetStartIndex());
   EXPECT_EQ(ValidValues(a.value), ValidValues(b.value));

@@ -16,11 +16,7 @@ namespace {
 // Provenance: the expected dates and times are read off the literal date-time values.
 TEST(DataWords, WordsGiveTheirBoundSeriesAndDateAndTimeTheDateTimeFrame) {
   TestBars bars;  // slot k holds 100 * (k + 1) + bar and starts at bar k % 3
-  for (int k = 0; k < kPriceSlots; ++k) {
-    bars[k] = SVector(6);
-    for (int i = 0; i < 6; ++i) bars[k][i] = 100.0 * (k + 1) + i;
-    bars[k].SetStartIndex(k % 3);
-  }
+  for (int k = 0; k < kPriceSlots; ++k) bars[k] = Series({0, 1, 2, 3, 4, 5}, k % 3) + SVector(100.0 * (k + 1));
   // clang-format off
   const std::pair<const char*, int> words[] = {
       {"c", kClose}, {"close", kClose}, {"CLOSE", kClose}, {"o", kOpen}, {"open", kOpen}, {"h", kHigh},
@@ -29,23 +25,19 @@ TEST(DataWords, WordsGiveTheirBoundSeriesAndDateAndTimeTheDateTimeFrame) {
   // clang-format on
   for (const auto& [word, slot] : words) ExpectSame(Evaluate(bars, word), bars[slot], word);
   ExpectCases(bars, {{"close(2)", 6, 2, {100, 101, 102, 103}}});
-  // Daily bars first, then intraday bars of two days.
+  // A daily bar first, then intraday bars of two days, valid from bar 1.
   bars[kDateTime] =
-      Series({20240102, 20240103, 20240104093000.0, 20240104153000.0, 20240105000100.0, 20240105235959.0}, 2);
-  const std::vector<double> dates = {20240102, 20240103, 20240104, 20240104, 20240105, 20240105};
-  const std::vector<double> times = {0, 0, 93000, 153000, 100, 235959};
-  EXPECT_EQ(Values(DateOfBars(bars[kDateTime])), dates);
-  EXPECT_EQ(Values(TimeOfBars(bars[kDateTime])), times);
-  for (const char* word : {"date", "d", "DATE"}) ExpectCases(bars, {{word, 6, 2, {dates.begin() + 2, dates.end()}}});
-  for (const char* word : {"Time", "time"}) ExpectCases(bars, {{word, 6, 2, {times.begin() + 2, times.end()}}});
-  SVector dt = Series({20240104093000.0 - 0.0005});  // stored just below its second: that second
+      Series({20240102, 20240103, 20240104093000.0, 20240104153000.0, 20240105000100.0, 20240105235959.0}, 1);
+  const std::vector<double> dates = {20240103, 20240104, 20240104, 20240105, 20240105};
+  const std::vector<double> times = {0, 93000, 153000, 100, 235959};
+  ExpectCases(bars, {{"date", 6, 1, dates}, {"d", 6, 1, dates}, {"DATE", 6, 1, dates}, {"Time", 6, 1, times}});
+  const SVector dt = Series({20240104093000.0 - 0.0005});  // stored just below its second: that second
   EXPECT_EQ(TimeOfBars(dt)[0], 93000.0);
   EXPECT_EQ(DateOfBars(dt)[0], 20240104.0);
 }
 
 TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
-  TestBars bars;
-  bars[kClose] = Series({1, 2, 3});
+  TestBars bars = CloseBars(Series({1, 2, 3}));
   // clang-format off
   const std::tuple<std::string, int, double> cases[] = {
       {"Simple", kLangEnglish, 0}, {"SIMPLE", kLangEnglish, 0}, {"Exponetial", kLangEnglish, 1},
@@ -68,13 +60,9 @@ TEST(DataWords, MethodWordsGiveTheirPositionInTheCurrentLanguageOnly) {
 // ---- math functions ---------------------------------------------------------------
 
 // Inside every function's domain; bar 0 is before close's start.
-TestBars Fractions() {
-  TestBars bars;
-  bars[kClose] = Series({0.9, 0.1, 0.75, 0.25, 0.5}, 1);
-  return bars;
-}
+TestBars Fractions() { return CloseBars(Series({0.9, 0.1, 0.75, 0.25, 0.5}, 1)); }
 
-TEST(MathFunctions, EveryFunctionAppliesToEveryValidBarWhateverTheNamesCase) {
+TEST(MathFunctions, EveryFunctionAppliesToEveryValidBar) {
   // clang-format off
   const std::pair<std::string, double (*)(double)> cases[] = {
       {"abs", [](double v) { return std::fabs(v); }},   {"log", [](double v) { return std::log(v); }},
@@ -87,12 +75,9 @@ TEST(MathFunctions, EveryFunctionAppliesToEveryValidBarWhateverTheNamesCase) {
   // clang-format on
   TestBars bars = Fractions();
   for (const auto& [name, reference] : cases) {
-    std::string upper = name;
-    for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
     std::vector<double> want;
     for (int i = 1; i < 5; ++i) want.push_back(reference(bars[kClose][i]));
-    const std::string args = name == "pow" ? "(c, 2)" : "(c)";
-    ExpectCases(bars, {{name + args, 5, 1, want}, {upper + args, 5, 1, want}});
+    ExpectCases(bars, {{name + (name == "pow" ? "(c, 2)" : "(c)"), 5, 1, want}});
   }
 }
 
@@ -113,20 +98,19 @@ TEST(MathFunctions, FirstDomainErrorZeroesThatBarAndEveryLaterOne) {
 }
 
 TEST(MathFunctions, PowTakesTheFrameOfItsSeriesArguments) {
-  SVector x = Series({1, 2, 3, 4}, 1), y = Series({2, 2, 0.5, 3}, 2);
-  SVector r = PowSeries(x, y);  // same sizes: bar by bar, valid from the later start
-  EXPECT_EQ(r.GetStartIndex(), 2);
-  EXPECT_EQ(ValidValues(r), (std::vector<double>{std::sqrt(3.0), 64.0}));
-  r = PowSeries(SVector(2.0), y);  // a number base takes the exponent's frame
-  EXPECT_EQ(r.IsSeries(), 1);
-  EXPECT_EQ(r.GetStartIndex(), 2);
-  EXPECT_EQ(ValidValues(r), (std::vector<double>{std::sqrt(2.0), 8}));
-  r = PowSeries(x, SVector(2.0));  // a number exponent keeps the base's frame
-  EXPECT_EQ(r.GetStartIndex(), 1);
-  EXPECT_EQ(ValidValues(r), (std::vector<double>{4, 9, 16}));
-  r = PowSeries(SVector(2.0), SVector(3.0));
-  EXPECT_EQ(r.IsSeries(), 0);
-  EXPECT_EQ(Values(r), std::vector<double>{8.0});
+  const SVector x = Series({1, 2, 3, 4}, 1), y = Series({2, 2, 0.5, 3}, 2), two(2.0);
+  const std::pair<SVector, std::vector<double>> frames[] = {
+      // valid up to bar 3
+      {PowSeries(x, y), {std::sqrt(3.0), 64}},   // same sizes: bar by bar, from the later start
+      {PowSeries(two, y), {std::sqrt(2.0), 8}},  // a number base takes the exponent's frame
+      {PowSeries(x, two), {4, 9, 16}}};          // a number exponent keeps the base's frame
+  for (const auto& [r, valid] : frames) {
+    EXPECT_EQ(r.IsSeries(), 1);
+    EXPECT_EQ(r.GetStartIndex(), 4 - static_cast<int>(valid.size()));
+    EXPECT_EQ(ValidValues(r), valid);
+  }
+  EXPECT_EQ(PowSeries(two, SVector(3.0)).IsSeries(), 0);
+  EXPECT_EQ(Values(PowSeries(two, SVector(3.0))), std::vector<double>{8.0});
   // Two series of different sizes: an empty series, no message.
   EXPECT_EQ(PowSeries(x, Series({1, 2, 3})).GetSize(), 0);
   TestBars bars = Fractions();

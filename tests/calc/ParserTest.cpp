@@ -1,4 +1,4 @@
-// Tokens, the name table, grammar rules, statements, error counting and
+// The name table, grammar rules, statements, error counting and
 // messages of the recursive evaluator.
 #include <string>
 #include <vector>
@@ -6,41 +6,6 @@
 #include "calc/CalcTestUtil.h"
 
 namespace {
-
-std::vector<int> Tokens(const std::string& text) {
-  SCalc calc;
-  calc.SetExpression(text.c_str());
-  std::vector<int> out;
-  for (int guard = 0; guard < 100 && !calc.AtEnd(); ++guard) out.push_back(calc.GetToken());
-  return out;
-}
-
-TEST(Tokenizer, OperatorsKeywordsAndCommentsGiveTheirTokens) {
-  struct Case {
-    std::string text;
-    std::vector<int> tokens;
-    int lang = kLangEnglish;
-  };
-  // clang-format off
-  const Case cases[] = {
-      {"a<>b<=c!=d==e=f", {NAME, NE, NAME, LE, NAME, NE, NAME, EQ, NAME, ASSIGN, NAME}},
-      {"!a>=b>c<d", {NOT, NAME, GE, NAME, GT, NAME, LT, NAME}},
-      {"x and y AND z && w", {NAME, AND, NAME, AND, NAME, AND, NAME}},
-      {"x Or y || z", {NAME, OR, NAME, OR, NAME}},
-      {"not band", {NOT, NAME}},
-      {"(a+b)*c/d%e^f,g;", {LP, NAME, PLUS, NAME, RP, MUL, NAME, DIV, NAME, MOD, NAME, POW, NAME, COMMA, NAME, PRINT}},
-      {"-2", {MINUS, NUMBER}}, {"1e5", {NUMBER, NAME}},  // no sign or exponent in a number
-      {"a // note\nb", {NAME, NAME}}, {"/* note */ close", {NAME}},
-      {"/*/ a", {NAME}},  // the closing search starts at the opening '*'
-      {"a /* never closed", {NAME, PRINT}},
-      {Cp949("x 그리고 y 또는 부정 z"), {NAME, AND, NAME, OR, NOT, NAME}, kLangKorean},
-      {Cp949("x 그리고 y 또는 부정 z"), {NAME, NAME, NAME, NAME, NAME, NAME}}};
-  // clang-format on
-  for (const Case& c : cases) {
-    LangScope scope(c.lang);
-    EXPECT_EQ(Tokens(c.text), c.tokens) << c.text;
-  }
-}
 
 TEST(NameTable, FullTableStillGivesAUsableEntryAndReportsIt) {
   SCalc calc;
@@ -51,18 +16,9 @@ TEST(NameTable, FullTableStillGivesAUsableEntryAndReportsIt) {
   EXPECT_EQ(calc.ErrorCount, 1);
 }
 
-struct ParserTest : ::testing::Test {
-  TestBars bars;
-  SCalc calc;
-  void SetUp() override {
-    bars[kClose] = Series({10, 11, 12, 13, 14}, 1);
-    bars.Bind(calc);
-  }
-  SVector Run(const std::string& f, SCalc* engine = nullptr) {
-    engine = engine ? engine : &calc;
-    engine->SetExpression(f.c_str());
-    return engine->Calculate();
-  }
+struct ParserTest : ::testing::Test, BoundCalc {
+  ParserTest() : BoundCalc(CloseBars(Series({10, 11, 12, 13, 14}, 1))) {}
+  using BoundCalc::Run;
 };
 
 TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
@@ -78,7 +34,10 @@ TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
       {"(1 + 2) = 7", 7},       // stray '=': the rest is a new statement
       {"2 ^ 3", 3},             // '^' has no rule: it ends the statement like ';'
       {"4)", 4},                // stray ')' at the end is dropped
-      {"1; 2; 3", 3}, {"5; // trailing note\n\n", 5}, {"5 /* note */   ", 5},
+      {"1; 2; 3", 3}, {"5; // trailing note\n\n", 5}, {"5 /* note */   ", 5}, {"4 /* never closed", 4},
+      {"3 /*/ + 1", 4},  // the closing search starts at the opening '*'
+      {"(2 != 3) + (2 == 2) * 2 + (2 <= 2) * 4 + (1 && 1) * 8 + (0 || 1) * 16", 31}, {"0 Or 1 AND 1", 1},
+      {"band = 0; not band", 1},  // a keyword is a whole word
       {Cp949("종가_2x = 3; 종가_2x + 1"), 4},  // names take Korean bytes, digits and underscores
       {longName + " = 2; " + longName + "x + 1", 3},  // both cut to the same first 51 characters
       {std::string(300, '7') + " > 1", 1},  // an overlong number is read whole
@@ -92,6 +51,10 @@ TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
     EXPECT_EQ(r.value.GetStartIndex(), 1) << formula.substr(0, 40);
     EXPECT_EQ(r.value[4], value) << formula.substr(0, 40);
   }
+  const std::string korean = Cp949("(1 그리고 0) + (0 또는 1) * 2 + (부정 0) * 4");
+  EXPECT_GT(Evaluate(bars, korean).errors, 0);  // the Korean keywords are names in English mode
+  LangScope ko(kLangKorean);
+  EXPECT_EQ(Evaluate(bars, korean).value[4], 6);
 }
 
 TEST_F(ParserTest, ErrorsKeepTheFirstMessageAndInvalidateTheResult) {
@@ -100,7 +63,7 @@ TEST_F(ParserTest, ErrorsKeepTheFirstMessageAndInvalidateTheResult) {
       {"1 2", TxOperatorNeeded}, {"a = 1; a a", TxOperatorNeeded}, {"1 < 2 3", TxOperatorNeeded},
       {"(1 + 2", TxRightParenNeeded}, {"a = 1; a(1", TxRightParenNeeded}, {"1 +", TxImperfect},
       {"^ 3", TxImperfect}, {"1 + )", TxImperfect}, {"@", TxImperfect},
-      {".5", TxImperfect},  // a leading point starts no number
+      {".5", TxImperfect}, {"1e5", TxOperatorNeeded},  // no leading point or exponent in a number
       {"1 & 1", TxBadToken}, {std::string(3000, '(') + "1", TxNestedTooDeep},
       {std::string(3000, '-') + "1", TxNestedTooDeep},
       {std::string(2000, '(') + "1" + std::string(2000, ')'), TxNestedTooDeep}};
@@ -116,36 +79,12 @@ TEST_F(ParserTest, ErrorsKeepTheFirstMessageAndInvalidateTheResult) {
   }
 }
 
-TEST_F(ParserTest, UnknownNameIsReportedWithoutASpaceAndMessageKeepsItsLanguage) {
-  EXPECT_EQ(Evaluate(bars, "xyz").message, "xyzis not defined.\n");
-  {
-    LangScope korean(kLangKorean);
-    EvalResult r = Evaluate(bars, "xyz + qq");
-    EXPECT_EQ(r.errors, 2);
-    EXPECT_EQ(r.message, "xyz" + Cp949("이(가) 정의되지 않았습니다.") + "\n");
-    Run("1 2");
-  }
-  EXPECT_EQ(std::string(calc.ErrorMessage.c_str()), Cp949("연산자가 필요합니다"));
-}
-
-TEST_F(ParserTest, VariablesSurviveUntilInitCalcAndDelaysOfThemAreNotChecked) {
+TEST_F(ParserTest, VariablesAndErrorsKeepTheirStateAcrossCalculationsAndCopies) {
   Run("a = 7");
   EXPECT_EQ(Run("a * 2")[4], 14.0);
-  EXPECT_EQ(calc.ErrorCount, 0);
-  calc.InitCalc();
-  Run("a * 2");
-  EXPECT_EQ(calc.ErrorCount, 1);
-  EXPECT_EQ(Run("x = 1; y = x; y(2)").GetStartIndex(), 2);
-  EXPECT_EQ(calc.ErrorCount, 0);
-}
-
-TEST_F(ParserTest, RepeatedUnboundAndPartialCalculationsKeepTheirState) {
-  EXPECT_EQ(Run("3").GetSize(), 5);
   EXPECT_EQ(calc.Calculate().GetSize(), 0);  // no new text: nothing to evaluate
-  SCalc unbound;
-  EXPECT_EQ(Run("1 + 1", &unbound).GetSize(), 0);
-  EXPECT_EQ(unbound.ErrorCount, 0);
-  calc.SetExpression("a = 4");
+  SCalc copy(calc);
+  calc.SetExpression("b = 4");
   EXPECT_EQ(calc.Calculate(3).IsSeries(), 0);  // no broadcast on the partial path
   EXPECT_EQ(bars[kClose].GetStartIndex(), 1);  // the bound series are restored
   calc.SetExpression("1 2");
@@ -153,17 +92,24 @@ TEST_F(ParserTest, RepeatedUnboundAndPartialCalculationsKeepTheirState) {
   calc.SetExpression("3");
   calc.Calculate(2);
   EXPECT_EQ(calc.ErrorCount, 1);  // not reset by the partial path
-}
-
-TEST_F(ParserTest, CopiedEngineOwnsItsVariablesAndText) {
-  Run("v = 3; v + 1");
-  SCalc b(calc);
   calc.InitCalc();
-  EXPECT_EQ(Run("v * 2", &b)[4], 6.0);
-  SCalc c;
-  c = b;
-  b.ClearNameTable();
-  EXPECT_EQ(Run("v", &c)[4], 3.0);
+  {
+    LangScope korean(kLangKorean);
+    Run("a * 2 + qq");
+  }
+  EXPECT_EQ(calc.ErrorCount, 2);  // the first message is kept, in its language
+  EXPECT_EQ(Message(), "a" + Cp949("이(가) 정의되지 않았습니다.") + "\n");
+  EXPECT_EQ(Evaluate(bars, "xyz").message, "xyzis not defined.\n");
+  EXPECT_EQ(Run("x = 1; y = x; y(2)").GetStartIndex(), 2);  // delays of variables are not checked
+  EXPECT_EQ(calc.ErrorCount, 0);
+  SCalc assigned, unbound;
+  assigned = copy;
+  copy.ClearNameTable();
+  assigned.SetExpression("a * 3");  // made before InitCalc, the copy kept a
+  EXPECT_EQ(assigned.Calculate()[4], 21.0);
+  unbound.SetExpression("1 + 1");
+  EXPECT_EQ(unbound.Calculate().GetSize(), 0);
+  EXPECT_EQ(unbound.ErrorCount, 0);
 }
 
 }  // namespace

@@ -47,41 +47,20 @@ TEST(Swing, MatchesTheDefinitionForEveryShape) {
         }
 }
 
-TEST(Swing, HandWorkedShapesAndOddArguments) {
-  const int kNoValidBar = INT_MIN;  // any start that leaves no valid bar
-  struct Case {
-    const char* what;
-    int high, instance, strength, length;
-    SVector price;
-    int start;
-    std::vector<double> valid;
-  };
-  const Case cases[] = {
-      // Of two equal highs (lows) the later one: an equal bar before is allowed, after it is not.
-      {"plateau high", 1, 1, 1, 3, Series({1, 1, 2, 7, 7, 3, 2, 1}), 4, {-1, 7, 7, -1}},
-      {"plateau low", 0, 1, 1, 3, Series({5, 5, 3, 1, 1, 4, 6, 7}), 4, {-1, 1, 1, -1}},
-      // Swing highs at bars 2 (5) and 5 (6); bar 2 leaves the window at bar 8.
-      {"first instance", 1, 1, 1, 6, Series({1, 2, 5, 1, 2, 6, 1, 1, 1, 1}), 7, {6, 6, 6}},
-      {"second instance", 1, 2, 1, 6, Series({1, 2, 5, 1, 2, 6, 1, 1, 1, 1}), 7, {5, -1, -1}},
-      {"strength not below length", 1, 1, 3, 3, Series({1, 2, 3, 9, 3, 2, 1, 0, 0, 0}), 4, std::vector<double>(6, -1)},
-      {"instance 0", 1, 0, 1, 2, Series({1, 2, 3, 2, 1}), 10005, {}},
-      {"strength 0", 1, 1, 0, 2, Series({1, 2, 3, 2, 1}), 10005, {}},
-      {"length 0", 1, 1, 1, 0, Series({1, 2, 3, 2, 1}), 10005, {}},
-      {"huge instance", 1, INT_MAX, 1, 3, Series({1, 3, 1, 3, 1}), 4, {-1}},
-      {"huge strength", 1, 1, INT_MAX, INT_MAX, Series({1, 3, 1, 3, 1}), kNoValidBar, {}},
-      {"huge length", 0, 1, 1, INT_MAX, Series({1, 3, 1, 3, 1}), kNoValidBar, {}},
-      {"no valid price", 1, 1, 1, 2, Series({1, 3, 1, 3, 1}, kInvalidStart), kNoValidBar, {}},
-      {"empty", 1, 1, 1, 2, SVector(), kNoValidBar, {}},
-  };
-  for (const Case& c : cases) {
-    SVector r = SwingPoints(c.high, c.instance, c.price, c.strength, c.length);
-    EXPECT_EQ(r.GetSize(), c.price.GetSize()) << c.what;
-    if (c.start != kNoValidBar) {
-      EXPECT_EQ(r.GetStartIndex(), c.start) << c.what;
-    }
-    EXPECT_EQ(ValidValues(r), c.valid) << c.what;
-    EXPECT_EQ(r.HasValid(), !c.valid.empty()) << c.what;
+TEST(Swing, OddArgumentsLeaveNoSwingAndNeverReadOutsideTheSeries) {
+  const SVector p = Series({1, 3, 1, 3, 1});
+  // instance, strength, length and the start index: one past the data or more leaves no valid bar
+  const int cases[][4] = {
+      {0, 1, 2, 10005},        {1, 0, 2, 10005}, {1, 1, 0, 10005}, {INT_MAX, 1, 3, 4}, {1, INT_MAX, INT_MAX, INT_MAX},
+      {1, 1, INT_MAX, INT_MAX}};
+  for (const auto& c : cases) {
+    SVector r = SwingPoints(1, c[0], p, c[1], c[2]);
+    EXPECT_EQ(r.GetSize(), 5);
+    EXPECT_EQ(r.GetStartIndex(), c[3]) << c[0] << " " << c[1] << " " << c[2];
+    EXPECT_EQ(ValidValues(r), std::vector<double>(5 - std::min(c[3], 5), kNoSwing)) << c[0] << " " << c[1];
   }
+  for (const SVector& none : {Series({1, 3, 1, 3, 1}, kInvalidStart), SVector()})
+    EXPECT_FALSE(SwingPoints(1, 1, none, 1, 2).HasValid());
 }
 
 // ---- zigzag -------------------------------------------------------------------
@@ -112,20 +91,27 @@ TEST_F(ZigZagTest, ALegNeedsTheFullPercentageExtendsAndSwingHighsWinTies) {
 
 TEST_F(ZigZagTest, FrameIsTheLatestStartAndTheShortestSize) {
   SVector h = flat, l = flat;
-  h[2] = 104;
-  l[2] = 96;
+  h[2] = 104, l[2] = 96;  // the starting midpoint is taken at the start bar
   h.SetStartIndex(2);
-  SVector r = calc.CalcZigZag(5, sh, sl, h, l);  // without swings only the starting midpoint remains
-  EXPECT_EQ(r.GetStartIndex(), 2);
-  EXPECT_EQ(ValidValues(r), std::vector<double>({100, 0, 0, 0, 0, 0}));
-  sl = Series({-1, -1, -1, -1, -1, 80});
   sh.SetStartIndex(1);
-  r = calc.CalcZigZag(5, sh, sl, flat, flat);
+  sl = Series({-1, -1, -1, -1, -1, 80});
+  SVector r = calc.CalcZigZag(5, sh, sl, h, l);
   EXPECT_EQ(r.GetSize(), 6);
-  EXPECT_EQ(r.GetStartIndex(), 1);
-  EXPECT_EQ(ValidValues(r), std::vector<double>({100, 0, 0, 80, 0}));
+  EXPECT_EQ(r.GetStartIndex(), 2);
+  EXPECT_EQ(ValidValues(r), std::vector<double>({100, 0, 80, 0}));
   SVector empty;
   EXPECT_EQ(calc.CalcZigZag(5, empty, sl, flat, flat).GetSize(), 0);
+}
+
+TEST(ZigZag, FormulaTurnsAtTheSwingPointsOfHighAndLow) {
+  // Swing highs at bars 4 (20) and 11 (18), a swing low at bar 8 (9). The line
+  // starts at bar 3 from the midpoint (13 + 12) / 2.
+  TestBars bars;
+  bars[kHigh] = Series({10, 11, 12, 13, 20, 15, 14, 13, 11, 12, 16, 18, 17});
+  bars[kLow] = Series({9, 10, 11, 12, 18, 13, 12, 11, 9, 10, 14, 16, 15});
+  bars[kClose] = bars[kLow];
+  ExpectCases(bars, {{"ZigZag(10)", 13, 3, {12.5, 20, 0, 0, 0, 9, 0, 0, 18, 0}},
+                     {"ZigZag(70)", 13, 3, {12.5, 0, 0, 0, 0, 0, 0, 0, 0, 0}}});  // no swing is 70 % away
 }
 
 }  // namespace
