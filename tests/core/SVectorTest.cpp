@@ -30,31 +30,18 @@ Values Valid(const SVector& s) {
   return from >= s.GetSize() ? Values{} : Values(s.Data() + from, s.Data() + s.GetSize());
 }
 
-TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
-  for (auto [n, capacity] : {std::pair{1, 1000}, {1000, 1000}, {1001, 2000}, {0, 0}}) {
-    SVector s;
-    s.SetSize(n);
-    EXPECT_EQ(std::pair(s.GetCapacity(), s.GetSize()), std::pair(capacity, n));
-  }
-  SVector s;
-  s.Alloc(0);
-  s.Add(7.0);
-  EXPECT_EQ(s.GetCapacity(), 1);  // filled before it grows to a block
-  s.Add(8.0);
-  EXPECT_EQ(s.GetCapacity(), 1000);
-  s.Update(9, 5);  // beyond the oldest bar: ignored
+TEST(SVectorGrowth, EditsOutsideTheBarsAreIgnoredCopiesAreDeepAndReAllocKeepsTheValidElements) {
+  SVector s = Make({7, 8}), older = Make({4, 5});
+  s.Update(9, 5);  // beyond the oldest bar
   s.Update(9, -1);
   s.Update(6, 1);
-  SVector older = Make({4, 5});
   s.Insert(older);
-  EXPECT_EQ(Valid(s), (Values{4, 5, 6, 8}));
   SVector copy(s), assigned;
   assigned = s;
-  copy[2] = assigned[3] = 0;  // copies are deep
+  copy[2] = assigned[3] = 0;
   s.SetStartIndex(2);
-  s.ReAlloc(10);  // only the valid elements move
-  EXPECT_EQ(s.GetCapacity(), 10);
-  EXPECT_EQ(Valid(s), (Values{6, 8}));
+  s.ReAlloc(10);
+  EXPECT_EQ(std::pair(s.GetCapacity(), Valid(s)), std::pair(10, Values{6, 8}));
   s.ClearData();
   EXPECT_EQ(std::pair(s.GetSize(), s.GetStartIndex()), std::pair(0, 0));
 }
@@ -65,24 +52,19 @@ TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
   VecMinus(r, a, zeros);
   VecGE(ge, c, d);
   VecNot(no, c);
+  // clang-format off
   const std::tuple<const char*, SVector, Values> rows[] = {
       {"division by zero gives 0", a / zeros, {0, 3.5, -3.5, 0}},
       {"remainder by zero gives 0 and keeps the dividend's sign", a % zeros, {0, 1, -1, 0}},
-      {"number on the right", a * two, {12, 14, -14, 2}},
-      {"number on the left", two - a, {-4, -5, 9, 1}},
+      {"number on the right", a * two, {12, 14, -14, 2}}, {"number on the left", two - a, {-4, -5, 9, 1}},
       {"bars the shorter operand lacks give 0", a + Make({10, 20}), {16, 27, 0, 0}},
-      {"negation", -a, {-6, -7, 7, -1}},
-      {"- (VecMinus)", r, {6, 5, -9, 1}},
-      {"<", c < d, {1, 0, 0, 0, 0}},
-      {"<=", c <= d, {1, 1, 0, 1, 0}},
-      {">", c > d, {0, 0, 1, 0, 0}},
-      {">= (VecGE)", ge, {0, 1, 1, 1, 0}},
-      {"==", c == d, {0, 1, 0, 1, 0}},
-      {"!=", c != d, {1, 0, 1, 0, 1}},
-      {"&& (a NaN is non-zero, so true)", c && d, {1, 1, 1, 0, 1}},
-      {"||", c || Make({0, 0, 0, 0, 0}), {1, 1, 1, 0, 1}},
+      {"negation", -a, {-6, -7, 7, -1}}, {"- (VecMinus)", r, {6, 5, -9, 1}},
+      {"<", c < d, {1, 0, 0, 0, 0}}, {"<=", c <= d, {1, 1, 0, 1, 0}}, {">", c > d, {0, 0, 1, 0, 0}},
+      {">= (VecGE)", ge, {0, 1, 1, 1, 0}}, {"==", c == d, {0, 1, 0, 1, 0}}, {"!=", c != d, {1, 0, 1, 0, 1}},
+      {"&& (a NaN is non-zero, so true)", c && d, {1, 1, 1, 0, 1}}, {"||", c || Make({0, 0, 0, 0, 0}), {1, 1, 1, 0, 1}},
       {"! (VecNot)", no, {0, 0, 0, 1, 0}},
   };
+  // clang-format on
   for (const auto& [what, got, want] : rows) EXPECT_EQ(Valid(got), want) << what;
   SVector later = Make({1, 2, 3, 4}, 1) + Make({10, 20, 30, 40}, 3), number = two + SVector(3.0);
   EXPECT_EQ(later.GetStartIndex(), 3);  // the later of the two
@@ -91,15 +73,11 @@ TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
   EXPECT_EQ(number[57], 5.0);  // a number answers every bar
 }
 
-TEST(SVectorOperators, DelayShiftsTheStartAndLookingAheadShortens) {
-  SVector a = Make({1, 2, 3, 4, 5}, 1);
-  SVector d = a(2), ahead = a(-2);
-  EXPECT_EQ(d.GetStartIndex(), 3);
-  EXPECT_EQ(Valid(d), (Values{2, 3}));
-  EXPECT_EQ(ahead.GetStartIndex(), 0);
-  EXPECT_EQ(Valid(ahead), (Values{3, 4, 5}));  // never reads past the end
+TEST(SVectorOperators, DelayShiftsTheStartLookingAheadShortensAndNothingOverflows) {
+  SVector a = Make({1, 2, 3, 4, 5}, 1), d = a(2), ahead = a(-2);
+  EXPECT_EQ(std::pair(d.GetStartIndex(), Valid(d)), std::pair(3, Values{2, 3}));
+  EXPECT_EQ(std::pair(ahead.GetStartIndex(), Valid(ahead)), std::pair(0, Values{3, 4, 5}));
   EXPECT_EQ(Make({1, 2}, kInvalidStart)(5).GetStartIndex(), kInvalidStart);
-  // Counts and start indices never overflow.
   EXPECT_EQ(ShiftStart(2147483600, 100), kInvalidStart);
   const std::pair<double, int> truncs[] = {
       {kNan, 0}, {1e300, std::numeric_limits<int>::max()}, {-1e300, std::numeric_limits<int>::min()}, {-2.9, -2}};
@@ -113,53 +91,50 @@ double Sum(const Values& w, const std::function<double(double, double)>& f) {
   return s;
 }
 
-// Every rolling statistic against a direct computation over each window.
+double Mean(const Values& w) {
+  return Sum(w, [](double, double v) { return v; }) / w.size();
+}
+
 TEST(SVectorRolling, WindowStatisticsMatchADirectLoopOverEachWindow) {
   Values x(300);
   for (int i = 0; i < 300; ++i) x[i] = 150.0 + 10.0 * std::sin(i * 0.7) + (i % 5) - 0.3 * i;
-  auto mean = [](const Values& w) { return Sum(w, [](double, double v) { return v; }) / w.size(); };
-  const std::tuple<const char*, Calc, std::function<double(const Values&)>> cases[] = {
-      {"sum", &SVector::CalcSum, [&](const Values& w) { return mean(w) * w.size(); }},
-      {"avg", &SVector::CalcAvg, mean},
+  using W = const Values&;
+  // clang-format off
+  const std::tuple<const char*, Calc, std::function<double(W)>> cases[] = {
+      {"sum", &SVector::CalcSum, [](W w) { return Mean(w) * w.size(); }}, {"avg", &SVector::CalcAvg, Mean},
       {"wavg", &SVector::CalcWAvg,
-       [](const Values& w) {
-         return Sum(w, [](double k, double v) { return (k + 1) * v; }) * 2 / w.size() / (w.size() + 1);
-       }},
+       [](W w) { return Sum(w, [](double k, double v) { return (k + 1) * v; }) * 2 / w.size() / (w.size() + 1); }},
       {"stdev", &SVector::CalcStdev,
-       [&](const Values& w) {
-         return std::sqrt(Sum(w, [m = mean(w)](double, double v) { return (v - m) * (v - m); }) / w.size());
-       }},
-      {"highest", &SVector::CalcHighest, [](const Values& w) { return *std::max_element(w.begin(), w.end()); }},
-      {"lowest", &SVector::CalcLowest, [](const Values& w) { return *std::min_element(w.begin(), w.end()); }},
+       [](W w) { return std::sqrt(Sum(w, [m = Mean(w)](double, double v) { return (v - m) * (v - m); }) / w.size()); }},
+      {"highest", &SVector::CalcHighest, [](W w) { return *std::max_element(w.begin(), w.end()); }},
+      {"lowest", &SVector::CalcLowest, [](W w) { return *std::min_element(w.begin(), w.end()); }},
       {"gavg", &SVector::CalcGAvg,
-       [](const Values& w) { return std::exp(Sum(w, [](double, double v) { return std::log(v); }) / w.size()); }},
-      {"havg", &SVector::CalcHAvg,
-       [](const Values& w) { return w.size() / Sum(w, [](double, double v) { return 1 / v; }); }},
-  };
+       [](W w) { return std::exp(Sum(w, [](double, double v) { return std::log(v); }) / w.size()); }},
+      {"havg", &SVector::CalcHAvg, [](W w) { return w.size() / Sum(w, [](double, double v) { return 1 / v; }); }}};
+  // clang-format on
   for (const auto& [name, calc, ref] : cases) {
-    for (int p : {1, 2, 7, 20, 296}) {
+    for (int p : {1, 2, 7, 296}) {
       SVector r;
       (r.*calc)(Make(x, 4), p);
-      ASSERT_EQ(r.GetStartIndex(), 4 + p - 1) << name;
-      ASSERT_EQ(r.GetSize(), 300) << name;
+      ASSERT_EQ(std::pair(r.GetStartIndex(), r.GetSize()), std::pair(4 + p - 1, 300)) << name;
       for (int i = 4 + p - 1; i < 300; ++i) {
         const double want = ref(Values(x.begin() + i - p + 1, x.begin() + i + 1));
         EXPECT_NEAR(r[i], want, 1e-9 * (1 + std::fabs(want))) << name << " p=" << p << " bar " << i;
       }
     }
   }
-  for (int p : {0, -5, 4, 2147483647}) {  // period below 1 or longer than the data
+  for (int p : {0, -5, 4, 2147483647})  // period below 1 or longer than the data
     for (Calc calc : {&SVector::CalcAvg, &SVector::CalcHighest, &SVector::CalcStdev, &SVector::CalcTAvg}) {
       SVector r;
       (r.*calc)(Make({1, 2, 3}), p);
       EXPECT_FALSE(r.HasValid()) << p;
     }
-  }
 }
 
 // Expected values worked by hand from the definitions in the comments.
 TEST(SVectorRolling, SeededAndCumulativeFormsByHand) {
   const Values ramp = {1, 2, 3, 4, 5, 6, 7, 8}, gap = {4, 0, 4, 4, 4}, late = {9, 1, 2, 3, 4};
+  // clang-format off
   const std::tuple<const char*, Calc, Values, int, int, Values> rows[] = {
       {"eavg: seed (1+2+3)/3, then factor 2/(3+1)", &SVector::CalcEAvg, ramp, 0, 3, {2, 3, 4, 5, 6, 7}},
       {"tavg: 3-bar average 2..7, then 2-bar", &SVector::CalcTAvg, ramp, 0, 4, {2.5, 3.5, 4.5, 5.5, 6.5}},
@@ -171,6 +146,7 @@ TEST(SVectorRolling, SeededAndCumulativeFormsByHand) {
       {"eavgcum: factor 2/(k+1)", &SVector::CalcEAvgCum, late, 1, 5, {1, 5 / 3.0, 7 / 3.0, 3}},
       {"esumcum: (i-1)/i r + x, i the bar", &SVector::CalcESumCum, late, 1, 5, {1, 2.5, 14 / 3.0, 7.5}},
   };
+  // clang-format on
   for (const auto& [what, calc, src, srcStart, period, want] : rows) {
     SVector r;
     (r.*calc)(Make(src, srcStart), period);
@@ -212,9 +188,8 @@ TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
   const Values next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
                        GetNextTime(20231231, 24 * 60)};
   EXPECT_EQ(next, (Values{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
-  EXPECT_TRUE(IsValidDate(20240229));
-  EXPECT_FALSE(IsValidDate(20230229));
-  EXPECT_FALSE(IsValidDate(20241301));
+  EXPECT_EQ((std::vector<bool>{IsValidDate(20240229), IsValidDate(20230229), IsValidDate(20241301)}),
+            (std::vector<bool>{true, false, false}));
 }
 
 }  // namespace

@@ -34,56 +34,32 @@ TEST(SString, NumberFormatsFollowTheirFixedRules) {
 }
 
 TEST(SString, ConstructorsNeverReadPastTheTextAndTrimTakesBothEnds) {
-  EXPECT_STREQ(SString('x', -2).c_str(), "");
-  EXPECT_STREQ(SString("abcdef", 2).c_str(), "ab");
-  EXPECT_STREQ(SString("ab", 10).c_str(), "ab");
-  EXPECT_STREQ(SString(static_cast<const char*>(nullptr)).c_str(), "");
   const unsigned char bytes[] = {0xC7, 0xD1, 0};
+  SString s(" \t a b \r\n"), blank("   ");
+  EXPECT_EQ(SString('x', -2).str() + "|" + SString("abcdef", 2).str() + "|" + SString("ab", 10).str() + "|" +
+                SString(static_cast<const char*>(nullptr)).str() + "|" + s.Trim().str() + "|" + blank.Trim().str(),
+            "|ab|ab||a b|");
   EXPECT_EQ(SString(bytes).Length(), 2);
   // Wide text is code page 949 whatever the locale; what it lacks is "?".
   EXPECT_EQ(SString(L"\uAC00\uB098").str(), "\xB0\xA1\xB3\xAA");
   EXPECT_EQ(SString(L"a\U0001F600b").str(), "a?b");
-  SString s(" \t a b \r\n"), blank("   ");
-  EXPECT_STREQ(s.Trim().c_str(), "a b");
-  EXPECT_TRUE(blank.Trim().IsEmpty());
 }
 
-TEST(SAnsiStringList, IndicesOutsideTheListChangeNothing) {
-  SAnsiStringList list;
-  list.Add("one");
-  list[5] = "outside";
-  EXPECT_EQ(list.Count(), 1);
-  EXPECT_TRUE(list[-1].IsEmpty());
-  const SAnsiStringList& constant = list;
-  EXPECT_TRUE(constant[2].IsEmpty());
-  EXPECT_STREQ(constant[0].c_str(), "one");
-}
-
-TEST(TextHelpers, EscapesAndBlanksAreRemovedButDelimitersKept) {
+TEST(TextHelpers, ScannersKeepDelimitersStopAtTheKeyAndCutNamesAtTheLimit) {
   char text[] =
       "f|a\x1b+\x01"
-      "b|\tx\r\n|y\x7f";
+      "b|\tx\r\n|y\x7f",
+       spaced[] = " a b\tc ", fields[] = "name|last", field[16];
   EXPECT_STREQ(DeleteEscapeCharacter(text), "f|a+b|\tx\r\n|y");
-  char spaced[] = " a b\tc ";
   EXPECT_STREQ(DeleteAllSpace(spaced), "abc");
-}
-
-TEST(TextHelpers, CutAndDeleteWalkDelimitedFields) {
-  char text[] = "name|expr|last";
-  char field[sizeof text];
-  EXPECT_EQ(CutStringUntilKey(text, field, "|"), field);
+  EXPECT_EQ(CutStringUntilKey(fields, field, "|"), field);
   EXPECT_STREQ(field, "name");
-  EXPECT_EQ(DeleteString(text, "|"), text);
-  EXPECT_STREQ(text, "expr|last");
-  DeleteString(text, "|");
-  EXPECT_EQ(CutStringUntilKey(text, field, "|"), nullptr);  // no key: the whole rest
+  EXPECT_EQ(DeleteString(fields, "|"), fields);
+  EXPECT_EQ(CutStringUntilKey(fields, field, "|"), nullptr);  // no key: the whole rest
   EXPECT_STREQ(field, "last");
-  EXPECT_EQ(DeleteString(text, "|"), nullptr);
-  EXPECT_STREQ(FindString(text, "as"), "ast");
-  EXPECT_EQ(FindString(text, "zz"), nullptr);
-}
-
-TEST(TextHelpers, GetNameTakesFormulaNamesIncludingKoreanUpToTheLimit) {
+  EXPECT_EQ(DeleteString(fields, "|"), nullptr);
+  EXPECT_STREQ(FindString(fields, "as"), "ast");
+  EXPECT_EQ(FindString(fields, "zz"), nullptr);
   char out[kMaxNameBytes + 1];
   EXPECT_STREQ(GetName("close_1+2", out), "close_1");
   EXPECT_STREQ(GetName("1abc", out), "");
@@ -92,28 +68,21 @@ TEST(TextHelpers, GetNameTakesFormulaNamesIncludingKoreanUpToTheLimit) {
 }
 
 TEST(TextHelpers, NumberParsingFallsBackToTheDefault) {
-  const std::pair<const char*, long> ints[] = {
-      {"12", 12},  {" -7 ", -7},  {"+3", 3},   {"3.9", 3},         {"-3.9", -3},  {"", 99},
-      {"abc", 99}, {"12abc", 99}, {"nan", 99}, {"2147483648", 99}, {"1e3", 1000}, {"--1", 99},
-  };
+  const std::pair<const char*, long> ints[] = {{" -7 ", -7},  {"-3.9", -3},       {"1e3", 1000}, {"", 99},
+                                               {"12abc", 99}, {"2147483648", 99}, {"--1", 99}};
   for (const auto& [text, expected] : ints) EXPECT_EQ(AnsiStringToInt(text, 99), expected) << text;
   EXPECT_EQ(AnsiStringToInt("-2147483648", 99), -2147483648l);
-  const std::pair<const char*, double> floats[] = {{"1.25", 1.25}, {" -0.5", -0.5}, {"1e-3", 0.001}, {"", 7.0},
-                                                   {"inf", 7.0},   {"nan", 7.0},    {"1,5", 7.0},    {"0x10", 7.0}};
+  const std::pair<const char*, double> floats[] = {{" -0.5", -0.5}, {"1e-3", 0.001}, {"inf", 7.0},
+                                                   {"nan", 7.0},    {"1,5", 7.0},    {"0x10", 7.0}};
   for (const auto& [text, expected] : floats) EXPECT_DOUBLE_EQ(AnsiStringToFloat(text, 7.0), expected) << text;
 }
 
 TEST(TextHelpers, DisplayFormatsShowTheDecimalsAskedFor) {
-  struct Fixed {
-    double value;
-    int precision, digits;
-    const char* text;
-  };
   // A value that shows as zero loses its minus sign; one beyond the precision
   // is shown with an exponent.
-  const Fixed fixed[] = {
+  const std::tuple<double, int, int, const char*> fixed[] = {
       {1234.5678, 15, 2, "1234.57"}, {-0.001, 15, 2, "0.00"}, {3, 15, 0, "3"}, {1.5e12, 10, 2, "1.500000000E+12"}};
-  for (const Fixed& f : fixed) EXPECT_STREQ(FloatToStrF(f.value, f.precision, f.digits).c_str(), f.text);
+  for (auto [v, precision, digits, text] : fixed) EXPECT_STREQ(FloatToStrF(v, precision, digits).c_str(), text);
   // The tick's decimals; a tick that is no positive number gives two.
   const std::tuple<double, double, const char*> ticks[] = {
       {1021.5, 0.5, "1021.5"}, {1028, 0.5, "1028.0"},       {1021.37, 1, "1021"},
@@ -124,31 +93,24 @@ TEST(TextHelpers, DisplayFormatsShowTheDecimalsAskedFor) {
 }
 
 TEST(TextHelpers, ProposedStepsRoundToTwoSignificantDigitsAndStayPositive) {
-  const std::pair<double, double> cases[] = {{24.69, 25},  {61.725, 62},    {0.1234, 0.12}, {50, 50},
-                                             {1234, 1200}, {0.0149, 0.015}, {-24.69, -25},  {kInf, 0}};
+  const std::pair<double, double> cases[] = {{24.69, 25},     {61.725, 62},  {1234, 1200},
+                                             {0.0149, 0.015}, {-24.69, -25}, {kInf, 0}};
   for (const auto& [step, expected] : cases) EXPECT_EQ(GetNewTickValue(step), expected) << step;
   EXPECT_EQ(conditionProove(24.69), 25.0);
   for (double bad : {0.0, -3.0, std::nan(""), kInf}) EXPECT_EQ(conditionProove(bad), 1.0) << bad;
 }
 
-TEST(Texts, PairIsChosenByTheLanguageAtEachCallAndUnknownValuesMeanEnglish) {
+TEST(Texts, PairIsChosenByTheLanguageAtEachCallAndEveryKoreanTextIsCodePage949) {
   SetLangType(kLangKorean);
   std::string korean = GetText(TxOperatorNeeded), utf8;
-  SetLangType(7);
+  SetLangType(7);  // unknown values mean English
   EXPECT_EQ(GetLangType(), kLangEnglish);
   EXPECT_STREQ(GetText(TxOperatorNeeded), "Operator is needed.");
   ASSERT_TRUE(Cp949ToUtf8(korean, utf8));
   EXPECT_EQ(utf8, "연산자가 필요합니다");
   EXPECT_STREQ(GetText(static_cast<TextId>(-1)), "");
   EXPECT_EQ(ListEntry(kLangEnglish, 18, 3), 21);
-}
-
-TEST(Texts, EveryKoreanTextIsCodePage949) {
-  EXPECT_EQ(std::string(GetText(TxClose, kLangKorean)), "\xC1\xBE\xB0\xA1");  // 종가
-  for (int id = 0; id < TxCount; ++id) {
-    std::string back;
-    EXPECT_TRUE(Cp949ToUtf8(GetText(static_cast<TextId>(id), kLangKorean), back)) << id;
-  }
+  for (int id = 0; id < TxCount; ++id) EXPECT_TRUE(Cp949ToUtf8(GetText(TextId(id), kLangKorean), utf8)) << id;
 }
 
 TEST(Cp949, ConversionIsLosslessBothWaysAndRefusesWhatItCannotHold) {
