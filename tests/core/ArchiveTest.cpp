@@ -131,9 +131,8 @@ TEST(Containers, IndicesOutsideTheListChangeNothing) {
   SAnsiStringList list;
   list.Add("one");
   list[5] = "outside";
-  const SAnsiStringList& constant = list;
-  EXPECT_EQ(list.Count(), 1);
-  EXPECT_EQ(list[-1].str() + constant[2].str() + constant[0].str(), "one");
+  EXPECT_EQ(std::to_string(list.Count()) + list[-1].str() + std::as_const(list)[2].str() + std::as_const(list)[0].str(),
+            "1one");
 }
 
 }  // namespace

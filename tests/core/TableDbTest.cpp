@@ -235,21 +235,6 @@ TEST(TableDbPair, UserFileIsCreatedOnFirstWriteSearchedFirstAndTheShippedFileNev
   EXPECT_EQ(Scan(indexOnly), shipped);
 }
 
-TEST(TableDbPair, WithoutAUserNameWritesGoToTheIndexFileAndWithoutFilesNothingIsWritten) {
-  std::string dir = TestDir(), index = MakeTable(dir + "a.idx");
-  DDB single(index.c_str(), "", 1), pair((dir + "a.xyz").c_str(), (dir + "b").c_str(), 1);
-  DDB none((dir + "i.fnc").c_str(), (dir + "u.fnc").c_str(), 1);
-  pair.SetExtension("idx");  // for both files
-  EXPECT_EQ(pair.IndexFileName() + " " + pair.UserFileName(), dir + "a.idx " + dir + "b.idx");
-  EXPECT_EQ((Results{single.Append("new"), single.WriteRecord(), pair.Append("k"), pair.WriteRecord()}),
-            (Results{1, 1, 1, 1}));
-  EXPECT_EQ((Results{none.MoveFirst(1), none.Append("k"), none.WriteRecord(), none.Eof()}), (Results{0, 0, 0, 1}));
-  DB indexOnly(index.c_str(), 0), user((dir + "b.idx").c_str(), 0);
-  EXPECT_EQ(Scan(indexOnly), Names{"new="});
-  EXPECT_EQ(Scan(user), Names{"k="});
-  EXPECT_EQ(FileExist((dir + "i.fnc").c_str()) + FileExist((dir + "u.fnc").c_str()), 0);
-}
-
 TEST(IndexFiles, NamesLieBelowTheIndexDirectoryAndOnlyKnownKindsGetTables) {
   std::string dir = TestDir();
   SetIndexDir(dir.substr(0, dir.size() - 1).c_str());  // without the slash

@@ -10,7 +10,6 @@ namespace {
 
 using PP = SPriceProperty;
 using IP = SIndexProp;
-using IntsPerType = int (PP::*)[kPriceChartTypes];
 using Ints = std::vector<int>;
 using Doubles = std::vector<double>;
 
@@ -21,38 +20,12 @@ std::string Join(const SString (&a)[kPriceChartTypes]) {
   return s;
 }
 
-// The defaults as the price-data settings file lists them, chart types 0-17,
-// written out independently of the record's own table: one character per
-// type, R the rising colour, F the falling colour, V the volume-at-price
-// colour, else the digit.
-TEST(PriceProperty, EveryChartTypeHasTheDefaultsOfTheSettingsTable) {
-  const IntsPerType arrays[] = {
-      &PP::WhiteLineColor,   &PP::WhiteLineFill,   &PP::BlackLineColor,   &PP::BlackLineFill,   &PP::VolumeAtPriceColor,
-      &PP::BlWhiteLineColor, &PP::BlWhiteLineFill, &PP::BlBlackLineColor, &PP::BlBlackLineFill, &PP::BlVolumeAtPrice,
-      &PP::BlVolumeDisp,     &PP::BlName1,         &PP::BlValue1,         &PP::BlName2,         &PP::BlValue2};
-  const PP p;
-  std::string codes;
-  for (IntsPerType a : arrays) {
-    for (int v : p.*a) codes += v == 0x1414EB ? 'R' : v == 0xC81616 ? 'F' : v == 0x99FFCC ? 'V' : char('0' + v);
-    codes += ' ';
-  }
-  EXPECT_EQ(codes,
-            "RRRRRRRRRR0RRRRRR0 111111111111011110 FFFFFFFFFF0FFFFFF0 111111111111111110 VVVVVVVVVVVVVVVVR0 "
-            "111111111101111110 100010100101100110 111011111101101110 100010100101100110 000010000000000010 "
-            "000010000000000000 111111111110010111 111111111110010111 000001000000000100 000001000000000100 ");
-  EXPECT_EQ(Join(p.Value1) + "/" + Join(p.Default2),
-            "10 10 10 10 10 3 3 3 3 3 25 0 0 10 0 10 5 30 /"
-            "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 10 0 0 ");
-  EXPECT_EQ(Join(p.Default1) + Join(p.Value2), Join(p.Value1) + Join(p.Default2));
-}
-
 TEST(PriceProperty, NamesAreTakenInTheLanguageOfTheMomentAndKeptAsMade) {
   PP english;
   EXPECT_EQ(english.Name1[5].str() + "|" + english.Name2[6].str() + "|" + english.Name1[17].str() + "|" +
                 english.Name1[11].str(),
             "Blank Conversion|conversion price|Minute Distince|");
-  EXPECT_EQ(std::string(GetPriceChartTypeName(5)) + GetPriceChartTypeName(18) + GetPriceChartTypeName(-1),
-            "P&F chart");
+  EXPECT_EQ(std::string(GetPriceChartTypeName(5)) + GetPriceChartTypeName(18) + GetPriceChartTypeName(-1), "P&F chart");
   LangScope korean(kLangKorean);
   EXPECT_EQ(PP().Name2[15].str(), Cp949("간격"));
   EXPECT_EQ(std::string(GetPriceChartTypeName(1)), Cp949("바차트(시고저종)"));
@@ -80,7 +53,7 @@ TEST(PriceProperty, StyleIsTheRisingAndFallingColoursAndFillsOnly) {
   b.VolumeAtPriceColor[3] = 1;
   b.PriceChartType = 5;
   EXPECT_EQ(a.CompStyle(b), 1);
-  for (IntsPerType field : {&PP::WhiteLineColor, &PP::WhiteLineFill, &PP::BlackLineColor, &PP::BlackLineFill}) {
+  for (auto field : {&PP::WhiteLineColor, &PP::WhiteLineFill, &PP::BlackLineColor, &PP::BlackLineFill}) {
     PP c = b;
     (c.*field)[17] = 7;
     EXPECT_EQ(Ints({a.CompStyle(c), c.CompStyle(a)}), Ints({0, 0}));
@@ -220,12 +193,9 @@ TEST(SRLines, SetToDefaultResetsTheDisplayButKeepsClosesValuesAndAlarms) {
   SSRLines l;
   l.SetClose(5);
   l.SetClose(6);
-  l.SetValue(3, 9);
-  l.SetValue(28, 5);  // no such line
-  l.SetValue(-1, 5);
+  for (int j : {3, 28, -1}) l.SetValue(j, 9);  // 28 and -1: no such line
   l.ShowAlert[3] = -1;
-  l.ShowTitle = l.ShowLine[3] = 1;
-  l.LineThick[27] = l.LineColor[27] = 4;
+  l.ShowTitle = l.ShowLine[3] = l.LineThick[27] = l.LineColor[27] = 4;
   l.SetToDefault();
   EXPECT_EQ((Ints{l.ShowTitle, l.ShowLine[3], l.LineThick[27], l.ShowAlert[3], l.LineColor[27], l.TextPos}),
             (Ints{0, 0, 1, -1, l.LineColor[7], 2}));
@@ -259,22 +229,19 @@ TEST(SRLines, PivotAndDemarkLevelsLeaveTheHostLinesAlone) {
 // A line is crossed when the close reaches it from the other side; leaving
 // it is no cross, and without two closes nothing is.
 TEST(SRLines, CrossingsCountAReachedLineButNotADepartureFromIt) {
-  struct Case {
-    double prev, close, line;
-    int shown, expected;
-  };
-  const Case cases[] = {{99, 101, 100, 1, 1},   {99, 101, 101, 1, 1}, {100, 101, 100, 1, 0}, {101, 99, 100, 1, -1},
-                        {101, 100, 100, 1, -1}, {100, 99, 100, 1, 0}, {99, 99.5, 100, 1, 0}, {99, 101, 100, 0, 0},
-                        {0, 101, 100, 1, 0},    {0, 0, 0, 1, 0}};
-  for (const Case& c : cases) {
+  // The previous close, the close, the line's value, whether it is shown, the alert.
+  const std::tuple<double, double, double, int, int> cases[] = {
+      {99, 101, 100, 1, 1}, {99, 101, 101, 1, 1},  {100, 101, 100, 1, 0}, {101, 99, 100, 1, -1}, {101, 100, 100, 1, -1},
+      {100, 99, 100, 1, 0}, {99, 99.5, 100, 1, 0}, {99, 101, 100, 0, 0},  {0, 101, 100, 1, 0},   {0, 0, 0, 1, 0}};
+  for (auto [prev, close, line, shown, expected] : cases) {
     SSRLines l;
-    l.SetValue(kSRUser1, c.line);
-    l.ShowLine[kSRUser1] = c.shown;
-    l.SetClose(c.prev);
-    l.SetClose(c.close);
+    l.SetValue(kSRUser1, line);
+    l.ShowLine[kSRUser1] = shown;
+    l.SetClose(prev);
+    l.SetClose(close);
     for (int& a : l.ShowAlert) a = 7;
     l.Calc();
-    EXPECT_EQ(l.ShowAlert[kSRUser1], c.expected) << c.prev << " -> " << c.close << " over " << c.line;
+    EXPECT_EQ(l.ShowAlert[kSRUser1], expected) << prev << " -> " << close << " over " << line;
     EXPECT_EQ(l.ShowAlert[0], 0);
   }
 }
@@ -300,18 +267,16 @@ TEST(SRLines, EqualityIgnoresLineValuesAndTheArchiveKeepsThemAll) {
   SSRLines a, b, c, loaded, fresh;
   b.SetValue(7, 123);
   EXPECT_TRUE(a == b);
-  b.ShowAlert[27] = 1;
+  b.ShowAlarmDlg = b.ShowLine[16] = b.ShowAlert[27] = 1;
   c.SetClose(1);
   EXPECT_TRUE(a != b && a != c);
-  b.ShowAlarmDlg = b.ShowLine[16] = 1;
   b.LineColor[27] = 0x123456;
   CFBArchive ar;
   b.Store(ar, 2);
   EXPECT_EQ(ar.GetEntryCount(), 6 + 5 * kSRLineCount);
   EXPECT_EQ(ar.GetDbl("7.LineValue", 0), 123);  // in "SSRLines2"
   loaded.Load(ar, 2);
-  EXPECT_TRUE(loaded == b);
-  EXPECT_EQ(loaded.LineValue[7], 123);
+  EXPECT_TRUE(loaded == b && loaded.LineValue[7] == 123);
   fresh.Load(ar, -1);  // nothing under "SSRLines"
   EXPECT_TRUE(fresh == SSRLines());
 }
