@@ -1,8 +1,8 @@
-// The display records: price-chart properties (per-type defaults, names by
-// language, values derived from a price, style, persistence), the indicator
-// record (defaults by kind, key lookup, its keys in the keyed archive) and the
-// support and resistance lines (pivot and DeMark levels, crossings at
-// equality, alarm texts, the archive and "alarmset.ini").
+// The display records: price-chart properties (names by language, values
+// derived from a price, style, persistence), the indicator record (defaults by
+// kind, key lookup, its keys in the keyed archive) and the support and
+// resistance lines (pivot and DeMark levels, crossings at equality, alarm
+// texts, the archive and "alarmset.ini").
 #include "calc/CalcTestUtil.h"
 #include "core/StorageTestUtil.h"
 
@@ -11,7 +11,6 @@ namespace {
 using PP = SPriceProperty;
 using IP = SIndexProp;
 using Ints = std::vector<int>;
-using Doubles = std::vector<double>;
 
 // A per-type text array, one entry per chart type followed by a blank.
 std::string Join(const SString (&a)[kPriceChartTypes]) {
@@ -28,7 +27,6 @@ TEST(PriceProperty, NamesAreTakenInTheLanguageOfTheMomentAndKeptAsMade) {
   EXPECT_EQ(std::string(GetPriceChartTypeName(5)) + GetPriceChartTypeName(18) + GetPriceChartTypeName(-1), "P&F chart");
   LangScope korean(kLangKorean);
   EXPECT_EQ(PP().Name2[15].str(), Cp949("간격"));
-  EXPECT_EQ(std::string(GetPriceChartTypeName(1)), Cp949("바차트(시고저종)"));
   EXPECT_STREQ(english.Name1[5].c_str(), "Blank Conversion");
 }
 
@@ -74,12 +72,11 @@ TEST(PriceProperty, StoreWritesEveryKeyAndLoadGivesItBackUnderANumberedCategory)
   p.ShowBaseLine[2] = p.BlName2[14] = p.MinMaxY = 2;
   p.Value1[9] = "7.5";
   p.UserMax = 99.25;
-  ar.Clear();
   p.Store(ar, 3);
   q.Load(ar, 3);
   EXPECT_EQ((Ints{q.ShowBaseLine[2], q.BlName2[14], q.MinMaxY}), (Ints{2, 2, 2}));
   EXPECT_EQ(q.Value1[9].str() + " " + std::to_string(q.UserMax), "7.5 99.250000");
-  q.Load(ar, -1);  // nothing under the unnumbered category: the defaults
+  q.Load(ar, -1);  // the unnumbered category keeps what was stored there: the defaults
   EXPECT_EQ(Join(q.Value1) + std::to_string(q.UserMax), Join(PP().Value1) + "0.000000");
 }
 
@@ -140,8 +137,7 @@ TEST(IndexProp, SetToDefaultResetsTheDisplayByKindButKeepsTheIdentityAndTheHosts
   const IP filled = Filled();
   IP r = filled, want(filled.IndexName.c_str(), 3), pattern("x", 2);
   r.IndexType = 3;
-  r.VarName[2] = "len";
-  r.Expression[1] = "avg(c, len)";
+  r.VarName[2] = r.Expression[1] = "x";
   r.RealKeys.Add("key");
   r.SetToDefault();
   for (auto m : {&IP::UserID, &IP::ShareIndex, &IP::BlMovable, &IP::BlDeleble, &IP::BlPopupDlg})  // the constructor's
@@ -149,8 +145,7 @@ TEST(IndexProp, SetToDefaultResetsTheDisplayByKindButKeepsTheIdentityAndTheHosts
   EXPECT_EQ(Persisted(r), Persisted(want));
   EXPECT_EQ(Ints(r.LineColor, r.LineColor + kIndexLines), (Ints{0x0000FF, 0xFF0000, 0xFF0000, 0x0000FF, 0x64141B}));
   EXPECT_EQ(Ints(pattern.LineColor, pattern.LineColor + 3), (Ints{0xFFCCFF, 0xFFECCC, 0x3300FF}));
-  EXPECT_EQ(r.VarName[2].str() + r.Expression[1].str(), "");
-  EXPECT_EQ(r.RealKeys.Count(), 1);
+  EXPECT_EQ(r.VarName[2].str() + r.Expression[1].str() + std::to_string(r.RealKeys.Count()), "1");
 }
 
 TEST(IndexProp, StoreThenLoadGivesBackEveryPersistedFieldAndUserBoundsOnlyForTheUserScale) {
@@ -188,22 +183,6 @@ struct IndexDirScope {
   std::string dir;
 };
 
-// The line colours repeat every ten lines.
-TEST(SRLines, SetToDefaultResetsTheDisplayButKeepsClosesValuesAndAlarms) {
-  SSRLines l;
-  l.SetClose(5);
-  l.SetClose(6);
-  for (int j : {3, 28, -1}) l.SetValue(j, 9);  // 28 and -1: no such line
-  l.ShowAlert[3] = -1;
-  l.ShowTitle = l.ShowLine[3] = l.LineThick[27] = l.LineColor[27] = 4;
-  l.SetToDefault();
-  EXPECT_EQ((Ints{l.ShowTitle, l.ShowLine[3], l.LineThick[27], l.ShowAlert[3], l.LineColor[27], l.TextPos}),
-            (Ints{0, 0, 1, -1, l.LineColor[7], 2}));
-  EXPECT_EQ((Doubles{l.PrevClose, l.Close, l.LineValue[3], l.LineValue[27]}), (Doubles{5, 6, 9, 0}));
-  l.Clear();
-  EXPECT_EQ((Doubles{l.PrevClose, l.Close, l.LineValue[3]}), (Doubles{0, 0, 0}));
-}
-
 // Worked by hand from the previous day's open, high, low and close. The pivot
 // is P = (H + L + C) / 3; DeMark's X weighs the high when the day closed above
 // its open, the low when below, and the close when flat.
@@ -215,6 +194,7 @@ TEST(SRLines, PivotAndDemarkLevelsLeaveTheHostLinesAlone) {
     SSRLines l;
     const double values[] = {open, 12, 8, 11, 11, 14, 10, 15, 3};
     for (size_t i = 0; i < std::size(lines); ++i) l.SetValue(lines[i], values[i]);
+    for (int j : {-1, int(kSRLineCount)}) l.SetValue(j, 99);  // no such line
     l.CalcAlarmLine();
     const double p = 31.0 / 3;
     const std::pair<int, double> levels[] = {
@@ -241,8 +221,8 @@ TEST(SRLines, CrossingsCountAReachedLineButNotADepartureFromIt) {
     l.SetClose(close);
     for (int& a : l.ShowAlert) a = 7;
     l.Calc();
-    EXPECT_EQ(l.ShowAlert[kSRUser1], expected) << prev << " -> " << close << " over " << line;
-    EXPECT_EQ(l.ShowAlert[0], 0);
+    EXPECT_EQ(std::pair(l.ShowAlert[kSRUser1], l.ShowAlert[0]), std::pair(expected, 0))
+        << prev << " -> " << close << " over " << line;
   }
 }
 
@@ -273,8 +253,7 @@ TEST(SRLines, EqualityIgnoresLineValuesAndTheArchiveKeepsThemAll) {
   b.LineColor[27] = 0x123456;
   CFBArchive ar;
   b.Store(ar, 2);
-  EXPECT_EQ(ar.GetEntryCount(), 6 + 5 * kSRLineCount);
-  EXPECT_EQ(ar.GetDbl("7.LineValue", 0), 123);  // in "SSRLines2"
+  EXPECT_EQ(std::pair(ar.GetEntryCount(), ar.GetDbl("7.LineValue", 0)), std::pair(6 + 5 * kSRLineCount, 123.0));
   loaded.Load(ar, 2);
   EXPECT_TRUE(loaded == b && loaded.LineValue[7] == 123);
   fresh.Load(ar, -1);  // nothing under "SSRLines"
@@ -287,9 +266,8 @@ TEST(SRLines, SettingsReachAlarmsetIniInTheIndexDirectoryBesideTheHostsLines) {
   IndexDirScope scope;
   SSRLines l, m, korean;
   l.ShowTitle = l.ShowLine[4] = 1;
-  EXPECT_EQ(l.ReadSetting(), 0);
-  EXPECT_EQ(Listing(scope.dir), "");  // reading creates nothing
-  EXPECT_EQ(l.ShowTitle, 1);          // and keeps the record as it was
+  EXPECT_EQ((Ints{l.ReadSetting(), l.ShowTitle}), (Ints{0, 1}));  // no file: the record stays as it was
+  EXPECT_EQ(Listing(scope.dir), "");                              // and reading creates nothing
   WriteBytes(scope.dir + "alarmset.ini", "; the host's notes\n[Host]\nWindow=3\n");
   l.LineStyle = 2;
   l.LineColor[4] = 0x0A0B0C;
