@@ -242,6 +242,8 @@ TEST(CIniMemFile, BoundDocumentWritesItselfBackOnlyAfterAChangeAndNeverOverAnUnr
   EXPECT_EQ(Listing(dir), "");                               // reading creates nothing
   CIniMemFile(path.c_str(), 1).WriteInt("0", "Price", 100);  // written back as it goes
   CIniMemFile(path.c_str(), 0).WriteInt("0", "Price", 5);    // unbound: never written
+  CIniMemFile same(path.c_str(), 1);                         // writing the value it holds changes nothing
+  EXPECT_EQ((Results{same.WriteInt("0", "Price", 100), same.IsModified()}), (Results{1, 0}));
   EXPECT_EQ(ReadBytes(path), "[0]\nPrice=100\n");
   WriteBytes(huge, "[S]\nk=1\n");
   std::filesystem::resize_file(huge, kMaxIniBytes + 1);  // sparse: costs no disk
@@ -429,11 +431,9 @@ TEST(TableDbInterop, Sqlite3ReadsOurRowsAndWeReadItsRows) {
                     "SELECT IndexName, Expression0, typeof(Expression0), _deleted FROM records;"),
             "IndexName|c|50\nExpression0|c|200\nShort|c|5\nIndexName,Expression0,Short,_deleted\n"
             "이동평균|avg(close, 5)|text|0\nraw|\x80\x81|blob|0\n");
-  ASSERT_EQ(Sqlite3(path,
-                    "INSERT INTO records VALUES('종가평균', 'avg(close, 20)', NULL, 0), ('huge', zeroblob(3000000), "
-                    "NULL, 0), ('long', NULL, 'abcdefghij', 0), ('gone', NULL, NULL, 1), "
-                    "('hex', NULL, hex(zeroblob(300000)), 0);"),
-            "");
+  Sqlite3(path,
+          "INSERT INTO records VALUES('종가평균', 'avg(close, 20)', NULL, 0), ('huge', zeroblob(3000000), NULL, 0), "
+          "('long', NULL, 'abcdefghij', 0), ('gone', NULL, NULL, 1), ('hex', NULL, hex(zeroblob(300000)), 0);");
   DB db(path.c_str(), 0);
   // A value too long for its field is read no longer than its width.
   EXPECT_EQ(Scan(db), (Names{Ko("이동평균") + "=avg(close, 5)", "raw=\x80\x81", Ko("종가평균") + "=avg(close, 20)",
@@ -462,6 +462,7 @@ TEST(TableDbPair, UserFileIsCreatedOnFirstWriteSearchedFirstAndTheShippedFileNev
   ASSERT_EQ(db.FindFirst("IndexName", "both"), 1);
   EXPECT_STREQ(db.GetStr("Expression0"), "u");
   EXPECT_EQ(db.FindFirst("IndexName", "gone"), 0);
+  EXPECT_STREQ(db.GetStr("IndexName"), "");  // no current record after a failed find
   DB indexOnly(index.c_str(), 0);
   EXPECT_EQ(Scan(indexOnly), shipped);
 }

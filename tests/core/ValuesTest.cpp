@@ -222,7 +222,7 @@ TEST(TextHelpers, NumberParsingFallsBackToTheDefault) {
                                                {"12abc", 99}, {"2147483648", 99}, {"--1", 99}};
   for (const auto& [text, expected] : ints) EXPECT_EQ(AnsiStringToInt(text, 99), expected) << text;
   EXPECT_EQ(AnsiStringToInt("-2147483648", 99), -2147483648l);
-  const std::pair<const char*, double> floats[] = {{" -0.5", -0.5}, {"1e-3", 0.001}, {"inf", 7.0},
+  const std::pair<const char*, double> floats[] = {{" -0.5", -0.5}, {"1e-3", 0.001}, {"", 7.0},    {"inf", 7.0},
                                                    {"nan", 7.0},    {"1,5", 7.0},    {"0x10", 7.0}};
   for (const auto& [text, expected] : floats) EXPECT_DOUBLE_EQ(AnsiStringToFloat(text, 7.0), expected) << text;
 }

@@ -234,10 +234,8 @@ TEST(SRLines, AlertMessagesNeedDialogsAShownLineAndACrossing) {
   l.ShowAlarmDlg = 1;
   EXPECT_STREQ(l.GetAlertMessage(kSRPivot).c_str(), "Pivot base line Upward breakthrough");
   EXPECT_STREQ(l.GetAlertMessage(kSRPrevLow).c_str(), "Previous day Low Price Downward breakthrough");
-  {
-    LangScope korean(kLangKorean);
-    EXPECT_EQ(l.GetAlertMessage(kSRPivot).str(), Cp949("피봇기준선 상향돌파"));
-  }
+  LangScope korean(kLangKorean);
+  EXPECT_EQ(l.GetAlertMessage(kSRPivot).str(), Cp949("피봇기준선 상향돌파"));
   l.ShowLine[kSRPivot] = 0;
   for (int j : {int(kSRPivot), int(kSRTodayHigh), kSRLineCount, -1})
     EXPECT_STREQ(l.GetAlertMessage(j).c_str(), "") << j;
