@@ -465,6 +465,9 @@ TEST(TableDbPair, UserFileIsCreatedOnFirstWriteSearchedFirstAndTheShippedFileNev
   EXPECT_STREQ(db.GetStr("IndexName"), "");  // no current record after a failed find
   DB indexOnly(index.c_str(), 0);
   EXPECT_EQ(Scan(indexOnly), shipped);
+  DDB single(index.c_str(), "", 1);  // without a user file, writes go to the index file
+  single.SetExtension("fnc");        // the dot is added
+  EXPECT_EQ((Results{Put(single, "new", "x"), static_cast<int>(Scan(indexOnly).size())}), (Results{1, 4}));
 }
 
 TEST(IndexFiles, NamesLieBelowTheIndexDirectoryAndOnlyKnownKindsGetTables) {

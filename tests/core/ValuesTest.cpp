@@ -219,7 +219,7 @@ TEST(TextHelpers, ScannersKeepDelimitersStopAtTheKeyAndCutNamesAtTheLimit) {
 
 TEST(TextHelpers, NumberParsingFallsBackToTheDefault) {
   const std::pair<const char*, long> ints[] = {{" -7 ", -7},  {"-3.9", -3},       {"1e3", 1000}, {"", 99},
-                                               {"12abc", 99}, {"2147483648", 99}, {"--1", 99}};
+                                               {"12abc", 99}, {"2147483648", 99}, {"--1", 99},   {"+3", 3}};
   for (const auto& [text, expected] : ints) EXPECT_EQ(AnsiStringToInt(text, 99), expected) << text;
   EXPECT_EQ(AnsiStringToInt("-2147483648", 99), -2147483648l);
   const std::pair<const char*, double> floats[] = {{" -0.5", -0.5}, {"1e-3", 0.001}, {"", 7.0},    {"inf", 7.0},
