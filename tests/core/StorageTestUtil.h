@@ -32,7 +32,7 @@ inline void WriteBytes(const std::string& path, const std::string& bytes) {
 
 inline std::string ReadBytes(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The directory's entries, sorted, as one text (to see stray files).
