@@ -1,10 +1,7 @@
 // Test helpers for indicators: the bundled sample bars, bound to an indicator
-// and fed one at a time, line comparisons and text helpers.
+// and fed one at a time, and line comparisons.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <fstream>
@@ -12,11 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "chartcalc.h"
-#include "core/Cp949.h"
-#include "core/TextTable.h"
-
-using namespace chartcalc::detail;
+#include "calc/CalcTestUtil.h"
 
 using Rows = std::vector<std::array<double, kPriceSlots>>;
 
@@ -45,11 +38,9 @@ inline const Rows& Daily() {
 }
 
 // Nine bound series that grow bar by bar.
-struct Feed {
-  SVector s[kPriceSlots];
-
+struct Feed : TestBars {
+  using TestBars::Bind;
   void Bind(SIndex& x) { x.SetVariable(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
-  void Bind(SCalc& calc) { calc.SetVariable(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
   void AddBar(const double* values) {
     for (int k = 0; k < kPriceSlots; ++k) s[k].Add(values[k]);
   }
@@ -57,11 +48,7 @@ struct Feed {
   void AddDaily(size_t from, size_t to) {
     for (size_t i = from; i < to; ++i) AddBar(Daily()[i].data());
   }
-  // Rewrites the last bar's close (a new tick within the bar).
-  void Tick(double close) { s[kClose].Update(close, 0); }
 };
-
-inline std::vector<double> Values(const SVector& s) { return std::vector<double>(s.Data(), s.Data() + s.GetSize()); }
 
 // Same size, same start index and, over the valid range, the same values
 // within a relative tolerance (NaN matches NaN).
@@ -76,16 +63,3 @@ inline void ExpectSameLine(const SVector& got, const SVector& want, const std::s
       EXPECT_NEAR(a, b, tolerance * std::max(1.0, std::fabs(b))) << what << " bar " << i;
   }
 }
-
-// UTF-8 source text as the library holds it (code page 949).
-inline std::string Cp949(const std::string& utf8) {
-  std::string out;
-  EXPECT_TRUE(Utf8ToCp949(utf8, out)) << utf8;
-  return out;
-}
-
-// Switches the language for one scope and restores English afterwards.
-struct LangScope {
-  explicit LangScope(int lang) { SetLangType(lang); }
-  ~LangScope() { SetLangType(kLangEnglish); }
-};
