@@ -2,9 +2,13 @@
 // files it reads and splits the CSV it prints.
 #pragma once
 
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Cli.h"
@@ -22,11 +26,32 @@ inline ToolRun RunTool(const std::vector<std::string>& args) {
   return {status, out.str(), err.str()};
 }
 
+// A run's status, its whole output and a part of its error text.
+struct ToolCase {
+  std::vector<std::string> args;
+  int status;
+  std::string out, err;
+};
+
+inline void ExpectRuns(const std::vector<ToolCase>& cases,
+                       const std::function<ToolRun(std::vector<std::string>)>& run = RunTool) {
+  for (const ToolCase& c : cases) {
+    ToolRun r = run(c.args);
+    EXPECT_EQ(std::tuple(r.status, r.out), std::tuple(c.status, c.out)) << c.args.back() << ": " << r.err;
+    EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+  }
+}
+
 // A file of the test scratch directory holding text; returns its path.
 inline std::string WriteFile(const std::string& name, const std::string& text) {
   std::string path = std::string(CHARTCALC_TEST_TMP) + "/" + name;
   std::ofstream(path, std::ios::binary) << text;
   return path;
+}
+
+inline std::string ReadText(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The rows of printed text split into cells at sep; a quoted cell loses its

@@ -4,35 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "CliTestUtil.h"
 #include "DefinitionText.h"
 #include "core/Cp949.h"
 
-using namespace chartcalc::detail;
-
 namespace {
 
-std::vector<DefinitionText> Parse(const std::string& text) {
+// The definitions of a text that must read, or the error of one that must not.
+std::vector<DefinitionText> Parse(const std::string& text, bool ok = true, std::string* error = nullptr) {
   std::vector<DefinitionText> out;
-  std::string error;
-  EXPECT_TRUE(ParseDefinitions(text, "t.txt", out, error)) << error;
+  std::string message;
+  EXPECT_EQ(ParseDefinitions(text, "t.txt", out, error ? *error : message), ok) << text << message;
   return out;
 }
-
-std::string ErrorOf(const std::string& text) {
-  std::vector<DefinitionText> out;
-  std::string error;
-  EXPECT_FALSE(ParseDefinitions(text, "t.txt", out, error)) << text;
-  EXPECT_TRUE(out.empty());
-  return error;
-}
-
-}  // namespace
 
 TEST(DefinitionText, EveryKindsKeysFillTheirFieldsAndContinuationLinesJoin) {
   auto defs = Parse(
@@ -46,8 +34,8 @@ TEST(DefinitionText, EveryKindsKeysFillTheirFieldsAndContinuationLinesJoin) {
   EXPECT_EQ(std::tuple(x.VarName[1].str(), x.VarValue[1].str()), std::tuple("width", "2.5"));
   EXPECT_EQ(std::tuple(x.ExpName[0].str(), x.Expression[0].str(), x.LineType[0]),
             std::tuple("Upper(%period%)", "avg(c, period) +\nwidth * stdev(c, period)", 0));
-  EXPECT_EQ(std::tuple(x.ExpName[1].str(), x.LineType[1]), std::tuple("Width", 1));
-  EXPECT_EQ(std::tuple(x.YValue[0].str(), x.YValue[1].str()), std::tuple("0", "1.5"));
+  EXPECT_EQ(std::tuple(x.ExpName[1].str(), x.LineType[1], x.YValue[0].str(), x.YValue[1].str()),
+            std::tuple("Width", 1, "0", "1.5"));
   EXPECT_EQ(defs[1].index.Expression[0].str(), "c");
 
   const SIndex s =
@@ -63,26 +51,22 @@ TEST(DefinitionText, EveryKindsKeysFillTheirFieldsAndContinuationLinesJoin) {
   EXPECT_EQ(std::tuple(f.VarName[1].str(), f.VarValue[1].str(), f.Expression[0].str()), std::tuple("b", "", "a + b"));
   EXPECT_EQ(Parse("kind: pattern\n[P]\nbullish: c > o\nbearish: c < o\n").at(0).index.Expression[1].str(), "c < o");
   EXPECT_EQ(Parse("kind: expression\n[E]\nformula: (h + l) / 2\nperiod: 20\n").at(0).index.Period.str(), "20");
-}
-
-TEST(DefinitionText, KoreanTextBecomesCodePage949) {
-  auto defs =
-      Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n");
-  std::string name;
-  ASSERT_TRUE(Utf8ToCp949("가격", name));
-  EXPECT_EQ(defs.at(0).index.IndexName.str(), name);
-  EXPECT_EQ(Cp949ToUtf8Lossy(defs[0].index.Expression[0].str()), "avg(c, 기간)");
+  // UTF-8 text is held as code page 949.
+  const SIndex k =
+      Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n")
+          .at(0)
+          .index;
+  EXPECT_EQ(std::tuple(Cp949ToUtf8Lossy(k.IndexName.str()), Cp949ToUtf8Lossy(k.Expression[0].str())),
+            std::tuple("가격", "avg(c, 기간)"));
+  EXPECT_NE(k.IndexName.str(), "가격");
 }
 
 TEST(DefinitionText, MistakesNameTheirFileAndLine) {
   const std::string head = "kind: indicator\n[A]\n";
   std::string tenVars;
   for (int k = 0; k <= 10; ++k) tenVars += "var: v" + std::to_string(k) + " = 1\n";
-  struct Case {
-    std::string text;
-    std::string error;
-  };
-  const Case cases[] = {
+  // clang-format off
+  const std::pair<std::string, std::string> cases[] = {
       {"[A]\nline: a = c\n", "t.txt:1: a definition before 'kind:'"},
       {"kind: indicators\n", "t.txt:1: unknown kind 'indicators'"},
       {"kind: indicator\nkind: system\n", "t.txt:2: the kind is given twice"},
@@ -100,8 +84,7 @@ TEST(DefinitionText, MistakesNameTheirFileAndLine) {
       {head + "line: = c\n", "t.txt:3: the line has no name"},
       {head + "line: a =\n", "t.txt:3: the formula is empty"},
       {head + "line: a = " + std::string(4096, '1') + "\n", "t.txt:3: the formula is longer than 4095 bytes"},
-      {head + "line: a = c\nline: b = c\nline: d = c\nline: e = c\nline: f = c\nline: g = c\n",
-       "t.txt:8: more than 5 lines"},
+      {head + "line: a = c\nline: b = c\nline: d = c\nline: e = c\nline: f = c\nline: g = c\n", "t.txt:8: more than 5 lines"},
       {head + "base: 30, high\n", "t.txt:3: base line 'high' is not a number"},
       {head + "description: \xF0\x9F\x98\x80\n", "t.txt:3: the text is not one code page 949 can hold"},
       {head + "description: " + std::string(201, 'x') + "\n", "t.txt:3: the description is longer than 200 bytes"},
@@ -110,25 +93,27 @@ TEST(DefinitionText, MistakesNameTheirFileAndLine) {
       {"kind: indicator\n[A]\nline: a = c\n[a]\n", "t.txt:4: 'a' is defined twice"},
       {"kind: indicator\n[A]\ndescription: none\n[B]\nline: b = c\n", "t.txt:2: 'A' has no formula"},
       {"kind: indicator\n[" + std::string(51, 'a') + "]\n", "t.txt:2: the name is longer than 50 bytes"},
-      {"kind: system\n[S]\nvar: n = 5, 1\n",
-       "t.txt:3: a system variable is NAME = VALUE or NAME = VALUE, START, END, STEP"},
-      {"kind: system\n[S]\nlong entry: c\nlong entry: o\n", "t.txt:4: the formula is given twice"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(ErrorOf(c.text), c.error) << c.text;
+      {"kind: system\n[S]\nvar: n = 5, 1\n", "t.txt:3: a system variable is NAME = VALUE or NAME = VALUE, START, END, STEP"},
+      {"kind: system\n[S]\nlong entry: c\nlong entry: o\n", "t.txt:4: the formula is given twice"}};
+  // clang-format on
+  for (const auto& [text, message] : cases) {
+    std::string error;
+    EXPECT_TRUE(Parse(text, false, &error).empty());
+    EXPECT_EQ(error, message) << text;
+  }
 }
 
 TEST(DefinitionText, EveryShippedTextReads) {
   int files = 0;
   for (const auto& entry : std::filesystem::directory_iterator(CHARTCALC_DEFINITIONS_DIR)) {
     if (entry.path().extension() != ".txt") continue;
-    std::ifstream in(entry.path());
-    std::stringstream text;
-    text << in.rdbuf();
     std::vector<DefinitionText> defs;
     std::string error;
-    EXPECT_TRUE(ParseDefinitions(text.str(), entry.path().string(), defs, error)) << error;
+    EXPECT_TRUE(ParseDefinitions(ReadText(entry.path()), entry.path().string(), defs, error)) << error;
     EXPECT_GE(defs.size(), 10u) << entry.path();
     ++files;
   }
   EXPECT_EQ(files, 3);
 }
+
+}  // namespace

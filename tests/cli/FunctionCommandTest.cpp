@@ -3,38 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "CliTestUtil.h"
-
-using namespace chartcalc::detail;
 
 namespace {
 
 // Runs the tool with --index-dir set to this test's own directory.
 class FunctionCommand : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::string(CHARTCALC_TEST_TMP) + "/cli." + ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::filesystem::remove_all(dir_);
-  }
+  void SetUp() override { std::filesystem::remove_all(dir_); }
   ToolRun Run(std::vector<std::string> args) {
     args.insert(args.begin() + 1, {"--index-dir", dir_});
     return RunTool(args);
   }
-  std::string dir_;
+  const std::string dir_ =
+      std::string(CHARTCALC_TEST_TMP) + "/cli." + ::testing::UnitTest::GetInstance()->current_test_info()->name();
 };
-
-TEST_F(FunctionCommand, ListingAnEmptyDirectoryPrintsNothingAndCreatesNothing) {
-  ToolRun r = Run({"function", "list"});
-  EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, "");
-  EXPECT_FALSE(std::filesystem::exists(dir_));
-  EXPECT_EQ(Run({"eval", "1"}).status, 0);
-  EXPECT_FALSE(std::filesystem::exists(dir_));
-}
 
 TEST_F(FunctionCommand, AddedFunctionsAreListedCalledAndRemoved) {
   ASSERT_EQ(Run({"function", "add", "band", "m + k * 2", "m", "k"}).status, 0);
@@ -54,43 +40,37 @@ TEST_F(FunctionCommand, AddedFunctionsAreListedCalledAndRemoved) {
   EXPECT_EQ(Run({"function", "remove", "BAND"}).status, 0);  // names ignore case
   EXPECT_EQ(Run({"function", "list"}).out.find("band"), std::string::npos);
   ToolRun gone = Run({"eval", "band(close, 1)"});
-  EXPECT_EQ(gone.status, 2);
-  EXPECT_EQ(gone.err, "error: bandis not defined.\n");
+  EXPECT_EQ(std::tuple(gone.status, gone.err), std::tuple(2, "error: bandis not defined.\n"));
   EXPECT_EQ(Run({"function", "add", "band", "m", "m"}).status, 0);  // the name is free again
 }
 
+// Nothing is written, and neither listing nor evaluating creates the directory.
 TEST_F(FunctionCommand, BadDefinitionsAreRefusedWithoutWritingAnything) {
-  struct Case {
-    std::vector<std::string> args;
-    const char* message;
-  };
-  const Case cases[] = {
-      {{"function", "add", "1bad", "1"}, "is not a formula name"},
-      {{"function", "add", "f", "x", "a b"}, "is not a formula name"},
-      {{"function", "add", "f", "x", "a", "A"}, "is named twice"},
-      {{"function", "add", "avg", "1"}, "is a word of the formula language"},
-      {{"function", "add", "and", "1"}, "is a word of the formula language"},
-      {{"function", "add", "그리고", "1"}, "is a word of the formula language"},
-      {{"function", "add", "f", ""}, "the formula must have"},
-      {{"function", "add", "f", std::string(5000, '1')}, "the formula must have"},
-      {{"function", "add", std::string(51, 'f'), "1"}, "is longer than 50 bytes"},
-      {{"function", "add", "f", "1", "p0", "p1", "p2", "p3", "p4", "p5", "p6", "p7", "p8", "p9", "p10"}, "at most 10"},
-      {{"function", "add", "f"}, "add takes NAME FORMULA"},
-      {{"function", "remove", "nothing"}, "there is no user function 'nothing'"},
-      {{"function", "rename", "f"}, "function takes list"},
-  };
-  for (const Case& c : cases) {
-    ToolRun r = Run(c.args);
-    EXPECT_EQ(r.status, 1) << c.message;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-  }
+  // clang-format off
+  ExpectRuns({
+      {{"function", "add", "1bad", "1"}, 1, "", "is not a formula name"},
+      {{"function", "add", "f", "x", "a b"}, 1, "", "is not a formula name"},
+      {{"function", "add", "f", "x", "a", "A"}, 1, "", "is named twice"},
+      {{"function", "add", "avg", "1"}, 1, "", "is a word of the formula language"},
+      {{"function", "add", "and", "1"}, 1, "", "is a word of the formula language"},
+      {{"function", "add", "그리고", "1"}, 1, "", "is a word of the formula language"},
+      {{"function", "add", "f", ""}, 1, "", "the formula must have"},
+      {{"function", "add", "f", std::string(5000, '1')}, 1, "", "the formula must have"},
+      {{"function", "add", std::string(51, 'f'), "1"}, 1, "", "is longer than 50 bytes"},
+      {{"function", "add", "f", "1", "p0", "p1", "p2", "p3", "p4", "p5", "p6", "p7", "p8", "p9", "p10"}, 1, "", "at most 10"},
+      {{"function", "add", "f"}, 1, "", "add takes NAME FORMULA"},
+      {{"function", "remove", "nothing"}, 1, "", "there is no user function 'nothing'"},
+      {{"function", "rename", "f"}, 1, "", "function takes list"}},
+             [this](std::vector<std::string> args) { return Run(args); });
+  // clang-format on
+  EXPECT_EQ(std::tuple(Run({"function", "list"}).out, Run({"eval", "1"}).status), std::tuple("", 0));
   EXPECT_FALSE(std::filesystem::exists(dir_));
 }
 
 TEST_F(FunctionCommand, GarbageDatabaseIsLeftAloneWithAClearError) {
   std::filesystem::create_directories(dir_);
-  std::string path = dir_ + "/Function.fnc";
-  { std::ofstream(path) << "not a database"; }
+  const std::string path = dir_ + "/Function.fnc";
+  std::ofstream(path) << "not a database";
   EXPECT_EQ(Run({"function", "list"}).out, "");
   ToolRun r = Run({"function", "add", "f", "1"});
   EXPECT_EQ(r.status, 1);
