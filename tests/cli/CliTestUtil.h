@@ -1,17 +1,26 @@
 // Runs the chartcalc tool in-process and keeps what it printed; writes the
-// files it reads and splits the CSV it prints.
+// files it reads and splits the CSV it prints. Includes what the CLI tests
+// use.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
+#include <set>
 #include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "Cli.h"
+#include "DefinitionText.h"
+#include "PriceCsv.h"
+#include "chartcalc.h"
+#include "core/Cp949.h"
 
 using namespace chartcalc::detail;
 
@@ -47,11 +56,6 @@ inline std::string WriteFile(const std::string& name, const std::string& text) {
   std::string path = std::string(CHARTCALC_TEST_TMP) + "/" + name;
   std::ofstream(path, std::ios::binary) << text;
   return path;
-}
-
-inline std::string ReadText(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The rows of printed text split into cells at sep; a quoted cell loses its

@@ -1,11 +1,5 @@
 // chartcalc function: managing the user functions of an index directory, and
 // eval calling them.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "CliTestUtil.h"
 
 namespace {

@@ -1,15 +1,7 @@
 // The tool's CSV reader fills a price record through AddData: date and time
 // forms, field routing, sizing the series once, reading in pieces, leaving
 // nothing behind on a bad row; and the bundled intraday sample it reads.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "CliTestUtil.h"
-#include "PriceCsv.h"
 
 namespace {
 
@@ -120,27 +112,22 @@ TEST(PriceCsvReader, AnEmptyFileHasNoHeaderAndAHeaderAloneNoBars) {
   EXPECT_EQ(Bars(d), 0);
 }
 
-// Twenty days of half-hour bars from nine to half past three; the day
-// functions see the same days.
+// Twenty days of fourteen half-hour bars from nine to half past three, as
+// the day functions see them too.
 TEST(IntradaySample, HasTwentyDaysOfHalfHourBarsFromNineToHalfPastThree) {
   const std::string path = std::string(CHARTCALC_DATA_DIR) + "/sample_intraday.csv";
-  constexpr int kDays = 20, kBarsPerDay = 14;
   SPriceData p;
   std::string error;
   ASSERT_TRUE(ReadPriceCsv(path, p, error)) << error;
-  ASSERT_EQ(Bars(p), kDays * kBarsPerDay);
+  const std::vector<std::string> dayIndex = Values(RunTool({"eval", "--data", path, "DayIndex()"}).out);
+  ASSERT_EQ(std::tuple(Bars(p), dayIndex.size()), std::tuple(20 * 14, size_t{20 * 14}));
   const SVector &dt = p.GetSeries(kDateTime), &o = p.GetSeries(kOpen), &c = p.GetSeries(kClose);
-  int days = 1;
-  for (int i = 0; i < Bars(p); ++i) {
-    const int k = i % kBarsPerDay;
-    ASSERT_EQ(GetTimeOfDay(dt[i]), 90000 + k / 2 * 10000 + k % 2 * 3000) << i;
-    days += i > 0 && GetCompDate(dt[i]) != GetCompDate(dt[i - 1]);
+  for (int i = 0, k = 0; i < Bars(p); ++i, k = i % 14) {
+    ASSERT_EQ(std::tuple(GetTimeOfDay(dt[i]), dayIndex[i]),
+              std::tuple(90000 + k / 2 * 10000 + k % 2 * 3000, std::to_string(k)))
+        << i;
     ASSERT_TRUE(p.GetSeries(kLow)[i] <= std::min(o[i], c[i]) && p.GetSeries(kHigh)[i] >= std::max(o[i], c[i])) << i;
   }
-  EXPECT_EQ(days, kDays);
-  std::vector<std::string> index = Values(RunTool({"eval", "--data", path, "DayIndex()"}).out);
-  ASSERT_EQ(index.size(), static_cast<size_t>(Bars(p)));
-  for (size_t i = 0; i < index.size(); ++i) ASSERT_EQ(index[i], std::to_string(i % kBarsPerDay)) << i;
 }
 
 }  // namespace

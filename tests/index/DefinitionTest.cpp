@@ -1,11 +1,7 @@
 // Definitions in the index database: the field set each kind stores and reads
 // back, trimming, flag and number fallbacks, the kept scale mode, failures
 // that change nothing, and comment removal.
-#include <filesystem>
-#include <string>
-#include <tuple>
 
-#include "core/StorageTestUtil.h"
 #include "index/IndexTestUtil.h"
 
 namespace {

@@ -1,15 +1,19 @@
 // Test helpers for indicators: the bundled sample bars, bound to an indicator
-// and fed one at a time, and line comparisons.
+// and fed one at a time, and line comparisons; the calc and storage test
+// helpers come along.
 #pragma once
 
 #include <array>
+#include <climits>
 #include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "calc/CalcTestUtil.h"
+#include "core/StorageTestUtil.h"
 
 using Rows = std::vector<std::array<double, kPriceSlots>>;
 

@@ -6,8 +6,6 @@
 // and are callable by name.
 #include <cstring>
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "index/IndexTestUtil.h"
 
@@ -85,17 +83,24 @@ class Shipped : public ::testing::Test {
   int windowed_ = 0;  // definitions whose line 0 took the incremental path
 };
 
-// Every variable is used by a formula, and every %name% of a line name
-// ("%%" is a percent sign) names a variable.
-void ExpectVariablesUsedAndNamed(const SIndex& x) {
+// Every variable is used by a formula and, in a system, lies in its
+// optimisation range; every %name% of a line name ("%%" is a percent sign)
+// names a variable.
+void ExpectVariablesSound(const SIndex& x) {
   SIndex probe = x;
   for (int k = 0; k < kIndexVars; ++k) probe.VarValue[k] = ("@" + std::to_string(k) + "@").c_str();
   probe.ConvertExpression();
   std::string formulas, names = "|";
   for (const SString& f : probe.ConvertedExpression) formulas += f.str();
+  auto number = [](const SString& s) { return AnsiStringToFloat(s, NAN); };
   for (int k = 0; k < kIndexVars && !x.VarName[k].IsEmpty(); ++k) {
-    EXPECT_NE(formulas.find("@" + std::to_string(k) + "@"), std::string::npos) << x.IndexName.str() << " " << k;
+    const std::string what = x.IndexName.str() + " " + x.VarName[k].str();
+    EXPECT_NE(formulas.find("@" + std::to_string(k) + "@"), std::string::npos) << what << " is never used";
     names += x.VarName[k].str() + "|";
+    const double value = number(x.VarValue[k]);
+    if (x.IndexType == kIndexSystem)
+      EXPECT_TRUE(number(x.VarStart[k]) <= value && value <= number(x.VarEnd[k]) && number(x.VarIncrement[k]) > 0)
+          << what;
   }
   static const std::regex placeholder("%([^%]*)%");
   for (const SString& lineName : x.ExpName)
@@ -106,7 +111,7 @@ void ExpectVariablesUsedAndNamed(const SIndex& x) {
 
 TEST_F(Shipped, IndicatorsStreamLikeTheirFullCalculationAndHoldValuesOnBothSamples) {
   for (const SIndex& x : Read(kIndexIndicator, 25)) {
-    ExpectVariablesUsedAndNamed(x);
+    ExpectVariablesSound(x);
     SIndex daily = ExpectStreamedEqualsFull(x), intraday = x;
     intraday_.Bind(intraday);
     intraday.Calc();
@@ -124,13 +129,7 @@ TEST_F(Shipped, IndicatorsStreamLikeTheirFullCalculationAndHoldValuesOnBothSampl
 
 TEST_F(Shipped, SystemsStreamLikeTheirFullCalculationAndFireOnSomeButNotMostBars) {
   for (const SIndex& x : Read(kIndexSystem, 10)) {
-    ExpectVariablesUsedAndNamed(x);
-    for (int k = 0; k < kIndexVars && !x.VarName[k].IsEmpty(); ++k) {
-      auto number = [](const SString& s) { return AnsiStringToFloat(s, NAN); };
-      const double value = number(x.VarValue[k]), start = number(x.VarStart[k]);
-      EXPECT_TRUE(start <= value && value <= number(x.VarEnd[k]) && number(x.VarIncrement[k]) > 0)
-          << x.IndexName.str() << " " << x.VarName[k].str();
-    }
+    ExpectVariablesSound(x);
     const SIndex full = ExpectStreamedEqualsFull(x);
     for (int line = 0; line < 4; ++line) {
       const int fired = Bars(full.LineData[line], true);

@@ -6,8 +6,6 @@
 
 #include "price/PriceTestUtil.h"
 
-namespace {
-
 TEST(PriceDataList, NewRecordsTakeTheLargestIdInUsePlusOneEvenWhenCopied) {
   SPriceDataList l = ListOf(1);
   l[0].SymbolName = "self";
@@ -92,16 +90,31 @@ TEST(PriceDataList, AssignmentCopiesRecordsWithTheirIdsButNotSelectionOrCapacity
   EXPECT_EQ(b.GetSize(), 3);
 }
 
+// Each record keeps its keys, lines and properties under its index; the
+// bars and names made on the fly are not stored, nor missing lines.
 TEST(PriceDataList, ArchiveRoundTripKeepsIdsAndADamagedCountCannotAllocateWithoutBound) {
   SPriceDataList l = ListOf(3), m = ListOf(4);
-  l[1].ID = 8;
-  l[1].SymbolCode = "S8";
+  SPriceData& r = l[1];
+  std::tie(r.ID, r.SymbolCode, r.AuxName, r.TickSize, r.PriceProperty->Value1[5]) =
+      std::tuple(8, "S8", "not persisted", 0.25, "4");
+  r.SRLines->SetValue(16, 101.5);
+  PutBar(r, 20240102, 1);
+  l[2].SRLines.reset();
   l[2].PriceProperty->PriceChartType = 9;
   CFBArchive ar;
   l.Store(ar);
+  const int properties = 5 + 21 * kPriceChartTypes + 12, lines = 6 + 5 * kSRLineCount;
+  EXPECT_EQ(ar.GetEntryCount(), 1 + 3 * (8 + properties) + 2 * lines);
+  m[1].SRLines.reset();
   m.Load(ar);
   EXPECT_EQ(Ids(m), (std::vector<int>{0, 8, 2}));
-  EXPECT_EQ(std::tuple(m[1].SymbolCode.str(), m[2].PriceProperty->PriceChartType), std::tuple("S8", 9));
+  ASSERT_NE(m[1].SRLines, nullptr);
+  EXPECT_EQ(std::tuple(m[1].SymbolCode.str(), m[1].AuxName.str(), m[1].TickSize, m[1].PriceProperty->Value1[5].str(),
+                       m[1].SRLines->LineValue[16], Bars(m[1]), m[2].PriceProperty->PriceChartType),
+            std::tuple("S8", "", 0.25, "4", 101.5, 0, 9));
+  SPriceData fresh;
+  fresh.Load(ar, -1);  // no keys: the defaults stay
+  EXPECT_EQ(std::tuple(fresh.ID, fresh.TickSize), std::tuple(-1, 1.0));
   CFBArchive damaged;
   for (int size : {2000000000, -4}) {
     damaged.SetCategory("PriceDataList");  // loading switches the category
@@ -139,5 +152,3 @@ TEST(IndexBinding, OwnDatesTakePrecedenceOverTheRecordsDatesAndPeriod) {
   index.OwnDate.Add(1);
   EXPECT_EQ(std::tuple(&index.GetDate(), index.GetChartPeriod()), std::tuple(&index.OwnDate, 4));
 }
-
-}  // namespace

@@ -1,12 +1,10 @@
 // One symbol's price record: field codes, staging older history, correction
-// positions, extremes, resets, assignment of the owned records and the
-// archive.
+// positions, extremes, resets and assignment of the owned records (the
+// archive is with the list's).
 #include <tuple>
 #include <vector>
 
 #include "price/PriceTestUtil.h"
-
-namespace {
 
 TEST(PriceData, FieldCodesReachTheSeriesTheyNameNotTheStorageSlotOfTheirNumber) {
   // {field code, engine slot, storage slot}
@@ -133,36 +131,29 @@ TEST(PriceData, ClearDataEmptiesBarsButKeepsIdentityAndDisplay) {
   for (const SVector& s : d.TempData) EXPECT_EQ(s.GetSize(), 0);
 }
 
-TEST(PriceData, OwnedRecordsAreMadeOnFirstUseAndOutOfRangeValuesAreDropped) {
-  SPriceData d;
-  d.SetBaseInfoValue(10, 5);
-  ASSERT_NE(d.BaseInfo, nullptr);
-  for (double v : d.BaseInfo->Value) EXPECT_EQ(v, -1.0);
-  d.SetBaseInfoValue(9, 5);
-  d.SRLines.reset();
-  d.SetSRLineValue(28, 1);
-  EXPECT_EQ(std::tuple(d.BaseInfo->Value[9], d.SRLines.get()), std::tuple(5, nullptr));
-  d.SetSRLineValue(27, 1);
-  ASSERT_NE(d.SRLines, nullptr);
-  EXPECT_EQ(d.SRLines->LineValue[27], 1);
-}
-
+// Owned records are made on first use (a value out of range still makes the
+// reference values, not the lines) and copied into the target's own.
 TEST(PriceData, AssignmentCopiesIntoIndependentRecordsAndAMissingOwnedRecordResetsOnlyTheTargetsValues) {
   SPriceData a, b;
+  a.SRLines.reset();
+  a.SetSRLineValue(28, 1);
+  a.SetBaseInfoValue(10, 5);
+  ASSERT_TRUE(a.BaseInfo && !a.SRLines);
+  for (double v : a.BaseInfo->Value) EXPECT_EQ(v, -1.0);
+  a.SetSRLineValue(4, 2);
+  a.SetBaseInfoValue(1, 7);
   a.SymbolCode = "005930";
   PutBar(a, 20240102, 10);
   a.CompanionIndex[3].LineData[2].Add(9);
-  a.SetBaseInfoValue(1, 7);
   a.SRLines->ShowTitle = 1;
   a.SRLines->SetClose(5);
-  a.SRLines->SetValue(4, 2);
   b.SRLines.reset();
   b = a;
   a.PriceProperty->PriceChartType = 7;
   a.AddData(kFieldClose, 1);
   a.SetBaseInfoValue(1, 8);
   ASSERT_TRUE(b.BaseInfo && b.SRLines);
-  EXPECT_EQ(std::tuple(b.SymbolCode.str(), b.GetSeries(kClose).GetSize(), b.CompanionIndex[3].LineData[2].GetSize()),
+  EXPECT_EQ(std::tuple(b.SymbolCode.str(), Bars(b), b.CompanionIndex[3].LineData[2].GetSize()),
             std::tuple("005930", 1, 1));
   EXPECT_EQ(std::tuple(b.PriceProperty->PriceChartType, b.BaseInfo->Value[1], b.SRLines->LineValue[4]),
             std::tuple(0, 7.0, 2.0));
@@ -175,30 +166,3 @@ TEST(PriceData, AssignmentCopiesIntoIndependentRecordsAndAMissingOwnedRecordRese
   for (double v : a.BaseInfo->Value) EXPECT_EQ(v, -1.0);
   EXPECT_EQ(std::tuple(a.SRLines->ShowTitle, a.SRLines->Close, a.SRLines->LineValue[4]), std::tuple(1, 0.0, 0.0));
 }
-
-TEST(PriceData, ArchiveRoundTripWithLinesAndPropertiesUnderTheSameIndex) {
-  SPriceData d, e, fresh;
-  d.SymbolCode = "B01";
-  d.AuxName = "not persisted";
-  d.TickSize = 0.25;
-  d.SRLines->SetValue(16, 101.5);
-  d.PriceProperty->Value1[5] = "4";
-  PutBar(d, 20240102, 1);
-  CFBArchive ar;
-  d.Store(ar, 3);
-  EXPECT_EQ(ar.GetEntryCount(), 8 + (6 + 5 * kSRLineCount) + (5 + 21 * kPriceChartTypes + 12));
-  e.SRLines.reset();
-  e.Load(ar, 3);
-  EXPECT_EQ(std::tuple(e.SymbolCode.str(), e.AuxName.str(), e.TickSize), std::tuple("B01", "", 0.25));
-  ASSERT_NE(e.SRLines, nullptr);
-  EXPECT_EQ(std::tuple(e.SRLines->LineValue[16], e.PriceProperty->Value1[5].str()), std::tuple(101.5, "4"));
-  EXPECT_EQ(e.GetSeries(kClose).GetSize(), 0);  // bars are not persisted
-  fresh.Load(ar, -1);                           // no keys: the defaults stay
-  EXPECT_EQ(std::tuple(fresh.ID, fresh.TickSize), std::tuple(-1, 1.0));
-  e.SRLines.reset();
-  e.Store(ar, 5);
-  ar.SetCategory("SSRLines5");
-  EXPECT_FALSE(ar.HasKey("TextPos"));
-}
-
-}  // namespace

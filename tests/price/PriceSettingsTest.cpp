@@ -2,7 +2,6 @@
 // with their defaults, the count, and the support/resistance line section.
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <tuple>
 
@@ -50,38 +49,33 @@ SPriceDataList Read(const std::string& text) {
   return l;
 }
 
-// The names each language writes, '|'-separated; the Korean ones as UTF-8,
-// since every name converts cleanly.
-const char kEnglishNames[] =
-    "[-1]|COUNT=2|[0_Configuration]|PriceID=11|Code=A11|[0_Candle Chart]|[0_P&F chart]|Uptrend color=|"
-    "Fill in a Ascension.=|Fill in the down part=|Variable value 1=12.5|[0_Market profile]|MaxMin=2|"
-    "Max value=1500.5|Line's thickness=3|Default2=1|[0_RatioShow]|Low/High=1|LC(Low,Close)=1|HC=0|Chart Type=6|"
-    "[0_Alram]|AlramNameShow=1|PriceShow=1|LineType=4|Show the screen=0|Show position=1|LineColor tone3=|"
-    "LineShow16=1|Line's thickness27=2|Default25=123.25|[1_Configuration]|PriceID=12";
-const char kKoreanNames[] =
-    "[0_설정]|[0_봉차트]|상승색=|[0_비율보기]|저종=1|차트유형=6|[0_알람]|알람명보기=1|값보기=1|선색상3=|선보기16=1|"
-    "선굵기27=2|기준값25=123.25|거꾸로 보기=1|기준값2=1";
-
-std::vector<std::string> Split(const std::string& names) {
-  std::vector<std::string> out;
-  std::istringstream in(names);
-  for (std::string name; std::getline(in, name, '|');) out.push_back(name);
-  return out;
-}
+// The names each language writes; the Korean ones as UTF-8, since every name
+// converts cleanly.
+using Names = std::vector<std::string>;
+// clang-format off
+const Names kEnglishNames = {"[-1]", "COUNT=2", "[0_Configuration]", "PriceID=11", "Code=A11", "[0_Candle Chart]",
+    "[0_P&F chart]", "Uptrend color=", "Fill in a Ascension.=", "Fill in the down part=", "Variable value 1=12.5",
+    "[0_Market profile]", "MaxMin=2", "Max value=1500.5", "Line's thickness=3", "Default2=1", "[0_RatioShow]",
+    "Low/High=1", "LC(Low,Close)=1", "HC=0", "Chart Type=6", "[0_Alram]", "AlramNameShow=1", "PriceShow=1",
+    "LineType=4", "Show the screen=0", "Show position=1", "LineColor tone3=", "LineShow16=1", "Line's thickness27=2",
+    "Default25=123.25", "[1_Configuration]", "PriceID=12"};
+const Names kKoreanNames = {"[0_설정]", "[0_봉차트]", "상승색=", "[0_비율보기]", "저종=1", "차트유형=6", "[0_알람]", "알람명보기=1", "값보기=1",
+    "선색상3=", "선보기16=1", "선굵기27=2", "기준값25=123.25", "거꾸로 보기=1", "기준값2=1"};
+// clang-format on
 
 // A file is read back only in the language it was written in: in the other
 // one every name misses and the defaults stay. What was read writes the same
 // text again.
 TEST(PriceSettings, EachLanguageWritesItsOwnNamesAndReadsOnlyThose) {
-  const std::tuple<int, int, const char*, const char*> cases[] = {
-      {kLangEnglish, kLangKorean, kEnglishNames, "Default23=|[1_Alram]"},
-      {kLangKorean, kLangEnglish, kKoreanNames, "Configuration"}};
+  const std::tuple<int, int, Names, Names> cases[] = {
+      {kLangEnglish, kLangKorean, kEnglishNames, {"Default23=", "[1_Alram]"}},
+      {kLangKorean, kLangEnglish, kKoreanNames, {"Configuration"}}};
   LangScope restore(kLangEnglish);
   for (const auto& [lang, other, names, absent] : cases) {
     SetLangType(lang);
     const std::string text = Saved(TwoSymbols());
-    for (const std::string& name : Split(names)) EXPECT_NE(text.find(name), std::string::npos) << name;
-    for (const std::string& name : Split(absent)) EXPECT_EQ(text.find(name), std::string::npos) << name;
+    for (const std::string& name : names) EXPECT_NE(text.find(name), std::string::npos) << name;
+    for (const std::string& name : absent) EXPECT_EQ(text.find(name), std::string::npos) << name;
     SPriceDataList same = Read(text);
     EXPECT_TRUE(*same[1].SRLines == SSRLines());  // a fresh record's
     same[1].SRLines.reset();
