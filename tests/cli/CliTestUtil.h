@@ -77,11 +77,3 @@ inline std::vector<std::vector<std::string>> Rows(const std::string& text, char 
   }
   return rows;
 }
-
-// The last column of printed CSV without its header: one value per bar.
-inline std::vector<std::string> Values(const std::string& csv) {
-  std::vector<std::string> values;
-  for (const auto& row : Rows(csv)) values.push_back(row.back());
-  if (!values.empty()) values.erase(values.begin());
-  return values;
-}

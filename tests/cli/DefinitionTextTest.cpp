@@ -3,15 +3,15 @@
 // mistake names its file and line.
 #include "CliTestUtil.h"
 
-namespace {
-
 // The definitions of a text that must read, or the error of one that must not.
-std::vector<DefinitionText> Parse(const std::string& text, bool ok = true, std::string* error = nullptr) {
+static std::vector<DefinitionText> Parse(const std::string& text, bool ok = true, std::string* error = nullptr) {
   std::vector<DefinitionText> out;
   std::string message;
   EXPECT_EQ(ParseDefinitions(text, "t.txt", out, error ? *error : message), ok) << text << message;
   return out;
 }
+
+static SIndex First(const std::string& text) { return Parse(text).at(0).index; }
 
 TEST(DefinitionText, EveryKindsKeysFillTheirFieldsAndContinuationLinesJoin) {
   auto defs = Parse(
@@ -20,34 +20,28 @@ TEST(DefinitionText, EveryKindsKeysFillTheirFieldsAndContinuationLinesJoin) {
       "bars: Width = 2 * width * stdev(c, period)\nbase: 0, 1.5\n[Second]\nline: c = c\n");
   ASSERT_EQ(defs.size(), 2u);
   const SIndex& x = defs[0].index;
-  EXPECT_EQ(std::tuple(defs[0].line, x.IndexName.str(), x.IndexType, x.Description.str()),
-            std::tuple(4, "Bands", kIndexIndicator, "Two bands."));
-  EXPECT_EQ(std::tuple(x.VarName[1].str(), x.VarValue[1].str()), std::tuple("width", "2.5"));
+  EXPECT_EQ(std::tuple(defs[0].line, x.IndexName.str(), x.IndexType, x.Description.str(), x.VarValue[1].str()),
+            std::tuple(4, "Bands", kIndexIndicator, "Two bands.", "2.5"));
   EXPECT_EQ(std::tuple(x.ExpName[0].str(), x.Expression[0].str(), x.LineType[0]),
             std::tuple("Upper(%period%)", "avg(c, period) +\nwidth * stdev(c, period)", 0));
-  EXPECT_EQ(std::tuple(x.ExpName[1].str(), x.LineType[1], x.YValue[0].str(), x.YValue[1].str()),
-            std::tuple("Width", 1, "0", "1.5"));
+  EXPECT_EQ(std::tuple(x.ExpName[1].str(), x.LineType[1], x.YValue[0].str(), x.YValue[1].str(), x.VarName[1].str()),
+            std::tuple("Width", 1, "0", "1.5", "width"));
   EXPECT_EQ(defs[1].index.Expression[0].str(), "c");
-
-  const SIndex s = Parse(
-                       "kind: system\n[S]\nvar: n = 5, 2, 9, 1\nvar: k = 3\nlong entry:\n  c > o\nshort entry: "
-                       "o\nshort exit: c < o\n")
-                       .at(0)
-                       .index;
+  const SIndex s = First(
+      "kind: system\n[S]\nvar: n = 5, 2, 9, 1\nvar: k = 3\n"
+      "long entry:\n  c > o\nshort entry: o\nshort exit: c < o\n");
   EXPECT_EQ(
       std::tuple(s.IndexType, s.VarStart[0].str(), s.VarEnd[0].str(), s.VarIncrement[0].str(), s.VarStart[1].str()),
       std::tuple(kIndexSystem, "2", "9", "1", ""));
   EXPECT_EQ(std::tuple(s.Expression[0].str(), s.Expression[1].str(), s.Expression[2].str(), s.Expression[3].str()),
             std::tuple("c > o", "", "o", "c < o"));
-  const SIndex f = Parse("kind: function\n[F]\nparam: a\nparam: b\nformula: a + b\n").at(0).index;
+  const SIndex f = First("kind: function\n[F]\nparam: a\nparam: b\nformula: a + b\n");
   EXPECT_EQ(std::tuple(f.VarName[1].str(), f.VarValue[1].str(), f.Expression[0].str()), std::tuple("b", "", "a + b"));
-  EXPECT_EQ(Parse("kind: pattern\n[P]\nbullish: c > o\nbearish: c < o\n").at(0).index.Expression[1].str(), "c < o");
-  EXPECT_EQ(Parse("kind: expression\n[E]\nformula: (h + l) / 2\nperiod: 20\n").at(0).index.Period.str(), "20");
+  EXPECT_EQ(First("kind: pattern\n[P]\nbullish: c > o\nbearish: c < o\n").Expression[1].str(), "c < o");
+  EXPECT_EQ(First("kind: expression\n[E]\nformula: (h + l) / 2\nperiod: 20\n").Period.str(), "20");
   // UTF-8 text is held as code page 949.
   const SIndex k =
-      Parse("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n")
-          .at(0)
-          .index;
+      First("kind: indicator\n[가격]\ndescription: 종가 평균\nvar: 기간 = 5\nline: 평균(%기간%) = avg(c, 기간)\n");
   EXPECT_EQ(std::tuple(Cp949ToUtf8Lossy(k.IndexName.str()), Cp949ToUtf8Lossy(k.Expression[0].str())),
             std::tuple("가격", "avg(c, 기간)"));
   EXPECT_NE(k.IndexName.str(), "가격");
@@ -94,5 +88,3 @@ TEST(DefinitionText, MistakesNameTheirFileAndLine) {
     EXPECT_EQ(error, message) << text;
   }
 }
-
-}  // namespace

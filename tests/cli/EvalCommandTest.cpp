@@ -6,9 +6,10 @@ TEST(EvalCommand, PrintsOneRowPerBarWithEmptyCellsBeforeTheStart) {
   std::string csv = WriteFile("three.csv",
                               "Date,Open,High,Low,Close,Volume\n2024-01-02,1,2,0.5,1.5,100\n"
                               "20240103,1,2,0.5,1.75,100\r\n\n2024-01-04,1,2,0.5,2,100\n");
-  ToolRun r = RunTool({"eval", "--data", csv, "a = 0.5; a(1) * 4"});
-  EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, "bar,datetime,value\n0,20240102,\n1,20240103,2\n2,20240104,2\n");
+  // clang-format off
+  ExpectRuns({{{"eval", "--data", csv, "a = 0.5; a(1) * 4"}, 0,
+               "bar,datetime,value\n0,20240102,\n1,20240103,2\n2,20240104,2\n", ""}});
+  // clang-format on
   ToolRun sample = RunTool({"eval", "1"});  // the bundled ten years of daily bars
   EXPECT_EQ(sample.out.substr(0, 32), "bar,datetime,value\n0,20150102,1\n");
   EXPECT_GT(Rows(sample.out).size(), 2500u);

@@ -3,11 +3,9 @@
 // one of them over the price data, whole or bar by bar.
 #include "CliTestUtil.h"
 
-namespace {
-
 // Same rows and cells: the header and empty cells alike, numbers within
 // rounding.
-void ExpectSameCsv(const std::string& got, const std::string& want, const std::string& what) {
+static void ExpectSameCsv(const std::string& got, const std::string& want, const std::string& what) {
   auto a = Rows(got), b = Rows(want);
   ASSERT_EQ(a.size(), b.size()) << what;
   for (size_t r = 0; r < b.size(); ++r) {
@@ -22,12 +20,13 @@ void ExpectSameCsv(const std::string& got, const std::string& want, const std::s
 }
 
 TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
-  ToolRun r = RunTool({"indicator", "show", "rsi", "--kind", "indicator"});  // names ignore case
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out,
-            "name\tRSI\nkind\tindicator\ndescription\tRelative strength index with Wilder smoothing, and its signal "
-            "line.\nvariable\tperiod\t14\nvariable\tsignal\t9\nline\t0\tRSI(%period%)\trsi(period)\n"
-            "line\t1\tSignal(%signal%)\tavg(rsi(period), signal)\nbase\t30\nbase\t70\n");
+  // Names ignore case.
+  // clang-format off
+  ExpectRuns({{{"indicator", "show", "rsi", "--kind", "indicator"}, 0,
+               "name\tRSI\nkind\tindicator\ndescription\tRelative strength index with Wilder smoothing, and its "
+               "signal line.\nvariable\tperiod\t14\nvariable\tsignal\t9\nline\t0\tRSI(%period%)\trsi(period)\n"
+               "line\t1\tSignal(%signal%)\tavg(rsi(period), signal)\nbase\t30\nbase\t70\n", ""}});
+  // clang-format on
   auto rows = Rows(RunTool({"indicator", "show", "MACross"}).out, '\t');
   ASSERT_GE(rows.size(), 8u);
   EXPECT_EQ(rows[3], (std::vector<std::string>{"variable", "short", "5", "3", "20", "1"}));
@@ -124,10 +123,9 @@ TEST(IndicatorCommand, OwnDefinitionsAreListedInUtf8AndAnEmptyDirectoryStaysEmpt
   x.SetExpression(0, "c");
   ASSERT_EQ(x.WriteExpression(name.c_str(), 1, 0), 1);
   SetIndexDir("./");
-  EXPECT_EQ(RunTool({"indicator", "list", "--index-dir", dir}).out, "나의지표\tindicator\t설명\\t둘째\n");
-  ToolRun shown = RunTool({"indicator", "show", "나의지표", "--index-dir", dir});
-  EXPECT_EQ(shown.status, 0) << shown.err;
-  EXPECT_NE(shown.out.find("line\t0\t\tc\n"), std::string::npos) << shown.out;
+  // clang-format off
+  ExpectRuns({{{"indicator", "list", "--index-dir", dir}, 0, "나의지표\tindicator\t설명\\t둘째\n", ""},
+              {{"indicator", "show", "나의지표", "--index-dir", dir}, 0,
+               "name\t나의지표\nkind\tindicator\ndescription\t설명\\t둘째\nline\t0\t\tc\n", ""}});
+  // clang-format on
 }
-
-}  // namespace

@@ -3,17 +3,15 @@
 // nothing behind on a bad row; and the bundled intraday sample it reads.
 #include "CliTestUtil.h"
 
-namespace {
-
 // n daily rows; row i closes at i.
-std::string DailyRows(int n) {
+static std::string DailyRows(int n) {
   std::string text = "date,open,high,low,close,volume\n";
   for (int i = 0; i < n; ++i) text += std::to_string(20000101 + i % 28) + ",1,3,0.5," + std::to_string(i) + ",10\n";
   return text;
 }
 
 // Reads a file of the scratch directory; the error text, empty on success.
-std::string Read(const std::string& name, const std::string& text, SPriceData& d) {
+static std::string Read(const std::string& name, const std::string& text, SPriceData& d) {
   std::string error;
   const bool ok = ReadPriceCsv(WriteFile(name, text), d, error);
   EXPECT_EQ(ok, error.empty()) << name;
@@ -32,10 +30,10 @@ TEST(PriceCsvReader, DateAndTimeForms) {
   for (const auto& [cell, ok, wantDate, wantTime, wantHasTime] : cases) {
     int date = 0, time = 0;
     bool hasTime = false;
-    ASSERT_EQ(ParseDateCell(cell, date, time, hasTime), ok) << cell;
-    if (ok) {
-      EXPECT_EQ(std::tuple(date, time, hasTime), std::tuple(wantDate, wantTime, wantHasTime)) << cell;
-    }
+    const bool parsed = ParseDateCell(cell, date, time, hasTime);
+    EXPECT_EQ(std::tuple(parsed, parsed ? date : 0, parsed ? time : 0, parsed && hasTime),
+              std::tuple(ok, wantDate, wantTime, wantHasTime))
+        << cell;
   }
 }
 
@@ -119,15 +117,12 @@ TEST(IntradaySample, HasTwentyDaysOfHalfHourBarsFromNineToHalfPastThree) {
   SPriceData p;
   std::string error;
   ASSERT_TRUE(ReadPriceCsv(path, p, error)) << error;
-  const std::vector<std::string> dayIndex = Values(RunTool({"eval", "--data", path, "DayIndex()"}).out);
-  ASSERT_EQ(std::tuple(Bars(p), dayIndex.size()), std::tuple(20 * 14, size_t{20 * 14}));
+  const auto dayIndex = Rows(RunTool({"eval", "--data", path, "DayIndex()"}).out);  // with its header
+  ASSERT_EQ(std::tuple(Bars(p), dayIndex.size()), std::tuple(20 * 14, size_t{20 * 14 + 1}));
   const SVector &dt = p.GetSeries(kDateTime), &o = p.GetSeries(kOpen), &c = p.GetSeries(kClose);
   for (int i = 0, k = 0; i < Bars(p); ++i, k = i % 14) {
-    ASSERT_EQ(std::tuple(GetTimeOfDay(dt[i]), dayIndex[i]),
-              std::tuple(90000 + k / 2 * 10000 + k % 2 * 3000, std::to_string(k)))
-        << i;
+    ASSERT_EQ(GetTimeOfDay(dt[i]), 90000 + k / 2 * 10000 + k % 2 * 3000) << i;
+    ASSERT_EQ(dayIndex[i + 1][2], std::to_string(k)) << i;
     ASSERT_TRUE(p.GetSeries(kLow)[i] <= std::min(o[i], c[i]) && p.GetSeries(kHigh)[i] >= std::max(o[i], c[i])) << i;
   }
 }
-
-}  // namespace

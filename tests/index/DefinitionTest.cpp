@@ -4,25 +4,18 @@
 
 #include "index/IndexTestUtil.h"
 
-namespace {
-
 // Each test gets an empty index directory of its own.
 class Definition : public ::testing::Test {
  protected:
   void SetUp() override { SetIndexDir((dir_ = TestDir()).c_str()); }
   void TearDown() override { SetIndexDir("./"); }
 
-  DDB Open(int kind) {
-    DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
-    db.SetExtension(getIndexDBExt(kind));
-    return db;
-  }
   std::string Stored(int kind, const char* name, const char* field) {
-    DDB db = Open(kind);
+    DDB db = OpenIndexDb(kind);
     return db.FindFirst("IndexName", name) ? db.GetStr(field) : "<no record>";
   }
   void Restore(int kind, const char* name, const char* field, const char* text) {
-    DDB db = Open(kind);
+    DDB db = OpenIndexDb(kind);
     ASSERT_TRUE(db.FindFirst("IndexName", name) && db.InsField(field, text) && db.WriteRecord());
   }
 
@@ -31,7 +24,7 @@ class Definition : public ::testing::Test {
 
 // An indicator of the kind with every definition field set: every field of
 // seed 1 differs from seed 2's and from the fields around it.
-SIndex Filled(const std::string& name, int kind, int seed) {
+static SIndex Filled(const std::string& name, int kind, int seed) {
   SIndex x(name.c_str(), kind);
   int n = seed * 1000;
   auto next = [&n] { return SString(std::to_string(++n).c_str()); };
@@ -56,10 +49,10 @@ SIndex Filled(const std::string& name, int kind, int seed) {
   return x;
 }
 
-std::string Text(const SString& v) { return v.str(); }
-std::string Text(double v) { return std::to_string(v); }
+static std::string Text(const SString& v) { return v.str(); }
+static std::string Text(double v) { return std::to_string(v); }
 template <typename... T>
-std::string Join(const T&... v) {
+static std::string Join(const T&... v) {
   return ((Text(v) + "|") + ...);
 }
 
@@ -170,23 +163,21 @@ TEST_F(Definition, RewriteKeepsTheStoredScaleModeOnlyForModeFourWithIsNewZero) {
 }
 
 TEST_F(Definition, FailedReadsLeaveTheIndicatorAsItWasAndCreateNothing) {
-  auto exists = [](const SString& path) { return std::filesystem::exists(path.str()); };
   SIndex r("keep", 0), w("there", 0);
   r.Expression[0] = "c";
   EXPECT_EQ(r.ReadExpression("keep"), 0);  // no files at all
-  EXPECT_FALSE(exists(getIndexDBFileName(0)) || exists(getUserDBFileName(0)));
+  EXPECT_EQ(Listing(dir_), "");
   ASSERT_EQ(w.WriteExpression("there", 1, 1), 1);  // index file alone
-  EXPECT_FALSE(exists(getUserDBFileName(0)));
+  EXPECT_EQ(Listing(dir_), "Indicator.idx ");
   EXPECT_EQ(r.ReadExpression("there"), 0);         // the user file is missing
   ASSERT_EQ(w.WriteExpression("there", 1, 0), 1);  // now with the user file
   EXPECT_EQ(r.ReadExpression("nobody") + r.ReadExpression(nullptr) + r.ReadIndex("there"), 0);
   EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (dir_ + "none.idx").c_str()), 0);  // explicit names win
   EXPECT_EQ(std::tuple(r.IndexName.str(), r.Expression[0].str()), std::tuple("keep", "c"));
   EXPECT_EQ(r.ReadExpression("there"), 1);
-  for (int kind : {-1, 5, 6, 10, 30}) {  // kinds without a record
-    SIndex x("odd", kind);
-    EXPECT_EQ(x.WriteExpression("odd", 1, 0) + x.ReadExpression("there"), 0) << kind;
-  }
+  for (int kind : {-1, 5, 6, 10, 30})  // kinds without a record
+    EXPECT_EQ(SIndex("odd", kind).WriteExpression("odd", 1, 0) + SIndex("odd", kind).ReadExpression("there"), 0)
+        << kind;
   EXPECT_EQ(Stored(0, "odd", "IndexName"), "<no record>");
 }
 
@@ -220,5 +211,3 @@ TEST(Comments, SkipCommentsRemovesLineAndBlockComments) {
   EXPECT_STREQ(text, "avg(c,5)|x");
   EXPECT_EQ(SIndex::ProcessString(nullptr), nullptr);
 }
-
-}  // namespace

@@ -4,9 +4,7 @@
 
 #include "index/IndexTestUtil.h"
 
-namespace {
-
-SIndex Defined(int type, const std::vector<const char*>& lines) {
+static SIndex Defined(int type, const std::vector<const char*>& lines) {
   SIndex x("t", type);
   for (size_t k = 0; k < lines.size(); ++k) x.SetExpression(static_cast<int>(k), lines[k]);
   return x;
@@ -14,10 +12,6 @@ SIndex Defined(int type, const std::vector<const char*>& lines) {
 
 TEST(ConvertExpression, ReplacesWholeNamesOnlyAndInsertsValuesOnce) {
   const std::string trail = Cp949("갂");  // code page 949 bytes 0x81 0x41 ('A')
-  const std::string longValue(100, '9');
-  std::string many, cut;
-  for (int i = 0; i < 100; ++i) many += "p+", cut += longValue + "+";
-  cut.resize(kIndexTextBuffer - 1);
   // clang-format off
   const std::tuple<std::vector<std::pair<std::string, std::string>>, std::string, std::string> cases[] = {
       {{{"n", "n+1"}}, "avg(c,n) - n", "avg(c,n+1) - n+1"},
@@ -26,7 +20,7 @@ TEST(ConvertExpression, ReplacesWholeNamesOnlyAndInsertsValuesOnce) {
       {{{"", "7"}}, "c", "c"},
       {{{"A", "9"}}, trail + "+A", trail + "+9"},
       {{{Cp949("기간"), "20"}}, Cp949("평균(c, 기간)"), Cp949("평균(c, 20)")},
-      {{{"p", longValue}}, many, cut}};
+      {{{"p", std::string(3000, '9')}}, "p+p", std::string(kIndexTextBuffer - 1, '9').replace(3000, 1, "+")}};
   // clang-format on
   for (const auto& [vars, expression, converted] : cases) {
     SIndex x;
@@ -96,8 +90,7 @@ TEST_F(CalcFixture, ANewBarRewritesOnlyTheLastTwoBarsOfAWindowedLine) {
   feed.AddDaily(300, 301);
   live.CalcLast();
   full.Calc();
-  ASSERT_EQ(live.LineData[0].GetSize(), 301);
-  EXPECT_EQ(live.LineData[0][200], -1.0);
+  ASSERT_EQ(std::tuple(live.LineData[0].GetSize(), live.LineData[0][200]), std::tuple(301, -1.0));
   for (int i : {299, 300}) EXPECT_NEAR(live.LineData[0][i], full.LineData[0][i], 1e-9) << i;
   live.SetCalcInit();
   EXPECT_EQ(live.CalcStart[0], -1);
@@ -175,8 +168,7 @@ TEST_F(CalcFixture, SearchEvaluationMatchesCalcForEverySymbol) {
   ExpectSameLine(x.LineData[0], full.LineData[0], "search evaluation", 0);
   Feed other;  // the compiled form is walked again for another symbol's prices
   other.AddDaily(1000, 1150);
-  other.Bind(full);
-  other.Bind(x.Engine);
+  other.Bind(full), other.Bind(x.Engine);
   x.CalcSrch();
   full.Calc();
   ExpectSameLine(x.LineData[0], full.LineData[0], "another symbol", 0);
@@ -220,23 +212,21 @@ TEST(PreProcess, PairsEntriesWithExits) {
 }
 
 TEST(CheckError, ReportsTheFirstFaultAndTrimsWhatItChecked) {
+  // {variable name, value, formula of line 2, message, part, line}
   // clang-format off
-  const struct {
-    const char *name, *value, *expression2, *message;
-    int part, expIndex;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*, const char*, int, int> cases[] = {
       {"1st", "5", "", "A variable name can not start with a number.", 1, 0},
       {"my len", "5", "", "A variable name can not have any blank.", 1, 0},
       {"len", "5", "avg(c,(len)", "The number of parenthese is not correct.", 0, 2},
       {"", "", ")avg(c,5)(", "", 0, 0}};  // only the counts are compared
   // clang-format on
-  for (const auto& c : cases) {
+  for (const auto& [name, value, formula, message, part, line] : cases) {
     SIndex x;
-    x.VarName[0] = c.name, x.VarValue[0] = c.value;
-    x.SetExpression(2, c.expression2);
+    x.VarName[0] = name, x.VarValue[0] = value;
+    x.SetExpression(2, formula);
     const IndexError e = x.CheckError();
-    EXPECT_EQ(std::tuple(e.Message.str(), e.ErrorPart, e.ExpIndex), std::tuple(c.message, c.part, c.expIndex));
-    EXPECT_EQ(x.LastError.Message, e.Message);
+    EXPECT_EQ(std::tuple(e.Message.str(), e.ErrorPart, e.ExpIndex, x.LastError.Message.str()),
+              std::tuple(message, part, line, message));
   }
   // Blanks are trimmed in place up to the first fault.
   SIndex x;
@@ -245,8 +235,8 @@ TEST(CheckError, ReportsTheFirstFaultAndTrimsWhatItChecked) {
   EXPECT_EQ(x.CheckError().Message.str(), "There is no designated variable equal to n.");
   EXPECT_EQ(std::tuple(x.VarName[0].str(), x.VarValue[0].str(), x.VarName[2].str()), std::tuple("len", "1", " c "));
   x.VarName[1] = x.VarName[2] = "";
-  EXPECT_TRUE(x.CheckError().Message.IsEmpty());
-  EXPECT_EQ(x.Expression[0], SString("avg(c, len)"));
+  EXPECT_EQ(x.CheckError().Message.str(), "");
+  EXPECT_EQ(x.Expression[0].str(), "avg(c, len)");
 }
 
 TEST(Scale, BarLinesIncludeZeroAndHiddenLinesDoNotCount) {
@@ -285,5 +275,3 @@ TEST(Scale, DrawRangeStartsNoEarlierThanEachLineAndReachesCompanions) {
   EXPECT_EQ(std::tuple(companion.GetDrawTo(), a.GetDrawFrom(), a.GetDrawTo(), b.GetDrawFrom(), b.GetDrawTo()),
             std::tuple(9, 4, 4, 2, 3));
 }
-
-}  // namespace

@@ -2,19 +2,14 @@
 // out-of-range rules; SUserIndexList lookups by UserID.
 #include "index/IndexTestUtil.h"
 
-namespace {
-
-SIndexList ListOf(int n) {
+static SIndexList ListOf(int n) {
   SIndexList list;
-  for (int i = 0; i < n; ++i) {
-    list.Add(SIndex(std::string(1, static_cast<char>('a' + i)).c_str(), 0));
-    list[i].AddData(0, i);
-  }
+  for (int i = 0; i < n; ++i) list.Add(SIndex(std::string(1, char('a' + i)).c_str(), 0)), list[i].AddData(0, i);
   return list;
 }
 
 // The names and the first values of the list's indicators.
-std::string Names(SIndexList& list) {
+static std::string Names(SIndexList& list) {
   std::string out;
   for (int i = 0; i < list.GetCount(); ++i) out += list[i].IndexName.str() + std::to_string(list[i].LineData[0][0]);
   return out;
@@ -77,10 +72,9 @@ TEST(IndexModel, LineSettersIgnoreLinesOutsideZeroToFour) {
   EXPECT_EQ(Values(x.LineData[2]), (std::vector<double>{1, 9}));
   x.SetBaseLineStyle(0x1'00AB'CDEFUL, 2, 1);
   EXPECT_EQ(x.YValueColor, 0xABCDEF);
-  for (int mode : {0, 3, 4, -1}) {
-    x.SetScale(mode);
-    EXPECT_EQ(x.MinMaxY, mode == 3 ? 3 : 0) << mode;  // modes are 0 to 3
-  }
+  std::string modes;
+  for (int mode : {0, 3, 4, -1}) x.SetScale(mode), modes += std::to_string(x.MinMaxY);
+  EXPECT_EQ(modes, "0300");  // modes are 0 to 3
   x.SetUserMinMax(-1.5, 2.5);
   EXPECT_EQ(std::tuple(x.UserMin, x.UserMax), std::tuple(-1.5, 2.5));
 }
@@ -131,5 +125,3 @@ TEST(UserIndexList, FindTakesTheFirstAndGetIndexTheLastOfDuplicateIds) {
   a.SetUserID(INT_MAX);
   EXPECT_EQ(list.GetNextID(), INT_MAX);  // no signed overflow
 }
-
-}  // namespace

@@ -28,9 +28,7 @@ inline Rows ReadSample(const std::string& name) {
     for (char& ch : line) ch = ch == ',' || ch == ':' ? ' ' : ch;
     std::istringstream row(line);
     double date = 0, hour = 0, minute = 0, open, high, low, close, volume;
-    row >> date;
-    if (hasTime) row >> hour >> minute;
-    row >> open >> high >> low >> close >> volume;
+    (hasTime ? row >> date >> hour >> minute : row >> date) >> open >> high >> low >> close >> volume;
     rows.push_back({close, open, high, low, volume, hasTime ? date * 1e6 + hour * 1e4 + minute * 100 : date});
   }
   return rows;
@@ -53,6 +51,13 @@ struct Feed : TestBars {
     for (size_t i = from; i < to; ++i) AddBar(Daily()[i].data());
   }
 };
+
+// The table of a kind's definitions in the index directory.
+inline DDB OpenIndexDb(int kind) {
+  DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
+  db.SetExtension(getIndexDBExt(kind));
+  return db;
+}
 
 // Same size, same start index and, over the valid range, the same values
 // within a relative tolerance (NaN matches NaN).

@@ -11,10 +11,8 @@
 
 #ifdef CHARTCALC_SHIPPED_INDEX_DIR
 
-namespace {
-
 // Bars from the start index on that are finite (or, with nonZero, not zero).
-int Bars(const SVector& s, bool nonZero = false) {
+static int Bars(const SVector& s, bool nonZero = false) {
   int n = 0;
   for (int i = std::max(s.GetStartIndex(), 0); i < s.GetSize(); ++i) n += nonZero ? s[i] != 0.0 : std::isfinite(s[i]);
   return n;
@@ -33,8 +31,7 @@ class Shipped : public ::testing::Test {
 
   // Every definition of the kind, at least `least` of them.
   static std::vector<SIndex> Read(int kind, size_t least) {
-    DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
-    db.SetExtension(getIndexDBExt(kind));
+    DDB db = OpenIndexDb(kind);
     std::vector<SIndex> out;
     for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) {
       if (db.Deleted()) continue;
@@ -86,7 +83,7 @@ class Shipped : public ::testing::Test {
 // Every variable is used by a formula and, in a system, lies in its
 // optimisation range; every %name% of a line name ("%%" is a percent sign)
 // names a variable.
-void ExpectVariablesSound(const SIndex& x) {
+static void ExpectVariablesSound(const SIndex& x) {
   SIndex probe = x;
   for (int k = 0; k < kIndexVars; ++k) probe.VarValue[k] = ("@" + std::to_string(k) + "@").c_str();
   probe.ConvertExpression();
@@ -97,10 +94,9 @@ void ExpectVariablesSound(const SIndex& x) {
     const std::string what = x.IndexName.str() + " " + x.VarName[k].str();
     EXPECT_NE(formulas.find("@" + std::to_string(k) + "@"), std::string::npos) << what << " is never used";
     names += x.VarName[k].str() + "|";
-    const double value = number(x.VarValue[k]);
-    if (x.IndexType == kIndexSystem)
-      EXPECT_TRUE(number(x.VarStart[k]) <= value && value <= number(x.VarEnd[k]) && number(x.VarIncrement[k]) > 0)
-          << what;
+    const double value = number(x.VarValue[k]), start = number(x.VarStart[k]), end = number(x.VarEnd[k]);
+    EXPECT_TRUE(x.IndexType != kIndexSystem || (start <= value && value <= end && number(x.VarIncrement[k]) > 0))
+        << what;
   }
   static const std::regex placeholder("%([^%]*)%");
   for (const SString& lineName : x.ExpName)
@@ -149,7 +145,5 @@ TEST_F(Shipped, CandlePatternsOccurSometimesAreCallableAndStreamLikeTheirFullCal
   }
   ExpectStreamedEqualsFull(SIndex("candles", kIndexCandlePattern));
 }
-
-}  // namespace
 
 #endif  // CHARTCALC_SHIPPED_INDEX_DIR

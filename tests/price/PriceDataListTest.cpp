@@ -1,9 +1,6 @@
 // The price-data list (ID assignment, reuse of slots, growth, selection, the
 // fallback record, copying, the archive) and an indicator bound to one of
 // its records.
-#include <tuple>
-#include <vector>
-
 #include "price/PriceTestUtil.h"
 
 TEST(PriceDataList, NewRecordsTakeTheLargestIdInUsePlusOneEvenWhenCopied) {
@@ -29,9 +26,7 @@ TEST(PriceDataList, DeleteMovesLaterRecordsDownAndAReusedSlotKeepsOnlyItsIdentit
   SPriceDataList l = ListOf(4);
   for (int i : {4, -1, 1}) l.Delete(i);
   EXPECT_EQ(Ids(l), (std::vector<int>{0, 2, 3}));
-  l[2].SymbolCode = "O1";
-  l[2].TickSize = 0.5;
-  l[2].AuxFlag = 4;
+  std::tie(l[2].SymbolCode, l[2].TickSize, l[2].AuxFlag) = std::tuple("O1", 0.5, 4);
   l[2].AddData(kFieldClose, 1);
   l.Delete(2);
   EXPECT_EQ(l.Add(), 3);
@@ -124,6 +119,8 @@ TEST(PriceDataList, ArchiveRoundTripKeepsIdsAndADamagedCountCannotAllocateWithou
   }
 }
 
+// The bound record gives the indicator its series, dates and period, unless
+// the indicator has dates of its own.
 TEST(IndexBinding, SetDataBindsTheRecordWithTheSymbolsIdElseTheFirstElseTheFallback) {
   SPriceDataList l = ListOf(2), empty;
   l[0].ID = 3, l[1].ID = 7;
@@ -131,24 +128,18 @@ TEST(IndexBinding, SetDataBindsTheRecordWithTheSymbolsIdElseTheFirstElseTheFallb
       {&l, 7, 1, &l[1]}, {&l, 9, 0, &l[0]}, {&empty, 0, 0, &empty.Fallback}};
   for (const auto& [list, id, curIndex, record] : cases) {
     SIndex index("x", 0);
+    index.ChartPeriod = 77;
     index.SetData(list, id);
-    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, index.GetCurIndex(), index.GetCurPriceData()),
-              std::tuple(list, id, curIndex, record));
+    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, index.GetCurIndex(), index.GetCurPriceData(),
+                         &index.GetDate(), index.GetChartPeriod()),
+              std::tuple(list, id, curIndex, record, &record->GetSeries(kDateTime), record->ChartPeriod));
     for (int k = 0; k < kPriceSlots; ++k) EXPECT_EQ(index.PriceSeries[k], &record->GetSeries(k)) << k;
     index.SetData(nullptr, 9);  // without a list nothing changes
-    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID), std::tuple(list, id));
+    index.OwnDate.Add(1);
+    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, &index.GetDate(), index.GetChartPeriod()),
+              std::tuple(list, id, &index.OwnDate, 77));
   }
-}
-
-TEST(IndexBinding, OwnDatesTakePrecedenceOverTheRecordsDatesAndPeriod) {
-  SPriceDataList l = ListOf(1);
-  l[0].ChartPeriod = 0;
-  SIndex unbound("y", 0), index("x", 0);
+  SIndex unbound;
   EXPECT_EQ(std::tuple(unbound.GetCurIndex(), unbound.GetCurPriceData(), &unbound.GetDate(), unbound.GetChartPeriod()),
             std::tuple(0, static_cast<SPriceData*>(nullptr), &unbound.OwnDate, unbound.ChartPeriod));
-  index.ChartPeriod = 4;
-  index.SetData(&l, 0);
-  EXPECT_EQ(std::tuple(&index.GetDate(), index.GetChartPeriod()), std::tuple(&l[0].GetSeries(kDateTime), 0));
-  index.OwnDate.Add(1);
-  EXPECT_EQ(std::tuple(&index.GetDate(), index.GetChartPeriod()), std::tuple(&index.OwnDate, 4));
 }

@@ -1,9 +1,6 @@
 // One symbol's price record: field codes, staging older history, correction
 // positions, extremes, resets and assignment of the owned records (the
 // archive is with the list's).
-#include <tuple>
-#include <vector>
-
 #include "price/PriceTestUtil.h"
 
 TEST(PriceData, FieldCodesReachTheSeriesTheyNameNotTheStorageSlotOfTheirNumber) {
@@ -109,11 +106,9 @@ TEST(PriceData, PriceExtremesOfTheCloseLineChartIgnoreHighAndLow) {
 // automatic and log scales and the companions' colours stay or are reset.
 TEST(PriceData, ClearDataEmptiesBarsButKeepsIdentityAndDisplay) {
   SPriceData d;
-  d.SymbolName = "Alpha";
-  d.AuxInt1 = 3;
+  std::tie(d.SymbolName, d.AuxInt1, d.CompanionIndex[2].LineColor[4]) = std::tuple("Alpha", 3, 1);
   d.SetBaseInfoValue(2, 8);
   d.CompanionIndex[1].LineData[0].Add(1);
-  d.CompanionIndex[2].LineColor[4] = 1;
   PutBar(d, 20240102, 1);
   PutBar(d, 20240101, 0, true);
   d.AddData(kFieldCorrectionDate, 20240102);

@@ -1,26 +1,16 @@
 // The price-data settings file: names in the language of the writer, values
 // with their defaults, the count, and the support/resistance line section.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
-
 #include "price/PriceTestUtil.h"
-
-namespace {
 
 // Two records with settings away from their defaults; the second one has no
 // support/resistance lines.
-SPriceDataList TwoSymbols() {
+static SPriceDataList TwoSymbols() {
   SPriceDataList l = ListOf(2);
   SPriceData& a = l[0];
-  a.ID = 11;
-  a.SymbolCode = "A11";
   SPriceProperty& p = *a.PriceProperty;
+  std::tie(a.ID, a.SymbolCode, p.Value1[9], p.Value2[15]) = std::tuple(11, "A11", "12.5", "20");
   std::tie(p.WhiteLineColor[5], p.BlackLineFill[17], p.VolumeAtPriceColor[4], p.BlVolumeDisp[4]) =
       std::tuple(0x010203, 1, 7, 0);
-  p.Value1[9] = "12.5";
-  p.Value2[15] = "20";
   std::tie(p.MinMaxY, p.UserMax, p.UserMin, p.LogY, p.InvertY, p.LineStyle, p.LineThick) =
       std::tuple(2, 1500.5, -3.0, 1, 1, 2, 3);
   std::tie(p.ShowBaseLine[2], p.ShowLH, p.ShowHC, p.PriceChartType) = std::tuple(1, 1, 0, 6);
@@ -34,14 +24,14 @@ SPriceDataList TwoSymbols() {
   return l;
 }
 
-std::string Saved(const SPriceDataList& l) {
+static std::string Saved(const SPriceDataList& l) {
   CMemFile f;
   EXPECT_EQ(l.SaveSetting(&f), 1);
   return std::string(f.Content());
 }
 
 // The list a settings text gives, read in the current language.
-SPriceDataList Read(const std::string& text) {
+static SPriceDataList Read(const std::string& text) {
   CMemFile f;
   f.SetContent(text);
   SPriceDataList l;
@@ -124,10 +114,8 @@ TEST(PriceSettings, FileRoundTripLeavesNoStrayFilesAndAMissingFileOrNullChangesN
   EXPECT_EQ(l.ReadSetting((dir + "price.ini").c_str()), 1);
   l[1].SRLines.reset();
   EXPECT_EQ(std::tuple(Saved(l), Listing(dir)), std::tuple(Saved(TwoSymbols()), "price.ini "));
-  EXPECT_EQ(l.ReadSetting(static_cast<CMemFile*>(nullptr)) + l.SaveSetting(static_cast<CMemFile*>(nullptr)) +
-                l.ReadSetting(static_cast<const char*>(nullptr)) + l.SaveSetting(static_cast<const char*>(nullptr)),
-            0);
+  CMemFile* noFile = nullptr;
+  const char* noPath = nullptr;
+  EXPECT_EQ(l.ReadSetting(noFile) + l.SaveSetting(noFile) + l.ReadSetting(noPath) + l.SaveSetting(noPath), 0);
   EXPECT_EQ(l.GetSize(), 2);
 }
-
-}  // namespace

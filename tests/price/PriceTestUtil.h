@@ -2,6 +2,8 @@
 // of fresh records and their IDs.
 #pragma once
 
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "calc/CalcTestUtil.h"
