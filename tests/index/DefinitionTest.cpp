@@ -1,7 +1,6 @@
 // Definitions in the index database: the field set each kind stores and reads
 // back, trimming, flag and number fallbacks, the kept scale mode, failures
 // that change nothing, and comment removal.
-
 #include "index/IndexTestUtil.h"
 
 // Each test gets an empty index directory of its own.

@@ -1,7 +1,6 @@
 // Indicator calculation: variable substitution, full and incremental
 // calculation, candle patterns, look-back, signal pairing, the definition
 // check and the scale queries.
-
 #include "index/IndexTestUtil.h"
 
 static SIndex Defined(int type, const std::vector<const char*>& lines) {
