@@ -1,13 +1,26 @@
 // Runs the chartcalc tool in-process and keeps what it printed; writes the
-// files it reads and splits the CSV it prints.
+// files it reads and splits the CSV it prints. Includes what the CLI tests
+// use.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Cli.h"
+#include "DefinitionText.h"
+#include "PriceCsv.h"
+#include "chartcalc.h"
+#include "core/Cp949.h"
 
 using namespace chartcalc::detail;
 
@@ -20,6 +33,22 @@ inline ToolRun RunTool(const std::vector<std::string>& args) {
   std::ostringstream out, err;
   int status = RunChartcalc(args, out, err);
   return {status, out.str(), err.str()};
+}
+
+// A run's status, its whole output and a part of its error text.
+struct ToolCase {
+  std::vector<std::string> args;
+  int status;
+  std::string out, err;
+};
+
+inline void ExpectRuns(const std::vector<ToolCase>& cases,
+                       const std::function<ToolRun(std::vector<std::string>)>& run = RunTool) {
+  for (const ToolCase& c : cases) {
+    ToolRun r = run(c.args);
+    EXPECT_EQ(std::tuple(r.status, r.out), std::tuple(c.status, c.out)) << c.args.back() << ": " << r.err;
+    EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+  }
 }
 
 // A file of the test scratch directory holding text; returns its path.
@@ -47,12 +76,4 @@ inline std::vector<std::vector<std::string>> Rows(const std::string& text, char 
     }
   }
   return rows;
-}
-
-// The last column of printed CSV without its header: one value per bar.
-inline std::vector<std::string> Values(const std::string& csv) {
-  std::vector<std::string> values;
-  for (const auto& row : Rows(csv)) values.push_back(row.back());
-  if (!values.empty()) values.erase(values.begin());
-  return values;
 }

@@ -1,96 +1,66 @@
 // chartcalc function: managing the user functions of an index directory, and
 // eval calling them.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
-
 #include "CliTestUtil.h"
-
-using namespace chartcalc::detail;
-
-namespace {
 
 // Runs the tool with --index-dir set to this test's own directory.
 class FunctionCommand : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::string(CHARTCALC_TEST_TMP) + "/cli." + ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::filesystem::remove_all(dir_);
-  }
+  void SetUp() override { std::filesystem::remove_all(dir_); }
   ToolRun Run(std::vector<std::string> args) {
     args.insert(args.begin() + 1, {"--index-dir", dir_});
     return RunTool(args);
   }
-  std::string dir_;
+  void Expect(const std::vector<ToolCase>& cases) {
+    ExpectRuns(cases, [this](std::vector<std::string> args) { return Run(args); });
+  }
+  const std::string dir_ =
+      std::string(CHARTCALC_TEST_TMP) + "/cli." + ::testing::UnitTest::GetInstance()->current_test_info()->name();
 };
 
-TEST_F(FunctionCommand, ListingAnEmptyDirectoryPrintsNothingAndCreatesNothing) {
-  ToolRun r = Run({"function", "list"});
-  EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, "");
-  EXPECT_FALSE(std::filesystem::exists(dir_));
-  EXPECT_EQ(Run({"eval", "1"}).status, 0);
-  EXPECT_FALSE(std::filesystem::exists(dir_));
-}
-
+// Tabs, line breaks and backslashes are escaped in the listing; names
+// ignore case.
 TEST_F(FunctionCommand, AddedFunctionsAreListedCalledAndRemoved) {
-  ASSERT_EQ(Run({"function", "add", "band", "m + k * 2", "m", "k"}).status, 0);
-  ToolRun added = Run({"function", "add", "제곱", "값 * 값", "값"});
-  ASSERT_EQ(added.status, 0) << added.err;
-  ASSERT_EQ(Run({"function", "add", "one", "1 // c:\\x\r\n\t"}).status, 0);
-  // Tabs, line breaks and backslashes are escaped in the listing.
-  EXPECT_EQ(Run({"function", "list"}).out, "band\tm + k * 2\tm\tk\n제곱\t값 * 값\t값\none\t1 // c:\\\\x\\r\\n\\t\n");
-  ToolRun again = Run({"function", "add", "ONE", "2"});
-  EXPECT_EQ(again.status, 1);
-  EXPECT_NE(again.err.find("exists already"), std::string::npos) << again.err;
-
+  // clang-format off
+  Expect({{{"function", "add", "band", "m + k * 2", "m", "k"}, 0, "", ""},
+          {{"function", "add", "제곱", "값 * 값", "값"}, 0, "", ""},
+          {{"function", "add", "one", "1 // c:\\x\r\n\t"}, 0, "", ""},
+          {{"function", "list"}, 0, "band\tm + k * 2\tm\tk\n제곱\t값 * 값\t값\none\t1 // c:\\\\x\\r\\n\\t\n", ""},
+          {{"function", "add", "ONE", "2"}, 1, "", "exists already"}});
+  // clang-format on
   ToolRun eval = Run({"eval", "--lang", "ko", "제곱(band(close, 1)) - one()"});
   ASSERT_EQ(eval.status, 0) << eval.err;
   EXPECT_EQ(eval.out, Run({"eval", "(close + 2) * (close + 2) - 1"}).out);
-
-  EXPECT_EQ(Run({"function", "remove", "BAND"}).status, 0);  // names ignore case
-  EXPECT_EQ(Run({"function", "list"}).out.find("band"), std::string::npos);
-  ToolRun gone = Run({"eval", "band(close, 1)"});
-  EXPECT_EQ(gone.status, 2);
-  EXPECT_EQ(gone.err, "error: bandis not defined.\n");
-  EXPECT_EQ(Run({"function", "add", "band", "m", "m"}).status, 0);  // the name is free again
+  Expect({{{"function", "remove", "BAND"}, 0, "", ""},
+          {{"eval", "band(close, 1)"}, 2, "", "error: bandis not defined.\n"},
+          {{"function", "add", "band", "m", "m"}, 0, "", ""}});  // the name is free again
 }
 
+// Nothing is written, and neither listing nor evaluating creates the directory.
 TEST_F(FunctionCommand, BadDefinitionsAreRefusedWithoutWritingAnything) {
-  struct Case {
-    std::vector<std::string> args;
-    const char* message;
-  };
-  const Case cases[] = {
-      {{"function", "add", "1bad", "1"}, "is not a formula name"},
-      {{"function", "add", "f", "x", "a b"}, "is not a formula name"},
-      {{"function", "add", "f", "x", "a", "A"}, "is named twice"},
-      {{"function", "add", "avg", "1"}, "is a word of the formula language"},
-      {{"function", "add", "and", "1"}, "is a word of the formula language"},
-      {{"function", "add", "그리고", "1"}, "is a word of the formula language"},
-      {{"function", "add", "f", ""}, "the formula must have"},
-      {{"function", "add", "f", std::string(5000, '1')}, "the formula must have"},
-      {{"function", "add", std::string(51, 'f'), "1"}, "is longer than 50 bytes"},
-      {{"function", "add", "f", "1", "p0", "p1", "p2", "p3", "p4", "p5", "p6", "p7", "p8", "p9", "p10"}, "at most 10"},
-      {{"function", "add", "f"}, "add takes NAME FORMULA"},
-      {{"function", "remove", "nothing"}, "there is no user function 'nothing'"},
-      {{"function", "rename", "f"}, "function takes list"},
-  };
-  for (const Case& c : cases) {
-    ToolRun r = Run(c.args);
-    EXPECT_EQ(r.status, 1) << c.message;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-  }
+  // clang-format off
+  Expect({
+      {{"function", "add", "1bad", "1"}, 1, "", "is not a formula name"},
+      {{"function", "add", "f", "x", "a b"}, 1, "", "is not a formula name"},
+      {{"function", "add", "f", "x", "a", "A"}, 1, "", "is named twice"},
+      {{"function", "add", "avg", "1"}, 1, "", "is a word of the formula language"},
+      {{"function", "add", "and", "1"}, 1, "", "is a word of the formula language"},
+      {{"function", "add", "그리고", "1"}, 1, "", "is a word of the formula language"},
+      {{"function", "add", "f", ""}, 1, "", "the formula must have"},
+      {{"function", "add", "f", std::string(5000, '1')}, 1, "", "the formula must have"},
+      {{"function", "add", std::string(51, 'f'), "1"}, 1, "", "is longer than 50 bytes"},
+      {{"function", "add", "f", "1", "p0", "p1", "p2", "p3", "p4", "p5", "p6", "p7", "p8", "p9", "p10"}, 1, "", "at most 10"},
+      {{"function", "add", "f"}, 1, "", "add takes NAME FORMULA"},
+      {{"function", "remove", "nothing"}, 1, "", "there is no user function 'nothing'"},
+      {{"function", "rename", "f"}, 1, "", "function takes list"}});
+  // clang-format on
+  EXPECT_EQ(std::tuple(Run({"function", "list"}).out, Run({"eval", "1"}).status), std::tuple("", 0));
   EXPECT_FALSE(std::filesystem::exists(dir_));
 }
 
 TEST_F(FunctionCommand, GarbageDatabaseIsLeftAloneWithAClearError) {
   std::filesystem::create_directories(dir_);
-  std::string path = dir_ + "/Function.fnc";
-  { std::ofstream(path) << "not a database"; }
+  const std::string path = dir_ + "/Function.fnc";
+  std::ofstream(path) << "not a database";
   EXPECT_EQ(Run({"function", "list"}).out, "");
   ToolRun r = Run({"function", "add", "f", "1"});
   EXPECT_EQ(r.status, 1);
@@ -98,5 +68,3 @@ TEST_F(FunctionCommand, GarbageDatabaseIsLeftAloneWithAClearError) {
   EXPECT_EQ(std::filesystem::file_size(path), 14u);
   EXPECT_FALSE(std::filesystem::exists(dir_ + "/UserFunction.fnc"));
 }
-
-}  // namespace

@@ -1,71 +1,32 @@
 // chartcalc indicator: listing and showing the definitions of an index
 // directory (the shipped ones by default), and calc, check and lookback of
 // one of them over the price data, whole or bar by bar.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <filesystem>
-#include <set>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "CliTestUtil.h"
-#include "chartcalc.h"
-
-namespace {
-
-std::vector<std::string> Names(const char* kind) {
-  std::vector<std::string> names;
-  for (const auto& row : Rows(RunTool({"indicator", "list", "--kind", kind}).out, '\t')) names.push_back(row[0]);
-  return names;
-}
 
 // Same rows and cells: the header and empty cells alike, numbers within
 // rounding.
-void ExpectSameCsv(const std::string& got, const std::string& want, const std::string& what) {
+static void ExpectSameCsv(const std::string& got, const std::string& want, const std::string& what) {
   auto a = Rows(got), b = Rows(want);
   ASSERT_EQ(a.size(), b.size()) << what;
   for (size_t r = 0; r < b.size(); ++r) {
     ASSERT_EQ(a[r].size(), b[r].size()) << what << " row " << r;
     for (size_t c = 0; c < b[r].size(); ++c) {
-      if (r == 0 || a[r][c].empty() || b[r][c].empty()) {
-        EXPECT_EQ(a[r][c], b[r][c]) << what << " row " << r << " column " << c;
-      } else {
-        double y = std::stod(b[r][c]);
-        EXPECT_NEAR(std::stod(a[r][c]), y, 1e-9 * std::max(1.0, std::fabs(y)))
-            << what << " row " << r << " column " << c;
-      }
+      const bool text = r == 0 || a[r][c].empty() || b[r][c].empty();
+      const double y = text ? 0 : std::stod(b[r][c]);
+      EXPECT_TRUE(text ? a[r][c] == b[r][c] : std::fabs(std::stod(a[r][c]) - y) <= 1e-9 * std::max(1.0, std::fabs(y)))
+          << what << " row " << r << " column " << c << ": " << a[r][c] << " vs " << b[r][c];
     }
   }
 }
 
-TEST(IndicatorCommand, ListPrintsEveryShippedDefinitionNameFirst) {
-  std::set<std::string> kinds, names;
-  for (const auto& row : Rows(RunTool({"indicator", "list"}).out, '\t')) {
-    ASSERT_EQ(row.size(), 3u);
-    EXPECT_FALSE(row[2].empty()) << row[0];  // every one has a description
-    kinds.insert(row[1]);
-    names.insert(row[0]);
-  }
-  EXPECT_EQ(kinds, (std::set<std::string>{"indicator", "system", "function"}));
-  for (const char* name : {"MACD", "RSI", "Bollinger", "DMI", "MACross", "DualThrust", "Hammer"})
-    EXPECT_TRUE(names.count(name)) << name;
-  EXPECT_EQ(Names("system").size(), 10u);
-  EXPECT_EQ(RunTool({"indicator", "list", "--kind=pattern"}).out, "");
-}
-
 TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
-  ToolRun r = RunTool({"indicator", "show", "rsi", "--kind", "indicator"});  // names ignore case
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out,
-            "name\tRSI\nkind\tindicator\n"
-            "description\tRelative strength index with Wilder smoothing, and its signal line.\n"
-            "variable\tperiod\t14\nvariable\tsignal\t9\n"
-            "line\t0\tRSI(%period%)\trsi(period)\n"
-            "line\t1\tSignal(%signal%)\tavg(rsi(period), signal)\n"
-            "base\t30\nbase\t70\n");
+  // Names ignore case.
+  // clang-format off
+  ExpectRuns({{{"indicator", "show", "rsi", "--kind", "indicator"}, 0,
+               "name\tRSI\nkind\tindicator\ndescription\tRelative strength index with Wilder smoothing, and its "
+               "signal line.\nvariable\tperiod\t14\nvariable\tsignal\t9\nline\t0\tRSI(%period%)\trsi(period)\n"
+               "line\t1\tSignal(%signal%)\tavg(rsi(period), signal)\nbase\t30\nbase\t70\n", ""}});
+  // clang-format on
   auto rows = Rows(RunTool({"indicator", "show", "MACross"}).out, '\t');
   ASSERT_GE(rows.size(), 8u);
   EXPECT_EQ(rows[3], (std::vector<std::string>{"variable", "short", "5", "3", "20", "1"}));
@@ -75,131 +36,96 @@ TEST(IndicatorCommand, ShowPrintsVariablesLinesAndBaseLines) {
       << candle.out;
 }
 
+// The middle line is the formula the engine gives for the same average; a
+// system prints its signals, which carry the close.
 TEST(IndicatorCommand, CalcPrintsOneColumnPerLineNamedWithItsVariables) {
   ToolRun r = RunTool({"indicator", "calc", "bollinger", "--var", "PERIOD=10", "--var=width=3"});
   ASSERT_EQ(r.status, 0) << r.err;
-  auto rows = Rows(r.out);
+  auto rows = Rows(r.out), average = Rows(RunTool({"eval", "avg(c, 10)"}).out);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"bar", "datetime", "Upper", "Middle(10)", "Lower"}));
-  ASSERT_GT(rows.size(), 100u);
-  EXPECT_EQ(rows[1], (std::vector<std::string>{"0", "20150102", "", "", ""}));
-  EXPECT_EQ(rows[9][4], "");  // bar 8: before the 10-bar average's first value
-  EXPECT_NE(rows[10][4], "");
-  // The middle line is the formula the engine gives for the same average.
-  auto average = Rows(RunTool({"eval", "avg(c, 10)"}).out);
   ASSERT_EQ(average.size(), rows.size());
+  EXPECT_EQ(rows[1], (std::vector<std::string>{"0", "20150102", "", "", ""}));
+  EXPECT_EQ(std::tuple(rows[9][4], rows[10][4].empty()), std::tuple("", false));  // the 10th bar is the first
   for (size_t i = 10; i < rows.size(); ++i) EXPECT_EQ(rows[i][3], average[i][2]) << i;
   EXPECT_EQ(Rows(RunTool({"indicator", "calc", "MACD"}).out)[0][2], "MACD(12,26)");
-}
-
-TEST(IndicatorCommand, SystemsPrintTheirSignalsAtTheClose) {
-  auto rows = Rows(RunTool({"indicator", "calc", "MACross"}).out);
-  std::vector<std::string> close = Values(RunTool({"eval", "c"}).out);
-  ASSERT_EQ(rows.size(), close.size() + 1);
-  EXPECT_EQ(rows[0],
+  EXPECT_EQ(Rows(RunTool({"indicator", "calc", "MACross"}).out)[0],
             (std::vector<std::string>{"bar", "datetime", "long entry", "long exit", "short entry", "short exit"}));
-  int signals = 0;
-  for (size_t i = 1; i < rows.size(); ++i) {
-    for (size_t k = 2; k < 6; ++k) {
-      if (rows[i][k].empty() || rows[i][k] == "0") continue;
-      EXPECT_EQ(rows[i][k], close[i - 1]) << i;
-      ++signals;
-    }
-  }
-  EXPECT_GT(signals, 10);
 }
 
+// The list names every shipped definition first, with its kind and its
+// description; every indicator and system calculates bar by bar as whole.
 TEST(IndicatorCommand, StreamedAndWholeCalculationsAgreeForEveryShippedIndicator) {
-  std::vector<std::string> names = Names("indicator");
-  for (const std::string& system : Names("system")) names.push_back(system);
-  ASSERT_GT(names.size(), 30u);
-  for (const std::string& name : names) {
-    ToolRun whole = RunTool({"indicator", "calc", name});
-    ToolRun streamed = RunTool({"indicator", "calc", name, "--stream"});
-    ASSERT_EQ(whole.status, 0) << name << ": " << whole.err;
-    ASSERT_EQ(streamed.status, 0) << name << ": " << streamed.err;
-    ExpectSameCsv(streamed.out, whole.out, name);
+  std::set<std::string> kinds;
+  int systems = 0, calculated = 0;
+  for (const auto& row : Rows(RunTool({"indicator", "list"}).out, '\t')) {
+    ASSERT_EQ(row.size(), 3u);
+    EXPECT_FALSE(row[2].empty()) << row[0];
+    kinds.insert(row[1]);
+    systems += row[1] == "system";
+    if (row[1] == "function") continue;
+    ToolRun whole = RunTool({"indicator", "calc", row[0]}),
+            streamed = RunTool({"indicator", "calc", row[0], "--stream"});
+    ASSERT_EQ(std::tuple(whole.status, streamed.status), std::tuple(0, 0))
+        << row[0] << ": " << whole.err << streamed.err;
+    ExpectSameCsv(streamed.out, whole.out, row[0]);
+    ++calculated;
   }
+  EXPECT_GT(calculated, 30);
+  EXPECT_EQ(std::tuple(kinds, systems), std::tuple(std::set<std::string>{"indicator", "system", "function"}, 10));
+  EXPECT_EQ(RunTool({"indicator", "list", "--kind=pattern"}).out, "");
 }
 
 TEST(IndicatorCommand, CheckAndLookbackReportInTheChosenLanguage) {
-  struct Case {
-    std::vector<std::string> args;
-    int status;
-    std::string out;
-  };
-  const Case cases[] = {
-      {{"indicator", "check", "RSI"}, 0, "ok\n"},
-      {{"indicator", "check", "RSI", "--var", "signal= "},
-       2,
-       "variable\tThere is no designated variable equal to signal.\n"},
-      {{"indicator", "check", "--lang", "ko", "RSI", "--var", "signal="},
-       2,
-       "variable\tsignal에 해당하는 변수값이 없읍니다.\n"},
-      {{"indicator", "lookback", "SMA"}, 0, "20\n"},
-      {{"indicator", "lookback", "SMA", "--var", "period=5"}, 0, "5\n"},
-      {{"indicator", "lookback", "MACD"}, 0, "34\n"},
-  };
-  for (const Case& c : cases) {
-    ToolRun r = RunTool(c.args);
-    EXPECT_EQ(r.status, c.status) << c.out;
-    EXPECT_EQ(r.out, c.out);
-  }
+  // clang-format off
+  ExpectRuns({
+      {{"indicator", "check", "RSI"}, 0, "ok\n", ""},
+      {{"indicator", "check", "RSI", "--var", "signal= "}, 2, "variable\tThere is no designated variable equal to signal.\n", ""},
+      {{"indicator", "check", "--lang", "ko", "RSI", "--var", "signal="}, 2, "variable\tsignal에 해당하는 변수값이 없읍니다.\n", ""},
+      {{"indicator", "lookback", "SMA"}, 0, "20\n", ""},
+      {{"indicator", "lookback", "SMA", "--var", "period=5"}, 0, "5\n", ""},
+      {{"indicator", "lookback", "MACD"}, 0, "34\n", ""}});
+  // clang-format on
 }
 
 TEST(IndicatorCommand, BadArgumentsAndBrokenFormulasAreReported) {
-  struct Case {
-    std::vector<std::string> args;
-    int status;
-    std::string err;
-  };
-  const Case cases[] = {
-      {{"indicator", "calc", "NoSuchThing"}, 1, "error: there is no definition 'NoSuchThing'"},
-      {{"indicator", "show", "RSI", "--kind", "system"}, 1, "error: there is no definition 'RSI'"},
-      {{"indicator", "calc"}, 1, "error: calc takes exactly one NAME"},
-      {{"indicator", "show", "a", "b"}, 1, "error: show takes exactly one NAME"},
-      {{"indicator", "calc", "SMA", "--var", "length=5"},
-       1,
-       "error: SMA has no variable 'length' (its variables: period)"},
-      {{"indicator", "calc", "SMA", "--var", "period"}, 1, "error: --var takes NAME=VALUE"},
-      {{"indicator", "show", "SMA", "--var", "period=5"}, 1, "error: --var applies to calc, check and lookback only"},
-      {{"indicator", "lookback", "SMA", "--stream"}, 1, "error: --stream applies to calc only"},
-      {{"indicator", "list", "--kind", "candles"}, 1, "error: --kind must be"},
-      {{"indicator", "list", "--kind"}, 1, "error: --kind needs a value"},
-      {{"indicator", "remove", "RSI"}, 1, "error: indicator takes list or show NAME"},
-      {{"indicator"}, 1, "error: indicator takes list or show NAME"},
-      {{"eval", "--kind", "system", "c"}, 1, "error: unknown option --kind"},  // other subcommands do not take it
-      {{"indicator", "calc", "SMA", "--data", "/no/such/file.csv"}, 1, "error: /no/such/file.csv: cannot open"},
-      {{"indicator", "calc", "SMA", "--var", "period=)"}, 2, "error: line 0 (SMA())): "},
-      {{"indicator", "calc", "SMA", "--var", "period=-3", "--stream"}, 2, "error: line 0 (SMA(-3)): Moving average"},
-      {{"indicator", "calc", "SMA", "--var", "period= "}, 2, "error: There is no designated variable equal to period."},
-  };
-  for (const Case& c : cases) {
-    ToolRun r = RunTool(c.args);
-    EXPECT_EQ(r.status, c.status) << c.err << ": " << r.err;
-    EXPECT_EQ(r.err.substr(0, c.err.size()), c.err);
-    EXPECT_TRUE(r.out.empty()) << c.err;
-  }
+  // clang-format off
+  ExpectRuns({
+      {{"indicator", "calc", "NoSuchThing"}, 1, "", "error: there is no definition 'NoSuchThing'"},
+      {{"indicator", "show", "RSI", "--kind", "system"}, 1, "", "error: there is no definition 'RSI'"},
+      {{"indicator", "calc"}, 1, "", "error: calc takes exactly one NAME"},
+      {{"indicator", "show", "a", "b"}, 1, "", "error: show takes exactly one NAME"},
+      {{"indicator", "calc", "SMA", "--var", "length=5"}, 1, "", "error: SMA has no variable 'length' (its variables: period)"},
+      {{"indicator", "calc", "SMA", "--var", "period"}, 1, "", "error: --var takes NAME=VALUE"},
+      {{"indicator", "show", "SMA", "--var", "period=5"}, 1, "", "error: --var applies to calc, check and lookback only"},
+      {{"indicator", "lookback", "SMA", "--stream"}, 1, "", "error: --stream applies to calc only"},
+      {{"indicator", "list", "--kind", "candles"}, 1, "", "error: --kind must be"},
+      {{"indicator", "list", "--kind"}, 1, "", "error: --kind needs a value"},
+      {{"indicator", "remove", "RSI"}, 1, "", "error: indicator takes list or show NAME"},
+      {{"indicator"}, 1, "", "error: indicator takes list or show NAME"},
+      {{"eval", "--kind", "system", "c"}, 1, "", "error: unknown option --kind"},  // other subcommands do not take it
+      {{"indicator", "calc", "SMA", "--data", "/no/such/file.csv"}, 1, "", "error: /no/such/file.csv: cannot open"},
+      {{"indicator", "calc", "SMA", "--var", "period=)"}, 2, "", "error: line 0 (SMA())): "},
+      {{"indicator", "calc", "SMA", "--var", "period=-3", "--stream"}, 2, "", "error: line 0 (SMA(-3)): Moving average"},
+      {{"indicator", "calc", "SMA", "--var", "period= "}, 2, "", "error: There is no designated variable equal to period."}});
+  // clang-format on
 }
 
 TEST(IndicatorCommand, OwnDefinitionsAreListedInUtf8AndAnEmptyDirectoryStaysEmpty) {
-  std::string dir = std::string(CHARTCALC_TEST_TMP) + "/cli.indicator-own";
+  const std::string dir = std::string(CHARTCALC_TEST_TMP) + "/cli.indicator-own";
   std::filesystem::remove_all(dir);
   ToolRun empty = RunTool({"indicator", "list", "--index-dir", dir});
-  EXPECT_EQ(std::tuple(empty.status, empty.out), std::tuple(0, ""));
-  EXPECT_FALSE(std::filesystem::exists(dir));
+  EXPECT_EQ(std::tuple(empty.status, empty.out, std::filesystem::exists(dir)), std::tuple(0, "", false));
   SetIndexDir(dir.c_str());
   std::string name, description;
-  ASSERT_TRUE(Utf8ToCp949("나의지표", name));
-  ASSERT_TRUE(Utf8ToCp949("설명\t둘째", description));
+  ASSERT_TRUE(Utf8ToCp949("나의지표", name) && Utf8ToCp949("설명\t둘째", description));
   SIndex x(name.c_str(), kIndexIndicator);
   x.Description = description.c_str();
   x.SetExpression(0, "c");
   ASSERT_EQ(x.WriteExpression(name.c_str(), 1, 0), 1);
-  EXPECT_EQ(RunTool({"indicator", "list", "--index-dir", dir}).out, "나의지표\tindicator\t설명\\t둘째\n");
-  ToolRun shown = RunTool({"indicator", "show", "나의지표", "--index-dir", dir});
-  EXPECT_EQ(shown.status, 0) << shown.err;
-  EXPECT_NE(shown.out.find("line\t0\t\tc\n"), std::string::npos) << shown.out;
   SetIndexDir("./");
+  // clang-format off
+  ExpectRuns({{{"indicator", "list", "--index-dir", dir}, 0, "나의지표\tindicator\t설명\\t둘째\n", ""},
+              {{"indicator", "show", "나의지표", "--index-dir", dir}, 0,
+               "name\t나의지표\nkind\tindicator\ndescription\t설명\\t둘째\nline\t0\t\tc\n", ""}});
+  // clang-format on
 }
-
-}  // namespace

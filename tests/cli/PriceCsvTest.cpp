@@ -1,77 +1,59 @@
 // The tool's CSV reader fills a price record through AddData: date and time
 // forms, field routing, sizing the series once, reading in pieces, leaving
 // nothing behind on a bad row; and the bundled intraday sample it reads.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "CliTestUtil.h"
-#include "PriceCsv.h"
-
-namespace {
 
 // n daily rows; row i closes at i.
-std::string DailyRows(int n) {
+static std::string DailyRows(int n) {
   std::string text = "date,open,high,low,close,volume\n";
-  for (int i = 0; i < n; ++i) {
-    int day = 20000101 + (i % 28);  // always a valid date
-    text += std::to_string(day) + ",1,3,0.5," + std::to_string(i) + ",10\n";
-  }
+  for (int i = 0; i < n; ++i) text += std::to_string(20000101 + i % 28) + ",1,3,0.5," + std::to_string(i) + ",10\n";
   return text;
 }
 
+// Reads a file of the scratch directory; the error text, empty on success.
+static std::string Read(const std::string& name, const std::string& text, SPriceData& d) {
+  std::string error;
+  const bool ok = ReadPriceCsv(WriteFile(name, text), d, error);
+  EXPECT_EQ(ok, error.empty()) << name;
+  return error;
+}
+
 TEST(PriceCsvReader, DateAndTimeForms) {
-  struct Case {
-    const char* cell;
-    bool ok;
-    int date, time;
-    bool hasTime;
-  };
-  const Case cases[] = {
-      {"20240105", true, 20240105, 0, false},
-      {"20240105093000", true, 20240105, 93000, true},
-      {"2024-01-05", true, 20240105, 0, false},
-      {"2024-01-05 09:30", true, 20240105, 93000, true},
-      {"2024-01-05 09:30:15", true, 20240105, 93015, true},
-      {"2024-01-05T15:30:00", true, 20240105, 153000, true},
-      {"2024-01-05 9:30", false, 0, 0, false},
-      {"2024-02-30", false, 0, 0, false},
-      {"20240105256000", false, 0, 0, false},
-      {"2024/01/05", false, 0, 0, false},
-      {"", false, 0, 0, false},
-  };
-  for (const Case& c : cases) {
+  // clang-format off
+  const std::tuple<const char*, bool, int, int, bool> cases[] = {
+      {"20240105", true, 20240105, 0, false}, {"20240105093000", true, 20240105, 93000, true},
+      {"2024-01-05", true, 20240105, 0, false}, {"2024-01-05 09:30", true, 20240105, 93000, true},
+      {"2024-01-05 09:30:15", true, 20240105, 93015, true}, {"2024-01-05T15:30:00", true, 20240105, 153000, true},
+      {"2024-01-05 9:30", false, 0, 0, false}, {"2024-02-30", false, 0, 0, false},
+      {"20240105256000", false, 0, 0, false}, {"2024/01/05", false, 0, 0, false}, {"", false, 0, 0, false}};
+  // clang-format on
+  for (const auto& [cell, ok, wantDate, wantTime, wantHasTime] : cases) {
     int date = 0, time = 0;
     bool hasTime = false;
-    ASSERT_EQ(ParseDateCell(c.cell, date, time, hasTime), c.ok) << c.cell;
-    if (!c.ok) continue;
-    EXPECT_EQ(std::tuple(date, time, hasTime), std::tuple(c.date, c.time, c.hasTime)) << c.cell;
+    const bool parsed = ParseDateCell(cell, date, time, hasTime);
+    EXPECT_EQ(std::tuple(parsed, parsed ? date : 0, parsed ? time : 0, parsed && hasTime),
+              std::tuple(ok, wantDate, wantTime, wantHasTime))
+        << cell;
   }
 }
 
+// Optional columns may be blank; the record's earlier bars are replaced.
 TEST(PriceCsvReader, ColumnsReachTheirSeriesWhateverTheirOrderAndATimeColumnMakesIntradayBars) {
-  std::string path = WriteFile("order.csv",
-                               "\xEF\xBB\xBF"
-                               "Volume,Low,High,Close,Open,Date,Time,Amount,Spread,OI\n"
-                               "10,1,4,3,2,2024-01-02,09:30,7,8,9\n"
-                               "10,1,4,3,2,20240102,1000,,,\n");
   SPriceData d;
-  d.AddData(kFieldClose, 5);  // replaced by what the file holds
-  std::string error;
-  ASSERT_TRUE(ReadPriceCsv(path, d, error)) << error;
+  d.AddData(kFieldClose, 5);
+  ASSERT_EQ(Read("order.csv",
+                 "\xEF\xBB\xBFVolume,Low,High,Close,Open,Date,Time,Amount,Spread,OI\n"
+                 "10,1,4,3,2,2024-01-02,09:30,7,8,9\n10,1,4,3,2,20240102,1000,,,\n",
+                 d),
+            "");
   ASSERT_EQ(Bars(d), 2);
-  EXPECT_EQ(std::tuple(d.GetData(kFieldOpen, 1), d.GetData(kFieldHigh, 1), d.GetData(kFieldLow, 1),
-                       d.GetData(kFieldClose, 1), d.GetData(kFieldVolume, 1), d.GetData(kFieldDateTime, 1)),
-            std::tuple(2, 4, 1, 3, 10, 20240102093000));
-  EXPECT_EQ(std::tuple(d.GetData(kFieldAmount, 1), d.GetData(kFieldSpread, 1), d.GetData(kFieldOpenInterest, 1)),
-            std::tuple(7, 8, 9));
-  // Optional columns may be blank.
-  EXPECT_EQ(std::tuple(d.GetData(kFieldDateTime, 0), d.GetData(kFieldAmount, 0), d.GetData(kFieldSpread, 0),
-                       d.GetData(kFieldOpenInterest, 0)),
-            std::tuple(20240102100000, 0, 0, 0));
+  std::vector<double> got[2];
+  for (int back : {0, 1})
+    for (int code : {kFieldOpen, kFieldHigh, kFieldLow, kFieldClose, kFieldVolume, kFieldDateTime, kFieldAmount,
+                     kFieldSpread, kFieldOpenInterest})
+      got[back].push_back(d.GetData(code, back));
+  EXPECT_EQ(got[1], (std::vector<double>{2, 4, 1, 3, 10, 20240102093000, 7, 8, 9}));
+  EXPECT_EQ(got[0], (std::vector<double>{2, 4, 1, 3, 10, 20240102100000, 0, 0, 0}));
 }
 
 // The series are sized once, before the first bar, for the lines long enough
@@ -79,31 +61,22 @@ TEST(PriceCsvReader, ColumnsReachTheirSeriesWhateverTheirOrderAndATimeColumnMake
 // blank or short lines (a million of those once reserved 72 MB for a 1 MB
 // file, whether the read then succeeded or not).
 TEST(PriceCsvReader, SeriesAreSizedOnceForTheLinesThatCanBeBars) {
-  const std::string header = "date,open,high,low,close,volume\n";
-  const std::string row = "20240102,1,2,0.5,1.5,9\n";
+  const std::string header = "date,open,high,low,close,volume\n", row = "20240102,1,2,0.5,1.5,9\n";
   std::string shortLines;
   for (int i = 0; i < 250000; ++i) shortLines += "x,1\n";
-  struct Case {
-    const char* name;
-    std::string text;
-    bool ok;
-    int bars;
-    int capacity;
-  } cases[] = {
-      {"rows", DailyRows(4500), true, 4500, 4501},  // the header is long enough too
-      {"blank", header + std::string(1000000, '\n') + row, true, 1, 2},
-      {"short", header + row + shortLines, false, 0, 2},
+  const std::tuple<const char*, std::string, int, int> cases[] = {
+      {"rows", DailyRows(4500), 4500, 4501},  // the header is long enough too
+      {"blank", header + std::string(1000000, '\n') + row, 1, 2},
+      {"short", header + row + shortLines, 0, 2},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, text, bars, capacity] : cases) {
     SPriceData d;
-    std::string error;
-    EXPECT_EQ(ReadPriceCsv(WriteFile(std::string(c.name) + ".csv", c.text), d, error), c.ok) << c.name << error;
-    EXPECT_EQ(Bars(d), c.bars) << c.name;
-    for (const SVector& s : d.Series) EXPECT_EQ(s.GetCapacity(), c.capacity) << c.name;
+    EXPECT_EQ(Read(std::string(name) + ".csv", text, d).empty(), bars > 0) << name;
+    EXPECT_EQ(Bars(d), bars) << name;
+    for (const SVector& s : d.Series) EXPECT_EQ(s.GetCapacity(), capacity) << name;
   }
-  SPriceData d;
-  std::string error;
-  ASSERT_TRUE(ReadPriceCsv(WriteFile("rows.csv", DailyRows(4500)), d, error)) << error;
+  SPriceData d;  // the buffers of a series of that size are taken again
+  ASSERT_EQ(Read("rows.csv", DailyRows(4500), d), "");
   EXPECT_EQ(d.GetData(kFieldClose, 0), 4499);
 }
 
@@ -112,8 +85,7 @@ TEST(PriceCsvReader, LinesAcrossReadPiecesLongerThanAPieceOrWithoutALineFeedAreR
   std::string text = DailyRows(90000);
   text += "20000105,1,3,0.5,77,10," + std::string(3 << 20, 'x') + "\n20000106,1,3,0.5,78,10";  // no line feed
   SPriceData d;
-  std::string error;
-  ASSERT_TRUE(ReadPriceCsv(WriteFile("pieces.csv", text), d, error)) << error;
+  ASSERT_EQ(Read("pieces.csv", text, d), "");
   ASSERT_EQ(Bars(d), 90002);
   const SVector& close = d.GetSeries(kClose);
   for (int i = 0; i < 90000; ++i) ASSERT_EQ(close[i], i) << i;
@@ -121,51 +93,36 @@ TEST(PriceCsvReader, LinesAcrossReadPiecesLongerThanAPieceOrWithoutALineFeedAreR
 }
 
 TEST(PriceCsvReader, ABadRowFarIntoTheFileNamesItsLineAndLeavesTheRecordEmpty) {
-  std::string text = DailyRows(50000) + "20000101,1,3,0.5,oops,10\n";
   std::string more = DailyRows(3);
-  text += more.substr(more.find('\n') + 1);  // rows after it, without a header
   SPriceData d;
   d.SymbolCode = "kept";
-  std::string error;
-  EXPECT_FALSE(ReadPriceCsv(WriteFile("late.csv", text), d, error));
+  const std::string error =
+      Read("late.csv", DailyRows(50000) + "20000101,1,3,0.5,oops,10\n" + more.substr(more.find('\n') + 1), d);
   EXPECT_NE(error.find("late.csv:50002: bad number 'oops' in column 'close'"), std::string::npos) << error;
   for (const SVector& s : d.Series) EXPECT_EQ(s.GetSize(), 0);
-  EXPECT_EQ(d.HasData, 0);
-  EXPECT_STREQ(d.SymbolCode.c_str(), "kept");
+  EXPECT_EQ(std::tuple(d.HasData, d.SymbolCode.str()), std::tuple(0, "kept"));
 }
 
 TEST(PriceCsvReader, AnEmptyFileHasNoHeaderAndAHeaderAloneNoBars) {
   SPriceData d;
-  std::string error;
-  EXPECT_FALSE(ReadPriceCsv(WriteFile("empty.csv", ""), d, error));
-  EXPECT_NE(error.find("no 'date' column"), std::string::npos) << error;
-  ASSERT_TRUE(ReadPriceCsv(WriteFile("header.csv", "date,open,high,low,close,volume"), d, error)) << error;
+  EXPECT_NE(Read("empty.csv", "", d).find("no 'date' column"), std::string::npos);
+  ASSERT_EQ(Read("header.csv", "date,open,high,low,close,volume", d), "");
   EXPECT_EQ(Bars(d), 0);
 }
 
-const std::string kIntraday = std::string(CHARTCALC_DATA_DIR) + "/sample_intraday.csv";
-constexpr int kDays = 20;
-constexpr int kBarsPerDay = 14;
-
+// Twenty days of fourteen half-hour bars from nine to half past three, as
+// the day functions see them too.
 TEST(IntradaySample, HasTwentyDaysOfHalfHourBarsFromNineToHalfPastThree) {
+  const std::string path = std::string(CHARTCALC_DATA_DIR) + "/sample_intraday.csv";
   SPriceData p;
   std::string error;
-  ASSERT_TRUE(ReadPriceCsv(kIntraday, p, error)) << error;
-  ASSERT_EQ(Bars(p), kDays * kBarsPerDay);
-  const SVector& dt = p.GetSeries(kDateTime);
-  int days = 1;
-  for (int i = 0; i < Bars(p); ++i) {
-    int k = i % kBarsPerDay;
+  ASSERT_TRUE(ReadPriceCsv(path, p, error)) << error;
+  const auto dayIndex = Rows(RunTool({"eval", "--data", path, "DayIndex()"}).out);  // with its header
+  ASSERT_EQ(std::tuple(Bars(p), dayIndex.size()), std::tuple(20 * 14, size_t{20 * 14 + 1}));
+  const SVector &dt = p.GetSeries(kDateTime), &o = p.GetSeries(kOpen), &c = p.GetSeries(kClose);
+  for (int i = 0, k = 0; i < Bars(p); ++i, k = i % 14) {
     ASSERT_EQ(GetTimeOfDay(dt[i]), 90000 + k / 2 * 10000 + k % 2 * 3000) << i;
-    if (i > 0 && GetCompDate(dt[i]) != GetCompDate(dt[i - 1])) ++days;
-    ASSERT_LE(p.GetSeries(kLow)[i], std::min(p.GetSeries(kOpen)[i], p.GetSeries(kClose)[i])) << i;
-    ASSERT_GE(p.GetSeries(kHigh)[i], std::max(p.GetSeries(kOpen)[i], p.GetSeries(kClose)[i])) << i;
+    ASSERT_EQ(dayIndex[i + 1][2], std::to_string(k)) << i;
+    ASSERT_TRUE(p.GetSeries(kLow)[i] <= std::min(o[i], c[i]) && p.GetSeries(kHigh)[i] >= std::max(o[i], c[i])) << i;
   }
-  EXPECT_EQ(days, kDays);
-  // The day functions see the same days.
-  std::vector<std::string> index = Values(RunTool({"eval", "--data", kIntraday, "DayIndex()"}).out);
-  ASSERT_EQ(index.size(), static_cast<size_t>(Bars(p)));
-  for (size_t i = 0; i < index.size(); ++i) ASSERT_EQ(index[i], std::to_string(i % kBarsPerDay)) << i;
 }
-
-}  // namespace

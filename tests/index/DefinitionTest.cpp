@@ -1,53 +1,29 @@
 // Definitions in the index database: the field set each kind stores and reads
 // back, trimming, flag and number fallbacks, the kept scale mode, failures
 // that change nothing, and comment removal.
-#include <filesystem>
-#include <string>
-#include <tuple>
-
 #include "index/IndexTestUtil.h"
-
-namespace {
 
 // Each test gets an empty index directory of its own.
 class Definition : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::string(CHARTCALC_TEST_TMP) + "/Definition." +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "/";
-    std::filesystem::remove_all(dir_);
-    std::filesystem::create_directories(dir_);
-    SetIndexDir(dir_.c_str());
-  }
+  void SetUp() override { SetIndexDir((dir_ = TestDir()).c_str()); }
   void TearDown() override { SetIndexDir("./"); }
 
-  DDB Open(int kind) {
-    DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
-    db.SetExtension(getIndexDBExt(kind));
-    return db;
-  }
   std::string Stored(int kind, const char* name, const char* field) {
-    DDB db = Open(kind);
+    DDB db = OpenIndexDb(kind);
     return db.FindFirst("IndexName", name) ? db.GetStr(field) : "<no record>";
   }
   void Restore(int kind, const char* name, const char* field, const char* text) {
-    DDB db = Open(kind);
+    DDB db = OpenIndexDb(kind);
     ASSERT_TRUE(db.FindFirst("IndexName", name) && db.InsField(field, text) && db.WriteRecord());
   }
-  int RecordCount(int kind) {
-    DDB db = Open(kind);
-    int n = 0;
-    for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) n += db.Deleted() ? 0 : 1;
-    return n;
-  }
-  bool Exists(const SString& path) { return std::filesystem::exists(path.str()); }
 
   std::string dir_;
 };
 
 // An indicator of the kind with every definition field set: every field of
 // seed 1 differs from seed 2's and from the fields around it.
-SIndex Filled(const std::string& name, int kind, int seed) {
+static SIndex Filled(const std::string& name, int kind, int seed) {
   SIndex x(name.c_str(), kind);
   int n = seed * 1000;
   auto next = [&n] { return SString(std::to_string(++n).c_str()); };
@@ -65,13 +41,17 @@ SIndex Filled(const std::string& name, int kind, int seed) {
   x.LogY = seed % 2;
   x.InvertY = 1 - seed % 2;
   x.Description = (Cp949("설명 ") + x.Description.str()).c_str();
+  // Blanks around variable texts are stored; formulas keep theirs everywhere.
+  x.VarName[0] = " len ";
+  x.VarValue[0] = (" 14\t" + std::to_string(seed)).c_str();
+  x.Expression[0] = (" c " + std::to_string(seed)).c_str();
   return x;
 }
 
-std::string Text(const SString& v) { return v.str(); }
-std::string Text(double v) { return std::to_string(v); }
+static std::string Text(const SString& v) { return v.str(); }
+static std::string Text(double v) { return std::to_string(v); }
 template <typename... T>
-std::string Join(const T&... v) {
+static std::string Join(const T&... v) {
   return ((Text(v) + "|") + ...);
 }
 
@@ -110,6 +90,9 @@ TEST_F(Definition, EachKindReadsBackExactlyItsOwnFields) {
       const char want = p.byKind[kind];
       EXPECT_EQ(p.get(r), want == 'w' ? p.get(w) : want == 'k' ? p.get(kept) : Join(0.0)) << kind << p.byKind;
     }
+    // Only an indicator keeps the blanks around its variable texts.
+    EXPECT_EQ(r.VarName[0].str(), kind == 0 ? " len " : "len") << kind;
+    EXPECT_EQ(r.VarValue[0].str(), kind == 0 ? " 14\t1" : kind == kIndexUserFunction ? " 14\t2" : "14\t1") << kind;
   }
   const SIndex w = Filled(name, 0, 1);
   EXPECT_EQ(Stored(0, name.c_str(), "UserMax"), "99.5");
@@ -122,38 +105,24 @@ TEST_F(Definition, EachKindReadsBackExactlyItsOwnFields) {
   EXPECT_EQ(functions[0].Expression, w.Expression[0]);
 }
 
-TEST_F(Definition, VariableBlanksAreTrimmedExceptForIndicators) {
-  for (int kind = 0; kind <= kIndexUserFunction; ++kind) {
-    SIndex w("blanks", kind), r("blanks", kind);
-    w.VarName[0] = " len ";
-    w.VarValue[0] = "  14\t";
-    w.Expression[0] = " c ";
-    ASSERT_EQ(w.WriteExpression("blanks", 1, 0), 1) << kind;
-    ASSERT_EQ(r.ReadExpression("blanks"), 1) << kind;
-    EXPECT_EQ(r.VarName[0], SString(kind == 0 ? " len " : "len")) << kind;
-    EXPECT_EQ(r.VarValue[0], SString(kind == 0 ? "  14\t" : kind == kIndexUserFunction ? "" : "14")) << kind;
-    EXPECT_EQ(r.Expression[0], SString(" c ")) << kind;  // formulas are never trimmed
-  }
-}
-
-// Scale flags are on unless stored as an integer other than 1; the shown flag
-// falls back to shown; other numbers keep the current value.
+// The scale flags are on unless stored as an integer other than 1; the shown
+// flag falls back to shown; other numbers keep the current value.
 TEST_F(Definition, UnparsableStoredNumbersFallBackPerField) {
   ASSERT_EQ(SIndex("flags", 0).WriteExpression("flags", 1, 0), 1);
   Restore(0, "flags", "UserMax", "");
+  // clang-format off
   const std::tuple<const char*, const char*, int, int> cases[] = {
-      {"LogY", "", 0, 1},    {"LogY", "0", 1, 0},    {"LogY", "2", 1, 0},      {"LogY", "on", 0, 1},
-      {"LogY", " 1 ", 0, 1}, {"InvertY", "2", 1, 0}, {"ShowLine1", "x", 0, 1}, {"LineWidth2", "wide", 7, 7}};
+      {"LogY", "", 0, 1}, {"LogY", "2", 1, 0}, {"LogY", "on", 0, 1}, {"ShowLine1", "x", 0, 1}, {"LineWidth2", "wide", 7, 7}};
+  // clang-format on
   for (const auto& [field, text, before, after] : cases) {
     Restore(0, "flags", field, text);
     SIndex r("flags", 0);
     const std::string f = field;
-    int& value = f == "LogY" ? r.LogY : f == "InvertY" ? r.InvertY : f == "ShowLine1" ? r.ShowLine[1] : r.LineWidth[2];
+    int& value = f == "LogY" ? r.LogY : f == "ShowLine1" ? r.ShowLine[1] : r.LineWidth[2];
     value = before;
     r.UserMax = 3.5;
     ASSERT_EQ(r.ReadExpression("flags"), 1);
-    EXPECT_EQ(value, after) << field << " '" << text << "'";
-    EXPECT_EQ(r.UserMax, 3.5);
+    EXPECT_EQ(std::tuple(value, r.UserMax), std::tuple(after, 3.5)) << field << " '" << text << "'";
   }
 }
 
@@ -174,11 +143,8 @@ TEST_F(Definition, FieldsTheTableDoesNotDeclareKeepTheirValues) {
   r.ShowLine[3] = 0;
   r.Expression[1] = r.ExpName[0] = "kept";
   ASSERT_EQ(r.ReadExpression("short"), 1);
-  EXPECT_EQ(r.ShowLine[0], 0);
-  EXPECT_EQ(r.ShowLine[3], 1);
-  EXPECT_EQ(r.Expression[0], SString("c"));
-  EXPECT_EQ(r.Expression[1], SString("kept"));
-  EXPECT_EQ(r.ExpName[0], SString("kept"));
+  EXPECT_EQ(std::tuple(r.ShowLine[0], r.ShowLine[3], r.Expression[0].str()), std::tuple(0, 1, "c"));
+  EXPECT_EQ(std::tuple(r.Expression[1].str(), r.ExpName[0].str()), std::tuple("kept", "kept"));
 }
 
 TEST_F(Definition, RewriteKeepsTheStoredScaleModeOnlyForModeFourWithIsNewZero) {
@@ -192,31 +158,25 @@ TEST_F(Definition, RewriteKeepsTheStoredScaleModeOnlyForModeFourWithIsNewZero) {
     EXPECT_EQ(Stored(0, "scale", "Description"), w.Description.str());  // the rest is rewritten
   }
   EXPECT_EQ(SIndex("absent", 0).WriteExpression("absent", 0, 0), 0);  // a rewrite finds no record
-  EXPECT_EQ(RecordCount(0), 1);
+  EXPECT_EQ(Stored(0, "absent", "IndexName"), "<no record>");
 }
 
 TEST_F(Definition, FailedReadsLeaveTheIndicatorAsItWasAndCreateNothing) {
-  SIndex r("keep", 0);
+  SIndex r("keep", 0), w("there", 0);
   r.Expression[0] = "c";
   EXPECT_EQ(r.ReadExpression("keep"), 0);  // no files at all
-  EXPECT_FALSE(Exists(getIndexDBFileName(0)) || Exists(getUserDBFileName(0)));
-  SIndex w("there", 0);
+  EXPECT_EQ(Listing(dir_), "");
   ASSERT_EQ(w.WriteExpression("there", 1, 1), 1);  // index file alone
-  EXPECT_FALSE(Exists(getUserDBFileName(0)));
+  EXPECT_EQ(Listing(dir_), "Indicator.idx ");
   EXPECT_EQ(r.ReadExpression("there"), 0);         // the user file is missing
   ASSERT_EQ(w.WriteExpression("there", 1, 0), 1);  // now with the user file
-  EXPECT_EQ(r.ReadExpression("nobody"), 0);
-  EXPECT_EQ(r.ReadExpression(nullptr), 0);
-  EXPECT_EQ(r.IndexName, SString("keep"));
-  EXPECT_EQ(r.Expression[0], SString("c"));
+  EXPECT_EQ(r.ReadExpression("nobody") + r.ReadExpression(nullptr) + r.ReadIndex("there"), 0);
   EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (dir_ + "none.idx").c_str()), 0);  // explicit names win
+  EXPECT_EQ(std::tuple(r.IndexName.str(), r.Expression[0].str()), std::tuple("keep", "c"));
   EXPECT_EQ(r.ReadExpression("there"), 1);
-  EXPECT_EQ(r.ReadIndex("there"), 0);
-  for (int kind : {-1, 5, 6, 10, 30}) {  // kinds without a record
-    SIndex x("odd", kind);
-    EXPECT_EQ(x.WriteExpression("odd", 1, 0), 0) << kind;
-    EXPECT_EQ(x.ReadExpression("there"), 0) << kind;
-  }
+  for (int kind : {-1, 5, 6, 10, 30})  // kinds without a record
+    EXPECT_EQ(SIndex("odd", kind).WriteExpression("odd", 1, 0) + SIndex("odd", kind).ReadExpression("there"), 0)
+        << kind;
   EXPECT_EQ(Stored(0, "odd", "IndexName"), "<no record>");
 }
 
@@ -228,27 +188,18 @@ TEST_F(Definition, ConversionReadShowsEveryNamedLineWithAFormula) {
   ASSERT_EQ(w.WriteExpression("conv", 1, 0), 1);
   SIndex plain("conv", 0), conv("conv", 0);
   ASSERT_EQ(plain.ReadExpression("conv") + conv.ReadExpForConv("conv"), 2);
-  EXPECT_EQ(plain.ShowLine[0], 0);
-  EXPECT_EQ(conv.ShowLine[0], 1);
-  EXPECT_EQ(conv.ShowLine[1] + conv.ShowLine[2], 0);
+  EXPECT_EQ(std::tuple(plain.ShowLine[0], conv.ShowLine[0], conv.ShowLine[1], conv.ShowLine[2]),
+            std::tuple(0, 1, 0, 0));
 }
 
+// In "/*/" the closing mark is searched after the asterisk.
 TEST(Comments, SkipCommentsRemovesLineAndBlockComments) {
-  // In "/*/" the closing mark is searched after the asterisk.
+  // clang-format off
   const std::pair<const char*, const char*> cases[] = {
-      {"a // note\nb", "a \nb"},
-      {"a // note\r\nb", "a \r\nb"},
-      {"a // note", "a "},
-      {"a /* x\n y */b", "a b"},
-      {"a /* open", "a "},
-      {"a /*/ b", "a "},
-      {"a /**/b/**/", "a b"},
-      {"a / b /", "a / b /"},
-      {"/", "/"},
-      {"", ""},
-      {"//\n//\n", "\n\n"},
-      {"a /* // */ b // /* c\nd", "a  b \nd"},
-  };
+      {"a // note\nb", "a \nb"}, {"a // note\r\nb", "a \r\nb"}, {"a // note", "a "}, {"a /* x\n y */b", "a b"},
+      {"a /* open", "a "}, {"a /*/ b", "a "}, {"a /**/b/**/", "a b"}, {"a / b /", "a / b /"}, {"/", "/"}, {"", ""},
+      {"//\n//\n", "\n\n"}, {"a /* // */ b // /* c\nd", "a  b \nd"}};
+  // clang-format on
   for (const auto& [in, out] : cases) {
     SString s(in);
     SIndex::SkipComments(s);
@@ -259,5 +210,3 @@ TEST(Comments, SkipCommentsRemovesLineAndBlockComments) {
   EXPECT_STREQ(text, "avg(c,5)|x");
   EXPECT_EQ(SIndex::ProcessString(nullptr), nullptr);
 }
-
-}  // namespace

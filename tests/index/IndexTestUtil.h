@@ -1,22 +1,19 @@
 // Test helpers for indicators: the bundled sample bars, bound to an indicator
-// and fed one at a time, line comparisons and text helpers.
+// and fed one at a time, and line comparisons; the calc and storage test
+// helpers come along.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
-#include "chartcalc.h"
-#include "core/Cp949.h"
-#include "core/TextTable.h"
-
-using namespace chartcalc::detail;
+#include "calc/CalcTestUtil.h"
+#include "core/StorageTestUtil.h"
 
 using Rows = std::vector<std::array<double, kPriceSlots>>;
 
@@ -31,9 +28,7 @@ inline Rows ReadSample(const std::string& name) {
     for (char& ch : line) ch = ch == ',' || ch == ':' ? ' ' : ch;
     std::istringstream row(line);
     double date = 0, hour = 0, minute = 0, open, high, low, close, volume;
-    row >> date;
-    if (hasTime) row >> hour >> minute;
-    row >> open >> high >> low >> close >> volume;
+    (hasTime ? row >> date >> hour >> minute : row >> date) >> open >> high >> low >> close >> volume;
     rows.push_back({close, open, high, low, volume, hasTime ? date * 1e6 + hour * 1e4 + minute * 100 : date});
   }
   return rows;
@@ -45,11 +40,9 @@ inline const Rows& Daily() {
 }
 
 // Nine bound series that grow bar by bar.
-struct Feed {
-  SVector s[kPriceSlots];
-
+struct Feed : TestBars {
+  using TestBars::Bind;
   void Bind(SIndex& x) { x.SetVariable(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
-  void Bind(SCalc& calc) { calc.SetVariable(s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7], s[8]); }
   void AddBar(const double* values) {
     for (int k = 0; k < kPriceSlots; ++k) s[k].Add(values[k]);
   }
@@ -57,11 +50,14 @@ struct Feed {
   void AddDaily(size_t from, size_t to) {
     for (size_t i = from; i < to; ++i) AddBar(Daily()[i].data());
   }
-  // Rewrites the last bar's close (a new tick within the bar).
-  void Tick(double close) { s[kClose].Update(close, 0); }
 };
 
-inline std::vector<double> Values(const SVector& s) { return std::vector<double>(s.Data(), s.Data() + s.GetSize()); }
+// The table of a kind's definitions in the index directory.
+inline DDB OpenIndexDb(int kind) {
+  DDB db(getIndexDBFileName(kind).c_str(), getUserDBFileName(kind).c_str(), 1);
+  db.SetExtension(getIndexDBExt(kind));
+  return db;
+}
 
 // Same size, same start index and, over the valid range, the same values
 // within a relative tolerance (NaN matches NaN).
@@ -76,16 +72,3 @@ inline void ExpectSameLine(const SVector& got, const SVector& want, const std::s
       EXPECT_NEAR(a, b, tolerance * std::max(1.0, std::fabs(b))) << what << " bar " << i;
   }
 }
-
-// UTF-8 source text as the library holds it (code page 949).
-inline std::string Cp949(const std::string& utf8) {
-  std::string out;
-  EXPECT_TRUE(Utf8ToCp949(utf8, out)) << utf8;
-  return out;
-}
-
-// Switches the language for one scope and restores English afterwards.
-struct LangScope {
-  explicit LangScope(int lang) { SetLangType(lang); }
-  ~LangScope() { SetLangType(kLangEnglish); }
-};

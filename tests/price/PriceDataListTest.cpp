@@ -1,77 +1,51 @@
 // The price-data list (ID assignment, reuse of slots, growth, selection, the
 // fallback record, copying, the archive) and an indicator bound to one of
 // its records.
-#include <gtest/gtest.h>
-
-#include <tuple>
-#include <vector>
-
-#include "chartcalc.h"
-
-using namespace chartcalc::detail;
-
-namespace {
-
-std::vector<int> Ids(const SPriceDataList& l) {
-  std::vector<int> ids;
-  for (int i = 0; i < l.GetSize(); ++i) ids.push_back(l[i].ID);
-  return ids;
-}
+#include "price/PriceTestUtil.h"
 
 TEST(PriceDataList, NewRecordsTakeTheLargestIdInUsePlusOneEvenWhenCopied) {
-  SPriceDataList l;
-  EXPECT_EQ(l.Add(), 0);
+  SPriceDataList l = ListOf(1);
   l[0].SymbolName = "self";
   l[0].AddData(kFieldClose, 9);
   ASSERT_EQ(l.Count, l.Capacity);
   EXPECT_EQ(l.Add(l[0]), 1);  // a record of the list itself, which the growth moves
-  EXPECT_STREQ(l[1].SymbolName.c_str(), "self");
-  EXPECT_EQ(l[1].GetData(kFieldClose, 0), 9);
+  EXPECT_EQ(std::tuple(l[1].SymbolName.str(), l[1].GetData(kFieldClose, 0)), std::tuple("self", 9.0));
   l[1].ID = 5;
   SPriceData outside;
   outside.ID = 40;
   EXPECT_EQ(l.Add(outside), 6);
-  EXPECT_EQ(outside.ID, 40);
-  EXPECT_EQ(l.AddSeq(), 3);  // the index, not the ID
+  EXPECT_EQ(std::tuple(outside.ID, l.AddSeq()), std::tuple(40, 3));  // AddSeq gives the index
   EXPECT_EQ(Ids(l), (std::vector<int>{0, 5, 6, 7}));
   while (l.GetSize() > 0) l.Delete(0);
   EXPECT_EQ(l.Add(), 0);
 }
 
+// A reused slot keeps the identity texts and the tick size of the record
+// that used it before.
 TEST(PriceDataList, DeleteMovesLaterRecordsDownAndAReusedSlotKeepsOnlyItsIdentity) {
-  SPriceDataList l;
-  for (int i = 0; i < 4; ++i) l.Add();
-  l.Delete(4);
-  l.Delete(-1);
-  l.Delete(1);
+  SPriceDataList l = ListOf(4);
+  for (int i : {4, -1, 1}) l.Delete(i);
   EXPECT_EQ(Ids(l), (std::vector<int>{0, 2, 3}));
-  l[2].SymbolCode = "O1";
-  l[2].TickSize = 0.5;
-  l[2].AuxFlag = 4;
+  std::tie(l[2].SymbolCode, l[2].TickSize, l[2].AuxFlag) = std::tuple("O1", 0.5, 4);
   l[2].AddData(kFieldClose, 1);
   l.Delete(2);
   EXPECT_EQ(l.Add(), 3);
-  EXPECT_STREQ(l[2].SymbolCode.c_str(), "O1");
-  EXPECT_EQ(std::tuple(l[2].TickSize, l[2].AuxFlag, l[2].HasData, l[2].GetSeries(kClose).GetSize()),
-            std::tuple(0.5, 0, 0, 0));
+  EXPECT_EQ(std::tuple(l[2].SymbolCode.str(), l[2].TickSize, l[2].AuxFlag, l[2].HasData, Bars(l[2])),
+            std::tuple("O1", 0.5, 0, 0, 0));
 }
 
 TEST(PriceDataList, CapacityGrowsByFiveAndNeitherSetMaxSizeNorClearShrinksIt) {
-  SPriceDataList l;
-  l.Add();
-  l[0].SymbolCode = "first";
-  l.Add();
+  SPriceDataList l = ListOf(2);
   EXPECT_EQ(l.Capacity, 6);
   for (int i = 0; i < 5; ++i) l.Add();
-  EXPECT_EQ(l.Capacity, 11);
   l.SetMaxSize(3);
   EXPECT_EQ(l.Capacity, 11);
+  l[0].SymbolCode = "first";
   l.SetMaxSize(20);
-  EXPECT_EQ(std::tuple(l.Capacity, l.GetSize()), std::tuple(20, 7));
-  EXPECT_STREQ(l[0].SymbolCode.c_str(), "first");
+  EXPECT_EQ(std::tuple(l.Capacity, l.GetSize(), l[0].SymbolCode.str()), std::tuple(20, 7, "first"));
   l[1].AddData(kFieldClose, 4);
   l.Clear();
-  EXPECT_EQ(std::tuple(l.Capacity, l.GetSize(), l.Items[1].GetSeries(kClose).GetSize()), std::tuple(20, 0, 0));
+  EXPECT_EQ(std::tuple(l.Capacity, l.GetSize(), Bars(l.Items[1])), std::tuple(20, 0, 0));
 }
 
 TEST(PriceDataList, OutOfRangeIndicesUnknownIdsAndALostSelectionGiveTheFallbackOrTheFirstSlot) {
@@ -79,12 +53,12 @@ TEST(PriceDataList, OutOfRangeIndicesUnknownIdsAndALostSelectionGiveTheFallbackO
   EXPECT_EQ(&l[0], &l.Fallback);
   l.SelectedID = 3;
   EXPECT_EQ(&l.GetCurSlectedData(), &l.Items[0]);  // even in an empty list
-  for (int i = 0; i < 3; ++i) l.Add();
+  l = ListOf(3);
   const SPriceDataList& c = l;
   for (long i : {-1L, 3L}) EXPECT_EQ(&l[i], &l.Fallback) << i;
   EXPECT_EQ(&c[5], &l.Fallback);
-  EXPECT_EQ(std::tuple(l.GetSymbolNoFromID(7), l.GetSymbolNoFromID(1)), std::tuple(-1, 1));
-  EXPECT_EQ(std::tuple(l.GetSymbolIDFromNo(1), l.GetSymbolIDFromNo(3)), std::tuple(1, -1));
+  EXPECT_EQ(std::tuple(l.GetSymbolNoFromID(7), l.GetSymbolNoFromID(1), l.GetSymbolIDFromNo(1), l.GetSymbolIDFromNo(3)),
+            std::tuple(-1, 1, 1, -1));
   l.SelectedID = 2;
   EXPECT_EQ(&l.GetCurData(-1), &l[2]);
   l.Delete(2);
@@ -94,89 +68,78 @@ TEST(PriceDataList, OutOfRangeIndicesUnknownIdsAndALostSelectionGiveTheFallbackO
 }
 
 TEST(PriceDataList, AssignmentCopiesRecordsWithTheirIdsButNotSelectionOrCapacity) {
-  SPriceDataList a;
-  for (int i = 0; i < 3; ++i) a.Add();
+  SPriceDataList a = ListOf(3), b;
   a[0].ID = 10;
   a[2].SymbolCode = "C";
   a.SelectedID = 10;
   a.SetMaxSize(30);
-  SPriceDataList b;
   b.SelectedID = 4;
   b = a;
   EXPECT_EQ(Ids(b), (std::vector<int>{10, 1, 2}));
-  EXPECT_STREQ(b[2].SymbolCode.c_str(), "C");
-  EXPECT_EQ(std::tuple(b.SelectedID, b.Capacity), std::tuple(4, 6));
+  EXPECT_EQ(std::tuple(b[2].SymbolCode.str(), b.SelectedID, b.Capacity), std::tuple("C", 4, 6));
   SPriceDataList c(a);
   c[2].SymbolCode = "changed";
-  EXPECT_STREQ(a[2].SymbolCode.c_str(), "C");
+  EXPECT_EQ(a[2].SymbolCode.str(), "C");
   SPriceDataList& same = b;
   b = same;
   EXPECT_EQ(b.GetSize(), 3);
 }
 
+// Each record keeps its keys, lines and properties under its index; the
+// bars and names made on the fly are not stored, nor missing lines.
 TEST(PriceDataList, ArchiveRoundTripKeepsIdsAndADamagedCountCannotAllocateWithoutBound) {
-  SPriceDataList l, m;
-  for (int i = 0; i < 3; ++i) l.Add();
-  for (int i = 0; i < 4; ++i) m.Add();
-  l[1].ID = 8;
-  l[1].SymbolCode = "S8";
+  SPriceDataList l = ListOf(3), m = ListOf(4);
+  SPriceData& r = l[1];
+  std::tie(r.ID, r.SymbolCode, r.AuxName, r.TickSize, r.PriceProperty->Value1[5]) =
+      std::tuple(8, "S8", "not persisted", 0.25, "4");
+  r.SRLines->SetValue(16, 101.5);
+  PutBar(r, 20240102, 1);
+  l[2].SRLines.reset();
   l[2].PriceProperty->PriceChartType = 9;
   CFBArchive ar;
   l.Store(ar);
+  const int properties = 5 + 21 * kPriceChartTypes + 12, lines = 6 + 5 * kSRLineCount;
+  EXPECT_EQ(ar.GetEntryCount(), 1 + 3 * (8 + properties) + 2 * lines);
+  m[1].SRLines.reset();
   m.Load(ar);
   EXPECT_EQ(Ids(m), (std::vector<int>{0, 8, 2}));
-  EXPECT_STREQ(m[1].SymbolCode.c_str(), "S8");
-  EXPECT_EQ(m[2].PriceProperty->PriceChartType, 9);
-
+  ASSERT_NE(m[1].SRLines, nullptr);
+  EXPECT_EQ(std::tuple(m[1].SymbolCode.str(), m[1].AuxName.str(), m[1].TickSize, m[1].PriceProperty->Value1[5].str(),
+                       m[1].SRLines->LineValue[16], Bars(m[1]), m[2].PriceProperty->PriceChartType),
+            std::tuple("S8", "", 0.25, "4", 101.5, 0, 9));
+  SPriceData fresh;
+  fresh.Load(ar, -1);  // no keys: the defaults stay
+  EXPECT_EQ(std::tuple(fresh.ID, fresh.TickSize), std::tuple(-1, 1.0));
   CFBArchive damaged;
-  damaged.SetCategory("PriceDataList");
-  damaged.SetInt("size", 2000000000, 0);
-  m.Load(damaged);
-  EXPECT_LE(m.GetSize(), 1);
-  damaged.SetCategory("PriceDataList");  // loading switched the category
-  damaged.SetInt("size", -4, 0);
-  m.Load(damaged);
-  EXPECT_EQ(m.GetSize(), 0);
-}
-
-TEST(IndexBinding, SetDataBindsTheRecordWithTheSymbolsIdElseTheFirstElseTheFallback) {
-  SPriceDataList l, empty;
-  for (int id : {3, 7}) l[l.AddSeq()].ID = id;
-  struct Case {
-    SPriceDataList* list;
-    int id, curIndex;
-    SPriceData* record;
-    const char* what;
-  };
-  const Case cases[] = {
-      {&l, 7, 1, &l[1], "known id"}, {&l, 9, 0, &l[0], "unknown id"}, {&empty, 0, 0, &empty.Fallback, "empty list"}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    SIndex index("x", 0);
-    index.SetData(c.list, c.id);
-    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, index.GetCurIndex()), std::tuple(c.list, c.id, c.curIndex));
-    EXPECT_EQ(index.GetCurPriceData(), c.record);
-    for (int k = 0; k < kPriceSlots; ++k) EXPECT_EQ(index.PriceSeries[k], &c.record->GetSeries(k)) << k;
-    index.SetData(nullptr, 9);  // without a list nothing changes
-    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID), std::tuple(c.list, c.id));
+  for (int size : {2000000000, -4}) {
+    damaged.SetCategory("PriceDataList");  // loading switches the category
+    damaged.SetInt("size", size, 0);
+    m.Load(damaged);
+    EXPECT_LE(m.GetSize(), size > 0 ? 1 : 0);
   }
 }
 
-TEST(IndexBinding, OwnDatesTakePrecedenceOverTheRecordsDatesAndPeriod) {
-  SPriceDataList l;
-  l.Add();
-  l[0].ChartPeriod = 0;
-  SIndex unbound("y", 0), index("x", 0);
-  EXPECT_EQ(std::tuple(unbound.GetCurIndex(), unbound.GetCurPriceData(), &unbound.GetDate()),
-            std::tuple(0, static_cast<SPriceData*>(nullptr), &unbound.OwnDate));
-  EXPECT_EQ(unbound.GetChartPeriod(), unbound.ChartPeriod);
-  index.ChartPeriod = 4;
-  index.SetData(&l, 0);
-  EXPECT_EQ(&index.GetDate(), &l[0].GetSeries(kDateTime));
-  EXPECT_EQ(index.GetChartPeriod(), 0);
-  index.OwnDate.Add(1);
-  EXPECT_EQ(&index.GetDate(), &index.OwnDate);
-  EXPECT_EQ(index.GetChartPeriod(), 4);
+// The bound record gives the indicator its series, dates and period, unless
+// the indicator has dates of its own.
+TEST(IndexBinding, SetDataBindsTheRecordWithTheSymbolsIdElseTheFirstElseTheFallback) {
+  SPriceDataList l = ListOf(2), empty;
+  l[0].ID = 3, l[1].ID = 7;
+  const std::tuple<SPriceDataList*, int, int, SPriceData*> cases[] = {
+      {&l, 7, 1, &l[1]}, {&l, 9, 0, &l[0]}, {&empty, 0, 0, &empty.Fallback}};
+  for (const auto& [list, id, curIndex, record] : cases) {
+    SIndex index("x", 0);
+    index.ChartPeriod = 77;
+    index.SetData(list, id);
+    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, index.GetCurIndex(), index.GetCurPriceData(),
+                         &index.GetDate(), index.GetChartPeriod()),
+              std::tuple(list, id, curIndex, record, &record->GetSeries(kDateTime), record->ChartPeriod));
+    for (int k = 0; k < kPriceSlots; ++k) EXPECT_EQ(index.PriceSeries[k], &record->GetSeries(k)) << k;
+    index.SetData(nullptr, 9);  // without a list nothing changes
+    index.OwnDate.Add(1);
+    EXPECT_EQ(std::tuple(index.PriceList, index.SymbolID, &index.GetDate(), index.GetChartPeriod()),
+              std::tuple(list, id, &index.OwnDate, 77));
+  }
+  SIndex unbound;
+  EXPECT_EQ(std::tuple(unbound.GetCurIndex(), unbound.GetCurPriceData(), &unbound.GetDate(), unbound.GetChartPeriod()),
+            std::tuple(0, static_cast<SPriceData*>(nullptr), &unbound.OwnDate, unbound.ChartPeriod));
 }
-
-}  // namespace
