@@ -10,6 +10,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "chartcalc.h"
@@ -34,6 +35,30 @@ SVector Make(Values v, int start = 0) {
 Values Valid(const SVector& s) {
   int from = std::max(s.GetStartIndex(), 0);
   return from >= s.GetSize() ? Values{} : Values(s.Data() + from, s.Data() + s.GetSize());
+}
+
+// Capacity grows in blocks of 1000 (a fresh Alloc(0) first holds one), edits
+// outside the bars are ignored, copies are deep and ReAlloc keeps only the
+// valid elements.
+TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
+  for (auto [n, capacity] : {std::pair{1, 1000}, {1001, 2000}, {0, 0}}) {
+    SVector s;
+    s.SetSize(n);
+    EXPECT_EQ(std::pair(s.GetCapacity(), s.GetSize()), std::pair(capacity, n));
+  }
+  SVector s, older = Make({4, 5});
+  s.Alloc(0);
+  s.Add(7.0);
+  const int first = s.GetCapacity();
+  s.Add(8.0);
+  EXPECT_EQ(std::pair(first, s.GetCapacity()), std::pair(1, 1000));
+  s.Update(9, 5), s.Update(9, -1), s.Update(6, 1);
+  s.Insert(older);
+  SVector copy(s);
+  copy[2] = 0;
+  s.SetStartIndex(2);
+  s.ReAlloc(10);
+  EXPECT_EQ(std::tuple(s.GetCapacity(), Valid(s), Valid(copy)), std::tuple(10, Values{6, 8}, Values{4, 5, 0, 8}));
 }
 
 TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
