@@ -7,6 +7,7 @@
 #include <string>
 
 #include "chartcalc.h"
+#include "core/TextTable.h"
 
 using namespace chartcalc::detail;
 

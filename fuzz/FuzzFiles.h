@@ -14,8 +14,6 @@
 #include <sstream>
 #include <string>
 
-using namespace chartcalc::detail;
-
 namespace fuzzfiles {
 
 // A directory of this process, removed when it exits. In memory (/dev/shm)

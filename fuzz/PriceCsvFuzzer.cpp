@@ -15,6 +15,8 @@
 #include "FuzzFiles.h"
 #include "PriceCsv.h"
 
+using namespace chartcalc::detail;
+
 namespace {
 
 // A file with every column, each date form and a quoted cell, so that
