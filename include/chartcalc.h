@@ -18,6 +18,8 @@
 #include "chartcalc/SPriceDataList.h"
 #include "chartcalc/SPriceProperty.h"
 #include "chartcalc/SSRLines.h"
+#include "chartcalc/SSimulation.h"
+#include "chartcalc/SSimulationSetting.h"
 #include "chartcalc/SString.h"
 #include "chartcalc/SUserIndexList.h"
 #include "chartcalc/SVector.h"
