@@ -2,9 +2,9 @@
 // and bar compression, as free functions over plain series. SSimulation's
 // members (SSimulationHistory.cpp) read their settings and call these.
 //
-// Every price, date-time or signal read at a bar its series does not reach
-// reads as 0, the rule the other back-test reads follow; which bars are
-// scanned is decided by the signal series alone.
+// A price or date-time read at a bar its series does not reach reads as 0,
+// the rule the other back-test reads follow; which bars are scanned is
+// decided by the signal series alone.
 #pragma once
 
 #include <array>
