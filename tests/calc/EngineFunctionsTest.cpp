@@ -137,10 +137,6 @@ TEST(EngineFunctions, OddArgumentListsGiveAnErrorOrNoValidBar) {
     EXPECT_EQ(r.errors, 0) << formula << ": " << r.message;
     EXPECT_FALSE(r.value.HasValid()) << formula;
   }
-  LangScope ko(kLangKorean);
-  EvalResult r = Evaluate(bars, Cp949("좌우이동(c, 3)"));
-  EXPECT_EQ(r.errors, 0) << r.message;
-  EXPECT_EQ(r.value.GetSize(), 0);
 }
 
 }  // namespace

@@ -85,7 +85,7 @@ TEST_F(SeriesFunctionsTest, ExponentialSumsFollowTheirRecurrences) {
 TEST_F(SeriesFunctionsTest, MaMethodSelectsTheAverage) {
   // clang-format off
   const std::pair<std::string, const char*> cases[] = {
-      {"ma(c, 3)", "avg(c, 3)"}, {"ma(c, 3, Simple)", "avg(c, 3)"}, {"ma(c, 3, Exponetial)", "eavg(c, 3)"},
+      {"ma(c, 3)", "avg(c, 3)"}, {"ma(c, 3, Exponetial)", "eavg(c, 3)"},
       {"ma(c, 3, weighted)", "wavg(c, 3)"}, {"ma(c, 3, GEOMETRIC)", "gavg(c, 3)"}, {"ma(c, 3, Harmonic)", "havg(c, 3)"},
       {"ma(c, 3, 2)", "avg(c, 3)"},          // a number selects the simple average
       {"m = 2; ma(c, 3, m)", "wavg(c, 3)"},  // a variable holds the method's value
