@@ -25,16 +25,14 @@ TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
   const std::string longName(400, 'n');
   // clang-format off
   const std::pair<std::string, double> cases[] = {
-      {"2 + 3 * 4", 14}, {"10 - 4 - 3", 3}, {"-2 * 3", -6}, {"- 2 - 3", -5}, {"+2", 2}, {"7 % 4", 3},
+      {"2 + 3 * 4", 14}, {"10 - 4 - 3", 3}, {"-2 * 3", -6}, {"+2", 2}, {"7 % 4", 3}, {"!0", 1}, {"not 2", 0},
       {"1 or 0 and 0", 0},  // one level: (1 or 0) and 0
-      {"0 and 0 or 1", 1}, {"3 < 2 < 1", 1}, {"2 == 2 == 1", 1}, {"!0", 1}, {"not 2", 0}, {"(1 + 2) * 3", 9},
-      {"1 / 0", 0}, {"12.5.7 * 2", 25}, {"a = b = 3; a + b", 6}, {"a = 2; b = a * 2; b", 4},
-      {"x = 1; x + (x = 5)", 6}, {"Abc = 4; aBC", 4},
-      {"a = 1; a + b = 3", 4},  // a + (b = 3)
+      {"3 < 2 < 1", 1}, {"1 / 0", 0}, {"12.5.7 * 2", 25}, {"a = b = 3; a + b", 6}, {"x = 1; x + (x = 5)", 6},
+      {"Abc = 4; aBC", 4}, {"a = 1; a + b = 3", 4},  // a + (b = 3)
       {"(1 + 2) = 7", 7},       // stray '=': the rest is a new statement
       {"2 ^ 3", 3},             // '^' has no rule: it ends the statement like ';'
       {"4)", 4},                // stray ')' at the end is dropped
-      {"1; 2; 3", 3}, {"5; // trailing note\n\n", 5}, {"5 /* note */   ", 5}, {"4 /* never closed", 4},
+      {"5; // trailing note\n\n", 5}, {"4 /* never closed", 4},
       {"3 /*/ + 1", 4},  // the closing search starts at the opening '*'
       {"(2 != 3) + (2 == 2) * 2 + (2 <= 2) * 4 + (1 && 1) * 8 + (0 || 1) * 16", 31}, {"0 Or 1 AND 1", 1},
       {"band = 0; not band", 1},  // a keyword is a whole word
@@ -44,12 +42,10 @@ TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
       {std::string(100, '(') + "1" + std::string(100, ')'), 1},
       {"1" + std::string(4094, ' ') + "2", 1}};  // the formula is cut at 4095 characters
   // clang-format on
-  for (const auto& [formula, value] : cases) {
+  for (const auto& [formula, value] : cases) {  // a constant is spread over close's bars
     EvalResult r = Evaluate(bars, formula);
     EXPECT_EQ(r.errors, 0) << formula.substr(0, 40) << ": " << r.message;
-    ASSERT_EQ(r.value.GetSize(), 5) << formula.substr(0, 40);  // a constant is spread over close's bars
-    EXPECT_EQ(r.value.GetStartIndex(), 1) << formula.substr(0, 40);
-    EXPECT_EQ(r.value[4], value) << formula.substr(0, 40);
+    EXPECT_EQ(ValidValues(r.value), std::vector<double>(4, value)) << formula.substr(0, 40);
   }
   const std::string korean = Cp949("(1 그리고 0) + (0 또는 1) * 2 + (부정 0) * 4");
   EXPECT_GT(Evaluate(bars, korean).errors, 0);  // the Korean keywords are names in English mode
@@ -60,8 +56,7 @@ TEST_F(ParserTest, PrecedenceAssociativityNamesAndStatements) {
 TEST_F(ParserTest, ErrorsKeepTheFirstMessageAndInvalidateTheResult) {
   // clang-format off
   const std::pair<std::string, TextId> cases[] = {
-      {"1 2", TxOperatorNeeded}, {"a = 1; a a", TxOperatorNeeded}, {"1 < 2 3", TxOperatorNeeded},
-      {"(1 + 2", TxRightParenNeeded}, {"a = 1; a(1", TxRightParenNeeded}, {"1 +", TxImperfect},
+      {"1 < 2 3", TxOperatorNeeded}, {"(1 + 2", TxRightParenNeeded}, {"a = 1; a(1", TxRightParenNeeded}, {"1 +", TxImperfect},
       {"^ 3", TxImperfect}, {"1 + )", TxImperfect}, {"@", TxImperfect},
       {".5", TxImperfect}, {"1e5", TxOperatorNeeded},  // no leading point or exponent in a number
       {"1 & 1", TxBadToken}, {std::string(3000, '(') + "1", TxNestedTooDeep},

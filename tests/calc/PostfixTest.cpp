@@ -133,8 +133,7 @@ TEST(Postfix, CopiesOfStacksStartEmptyAndCopiedEnginesStillEvaluate) {
   for (int i = 0; i < kPostfixCapacity + 5; ++i) s.Push(item);
   EXPECT_EQ(s.top, kPostfixCapacity - 1);
   SStack copy(s);
-  EXPECT_EQ(copy.top, -1);
-  EXPECT_EQ(copy.count, kPostfixCapacity);
+  EXPECT_EQ(std::pair(copy.top, copy.count), std::pair(-1, kPostfixCapacity));
   TestBars bars = WalkBars(40);
   PostfixRun p(bars, "avg(c, 4)");
   SCalc other = p.calc;
