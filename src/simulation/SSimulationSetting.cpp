@@ -277,18 +277,19 @@ const SettingField* FindField(const char* key) {
 }
 
 constexpr std::string_view kHexPrefixes[] = {"0x", "0X"};
+constexpr int kDecimalBase = 10;
 constexpr int kHexBase = 16;
 
 // The whole text as a 32-bit int: decimal with an optional sign, or
 // hexadecimal after "0x".
 bool ParseWholeInt(std::string_view t, int& out) {
-  int base = 10;
+  int base = kDecimalBase;
   for (std::string_view prefix : kHexPrefixes)
     if (t.substr(0, prefix.size()) == prefix) {
       t.remove_prefix(prefix.size());
       base = kHexBase;
     }
-  if (base == 10 && !t.empty() && t[0] == '+') t.remove_prefix(1);
+  if (base == kDecimalBase && !t.empty() && t[0] == '+') t.remove_prefix(1);
   if (t.empty() || t[0] == '+' || (base == kHexBase && t[0] == '-')) return false;
   auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), out, base);
   return ec == std::errc() && end == t.data() + t.size();
