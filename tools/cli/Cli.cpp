@@ -37,6 +37,17 @@ const Command kCommands[] = {
      "      checks the variables and parentheses; lookback prints the bars needed before the\n"
      "      first value.",
      "kind var", "stream"},
+    {"backtest", RunBacktest,
+     "chartcalc backtest SYSTEM [--var NAME=VALUE]... [--settings FILE.ini] [--set KEY=VALUE]...\n"
+     "      [--tick SIZE] [--csv] [--trades FILE] [--equity FILE]",
+     "Back-tests a trading system of the index directory over the price data and prints its\n"
+     "      summary (profit, trade counts, streaks, drawdown, averages, efficiency) for all trades\n"
+     "      and per side. --settings reads the section SimulationConfigure of an INI file; --set\n"
+     "      sets one setting by its INI key (or archive key for the archive-only ones), after\n"
+     "      --settings: --set BlMoneyManagementStop=1 --set MoneyManagementStop=0.03. --tick is\n"
+     "      the price step (default 0.01). --csv prints the summary as CSV; --trades and --equity\n"
+     "      write the trade table and the equity curve (per side) as CSV files.",
+     "var settings set tick trades equity", "csv"},
 };
 
 const char kCommonHelp[] =

@@ -41,3 +41,4 @@ std::string DefaultIndexDir();
 int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunFunction(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunIndicator(const CliOptions& options, std::ostream& out, std::ostream& err);
+int RunBacktest(const CliOptions& options, std::ostream& out, std::ostream& err);
