@@ -178,13 +178,11 @@ bool IsSide(int side) { return side == 0 || side == 1; }
 Bars View(const SVector* v) { return {v->Data(), v->GetSize()}; }
 
 StopMarket MarketOf(SVector* const* series, const SSimulationSetting& s, double tick) {
-  return {View(series[kClose]),
-          View(series[kOpen]),
-          View(series[kHigh]),
-          View(series[kLow]),
-          View(series[kDateTime]),
-          s.StopLossType,
-          tick};
+  StopMarket m{View(series[kClose]), View(series[kOpen]), View(series[kHigh]), View(series[kLow]),
+               View(series[kDateTime])};
+  m.stopLossType = s.StopLossType;
+  m.tick = tick;
+  return m;
 }
 
 CutOff CutOffOf(const SSimulationSetting& s) {
