@@ -250,11 +250,7 @@ int RunBacktest(const CliOptions& options, std::ostream& out, std::ostream& err)
   double tick = 0;
   if (!ApplySettings(options, *sim, err) || !ReadTick(options, tick, err)) return kExitBadInput;
   SPriceData prices;
-  std::string error;
-  if (!ReadPriceCsv(options.data, prices, error)) {
-    err << "error: " << error << "\n";
-    return kExitBadInput;
-  }
+  if (!ReadPriceCsv(options.data, prices, err)) return kExitBadInput;
   SFunctionList functions;
   functions.ReadFunction();
   std::string symbol;

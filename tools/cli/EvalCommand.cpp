@@ -50,11 +50,7 @@ int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err) {
     return kExitBadInput;
   }
   SPriceData prices;
-  std::string error;
-  if (!ReadPriceCsv(options.data, prices, error)) {
-    err << "error: " << error << "\n";
-    return kExitBadInput;
-  }
+  if (!ReadPriceCsv(options.data, prices, err)) return kExitBadInput;
   // The user functions of the index directory; none when it holds no
   // function database (reading creates nothing).
   SFunctionList functions;

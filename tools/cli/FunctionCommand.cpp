@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Cli.h"
+#include "NamedDefinition.h"
 #include "chartcalc.h"
 
 using namespace chartcalc::detail;
@@ -30,37 +31,13 @@ struct FunctionFiles {
 
 bool SameName(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
 
-// A listed field on one line: backslash, tab and line breaks escaped.
-std::string ListField(const SString& cp949) {
-  std::string out;
-  for (char c : Cp949ToUtf8Lossy(cp949.c_str())) {
-    switch (c) {
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
-
 int ListFunctions(std::ostream& out) {
   SFunctionList list;
   list.ReadFunction();
   for (int i = 0; i < list.GetCount(); ++i) {
     const SFunction& f = list[i];
-    out << ListField(f.Name) << '\t' << ListField(f.Expression);
-    for (int p = 0; p < f.GetVarCount(); ++p) out << '\t' << ListField(f.VarName[p]);
+    out << Field(f.Name) << '\t' << Field(f.Expression);
+    for (int p = 0; p < f.GetVarCount(); ++p) out << '\t' << Field(f.VarName[p]);
     out << '\n';
   }
   return kExitOk;

@@ -93,28 +93,10 @@ void PrintDefinition(const SIndex& x, std::ostream& out) {
 
 int ShowDefinition(const std::vector<std::string>& args, const std::vector<int>& kinds, std::ostream& out,
                    std::ostream& err) {
-  std::string name;
-  if (args.size() != 2) {
-    err << "error: show takes exactly one NAME\n";
-    return kExitBadInput;
-  }
-  if (!Utf8ToCp949(args[1], name)) {
-    err << "error: the name is not UTF-8 text that code page 949 can hold\n";
-    return kExitBadInput;
-  }
-  for (int kind : kinds) {
-    std::string stored = StoredName(kind, name);
-    if (stored.empty()) continue;
-    SIndex x(stored.c_str(), kind);
-    if (!x.ReadExpression(stored.c_str())) {
-      err << "error: the definition '" << args[1] << "' cannot be read from " << getIndexDir().str() << "\n";
-      return kExitBadInput;
-    }
-    PrintDefinition(x, out);
-    return kExitOk;
-  }
-  err << "error: there is no definition '" << args[1] << "' in " << getIndexDir().str() << "\n";
-  return kExitBadInput;
+  SIndex x;
+  if (int status = ReadNamed(args, kinds, x, err); status != kExitOk) return status;
+  PrintDefinition(x, out);
+  return kExitOk;
 }
 
 // ---- calculation ------------------------------------------------------------------
@@ -161,11 +143,7 @@ int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ost
   SIndex x;
   if (int status = PrepareNamed(options, kinds, x, err); status != kExitOk) return status;
   SPriceData prices, live;
-  std::string error;
-  if (!ReadPriceCsv(options.data, prices, error)) {
-    err << "error: " << error << "\n";
-    return kExitBadInput;
-  }
+  if (!ReadPriceCsv(options.data, prices, err)) return kExitBadInput;
   // The user functions of the index directory (none when it has none).
   SFunctionList functions;
   functions.ReadFunction();

@@ -12,22 +12,11 @@ using namespace chartcalc::detail;
 std::string Field(const SString& cp949) {
   std::string out;
   for (char c : Cp949ToUtf8Lossy(cp949.c_str())) {
-    switch (c) {
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      default:
-        out += c;
-    }
+    const char* escaped = c == '\\' ? "\\\\" : c == '\t' ? "\\t" : c == '\n' ? "\\n" : c == '\r' ? "\\r" : nullptr;
+    if (escaped)
+      out += escaped;
+    else
+      out += c;
   }
   return out;
 }

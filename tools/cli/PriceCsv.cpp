@@ -335,3 +335,10 @@ bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error) 
   }
   return true;
 }
+
+bool ReadPriceCsv(const std::string& path, SPriceData& out, std::ostream& err) {
+  std::string error;
+  if (ReadPriceCsv(path, out, error)) return true;
+  err << "error: " << error << "\n";
+  return false;
+}

@@ -2,6 +2,7 @@
 // through the library's own AddData, as a host fills one.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,9 @@
 // bar. On failure returns false with a message that names the file and the
 // line; out is left empty then.
 bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error);
+// ReadPriceCsv for a subcommand: on failure writes "error: " and the message
+// to err and returns false.
+bool ReadPriceCsv(const std::string& path, SPriceData& out, std::ostream& err);
 
 // Number of bars of a record read by ReadPriceCsv.
 inline int Bars(const SPriceData& data) { return data.GetSeries(chartcalc::detail::kClose).GetSize(); }
