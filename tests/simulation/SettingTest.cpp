@@ -2,326 +2,156 @@
 // fields by key name.
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "SimTestUtil.h"
 #include "simulation/SimulationSettingKeys.h"
 
-using chartcalc::detail::ListSettingKeys;
-using chartcalc::detail::SetSettingByKey;
-using chartcalc::detail::SettingKey;
-using chartcalc::detail::SettingTextAt;
+using namespace chartcalc::detail;
 
 namespace {
 
-using S = SSimulationSetting;
 using Values = std::map<std::string, std::string>;  // field name -> value text
 
-constexpr const char* kSection = "SimulationConfigure";
-
-// Every field as the settings documentation gives it, "INI key|archive
-// key=default" (an empty side: that form lacks the field), in the INI
-// form's order, the cut-off date directly after the cut-off time, then the
-// archive-only fields.
+// Every field's archive key and documented default, in the record's
+// persisted order ("-": the INI form's alone; numbers as they list, colours in decimal). The INI form carries the
+// first kIniFields fields, the cut-off date directly after the cut-off time.
+constexpr int kIniFields = 49;
 constexpr const char* kFieldText =
-    "Position|POS=2 OrderStart|ORDSTART=0 SignalAction|SACT=0 DispSignalAction|=1 OrderType|ORDTYPE=0 "
-    "StopLossType|STOPLOSS=1 ModeOrderEntryPrice|ENTRY=2 ModeOrderExitPrice|EXIT=2 ModeVolume|MODEVOL=0 "
-    "TradeVolume|TRADEVOL=1 BlUseAlarm|UALARM=0 AlarmFileName|ALARMFILE= EntryCommission|ENTRYCOMM=0 "
-    "ModeEntryCommission|MENTRYCOMM=0 ExitCommission|EXITCOMM=0 ModeExitCommission|MEXITCOMM=0 "
-    "Slippage|SLIPPAGE=0.0005 ModeSlippage|MSLIPPAGE=0 BlMoneyManagementStop|BMMS=0 MoneyManagementStop|MMS=0.02 "
-    "ModeMoneyManagementStop|MMMS=0 BlProfitTargetStop|BPTS=0 ProfitTargetStop|PTS=0.02 ModeProfitTargetStop|MPTS=0 "
-    "BlRiskTrailingStop|BRTS=0 RiskTrailingStop|RTS=0.6 ModeRiskTrailingStop|MRS=0 RiskTrailingStopStart|RTSS=0.02 "
-    "ModeRiskTrailingStopStart|MSS=0 BlRiskTrailingStop2|BRTS2=0 RiskTrailingStop2|RTS2=0.025 "
-    "ModeRiskTrailingStop2|MRTS2=0 BlMinVariationStop|BMVS=0 MinVariationStop|MVS=0.02 ModeMinVariationStop|MMVS=0 "
-    "MinVariationStopCount|MVSC=10 BlDayTradingStop|BDTS=0 BlDateTradingStop|BlDateTradingStop=0 "
-    "DayTradingStop|DTS=02:30 DateTradingStop|DateTradingStop=today ModeDayTradingStop|MDTS=1 BlMaxBarStop|BMBS=0 "
-    "MaxBarStop|MBS=30 MoneyManagementColor|MMCLR=0xFFFF00 RiskTrailingColor|RTCLR=0x80 "
-    "RiskTrailing2Color|RT2CLR=0xFF00FF ProfitTargetColor|PTCLR=0xFF MinVariationColor|MVCLR=0xFF0000 "
-    "DayTradingColor|DRCLR=0xFF00 |EntryCond=0 |EntryRange=5 |ExitCond=0 |ExitRange=5 |BlJumpCondStop=0 "
-    "|JumpValue=100 |JumpMode=0 |JumpCondColor=0x808000 |BlDropCondStop=0 |DropValue=100 |DropMode=0 "
-    "|DropCondColor=0x8080";
+    "POS=2 ORDSTART=0 SACT=0 -=1 ORDTYPE=0 STOPLOSS=1 ENTRY=2 EXIT=2 MODEVOL=0 TRADEVOL=1 UALARM=0 ALARMFILE= "
+    "ENTRYCOMM=0 MENTRYCOMM=0 EXITCOMM=0 MEXITCOMM=0 SLIPPAGE=5e-04 MSLIPPAGE=0 BMMS=0 MMS=0.02 MMMS=0 BPTS=0 "
+    "PTS=0.02 MPTS=0 BRTS=0 RTS=0.6 MRS=0 RTSS=0.02 MSS=0 BRTS2=0 RTS2=0.025 MRTS2=0 BMVS=0 MVS=0.02 MMVS=0 MVSC=10 "
+    "BDTS=0 BlDateTradingStop=0 DTS=02:30 DateTradingStop=today MDTS=1 BMBS=0 MBS=30 MMCLR=16776960 RTCLR=128 "
+    "RT2CLR=16711935 PTCLR=255 MVCLR=16711680 DRCLR=65280 EntryCond=0 EntryRange=5 ExitCond=0 ExitRange=5 "
+    "BlJumpCondStop=0 JumpValue=100 JumpMode=0 JumpCondColor=8421376 BlDropCondStop=0 DropValue=100 DropMode=0 "
+    "DropCondColor=32896";
 
+// name: the INI key, or the archive key of an archive-only field.
 struct Field {
-  std::string ini, archive, dflt;
-  std::string Name() const { return ini.empty() ? archive : ini; }
+  std::string name, type, archive, dflt;
 };
 
 std::vector<Field> Fields() {
   std::vector<Field> out;
   std::istringstream words(kFieldText);
-  for (std::string w; words >> w;) {
-    const size_t bar = w.find('|'), eq = w.find('=');
-    out.push_back({w.substr(0, bar), w.substr(bar + 1, eq - bar - 1), w.substr(eq + 1)});
-  }
+  const auto keys = ListSettingKeys(SSimulationSetting());
+  for (std::string w; words >> w;)
+    out.push_back({keys[out.size()].name, keys[out.size()].type, w.substr(0, w.find('=')), w.substr(w.find('=') + 1)});
   return out;
 }
 
-std::string Today() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%d", &local);
-  return text;
-}
-
-std::string Exact(double v) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.17g", v);
-  return text;
-}
-
-// Equal texts, or numbers of equal value ("0x80" and "128").
-bool Same(const std::string& a, const std::string& b) {
-  char *endA, *endB;
-  const double x = std::strtod(a.c_str(), &endA), y = std::strtod(b.c_str(), &endB);
-  return a == b || (!a.empty() && !b.empty() && !*endA && !*endB && x == y);
-}
-
-Values ValuesOf(const S& s) {
+Values ValuesOf(const SSimulationSetting& s) {
   Values out;
   for (const auto& k : ListSettingKeys(s)) out[k.name] = k.value.str();
   return out;
 }
 
-// A value for every field that is no default and differs from the others':
-// negative ints, doubles with no short decimal form, texts with blanks at
-// both ends and code page 949 bytes.
-S Distinct() {
-  S s;
-  int n = 0;
-  for (const auto& k : ListSettingKeys(s)) {
-    const std::string type = k.type;
-    const std::string v = type == "int"      ? std::to_string((n % 2 ? -1 : 1) * (100 + n))
-                          : type == "double" ? Exact(n + 1.0 / 3.0)
-                                             : " \xC7\xD1 " + std::to_string(n) + ":05 ";
-    EXPECT_EQ(SetSettingByKey(s, k.name, v.c_str(), nullptr), 1) << k.name;
-    ++n;
+// A value for every field that is no default and differs from the others
+// (negative ints, doubles with no short decimal form, texts with blanks at
+// both ends and code page 949 bytes), each set by its archive key (the INI
+// key of an INI-only field) in capitals.
+SSimulationSetting Distinct() {
+  SSimulationSetting s;
+  for (int n = 100; const Field& f : Fields()) {
+    std::string key = f.archive == "-" ? f.name : f.archive, v = (n++ % 2 ? "-" : "+") + std::to_string(n);
+    v = f.type == "double" ? v + ".0123456789012345" : f.type == "text" ? " \xC7\xD1 " + v + " " : v;
+    for (char& c : key) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    EXPECT_EQ(SetSettingByKey(s, key.c_str(), v.c_str(), nullptr), 1) << key;
   }
   return s;
 }
 
-std::string TestDir() {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  auto dir = std::filesystem::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name());
-  std::filesystem::remove_all(dir);
-  std::filesystem::create_directories(dir);
-  return dir.string() + "/";
-}
-
-void WriteBytes(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
-
-// The file holds the INI keys in their fixed order, whatever else it holds
-// stays, and reading it back gives every INI field but two: SignalAction
-// always reads as 0 and the cut-off date is never read.
+// The file holds the INI keys in their fixed order and keeps whatever else it
+// holds; reading it back gives every INI field but two: SignalAction always
+// reads as 0 and the cut-off date is never read. An existing file too large
+// to read is never overwritten.
 TEST(SettingIni, SaveThenReadRoundTripsEveryIniFieldButSignalActionAndDate) {
-  const std::string dir = TestDir(), path = dir + "sim.ini";
-  WriteBytes(path, "[Other]\nPosition=7\n[simulationconfigure]\nposition=1\nExtra=x\n");
+  std::string path = CHARTCALC_TEST_TMP "/SettingIni.ini", big = CHARTCALC_TEST_TMP "/SettingIni.big", line;
+  std::ofstream(path) << "[Other]\nPosition=7\n[simulationconfigure]\nposition=1\nExtra=x\n";
   SSimulation saved, read;
   saved.Setting = Distinct();
   saved.SaveSetting(path.c_str());
   read.Setting.DateTradingStop = "1999-01-01";
   read.ReadSetting(path.c_str());
-  Values want = ValuesOf(saved.Setting), fresh = ValuesOf(S());
-  std::vector<std::string> keys, order = {"position", "Extra"};
-  for (const Field& f : Fields()) {
-    if (f.ini.empty()) want[f.archive] = fresh[f.archive];  // archive-only: untouched
-    if (!f.ini.empty() && f.ini != "Position") order.push_back(f.ini);
-  }
-  want["SignalAction"] = "0";
-  want["DateTradingStop"] = "1999-01-01";
+  Values want = ValuesOf(saved.Setting), fresh = ValuesOf(SSimulationSetting());
+  std::vector<std::string> keys, order = {"Position", "position", "Extra"};
+  const auto fields = Fields();
+  for (int k = 1; k < kIniFields; ++k) order.push_back(fields[k].name);
+  for (size_t k = kIniFields; k < fields.size(); ++k) want[fields[k].name] = fresh[fields[k].name];  // untouched
+  want["SignalAction"] = "0", want["DateTradingStop"] = "1999-01-01";
   EXPECT_EQ(ValuesOf(read.Setting), want);
-  std::ifstream in(path);
-  for (std::string line; std::getline(in, line);)
+  for (std::ifstream in(path); std::getline(in, line);)
     if (line.find('=') != std::string::npos) keys.push_back(line.substr(0, line.find('=')));
-  order.insert(order.begin(), "Position");  // the other section's
   EXPECT_EQ(keys, order);
-  EXPECT_EQ(CIniFile(path.c_str()).GetInt(kSection, "SignalAction", 0), unsigned(saved.Setting.SignalAction));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 1);  // nothing left aside
+  EXPECT_EQ(int(CIniFile(path.c_str()).GetInt("SimulationConfigure", "SignalAction", 0)), saved.Setting.SignalAction);
+  std::ofstream(big, std::ios::binary).seekp(kMaxIniBytes) << 'x';
+  for (const std::string& file : {big + "/sim.ini", std::string(), big}) saved.SaveSetting(file.c_str());
+  EXPECT_EQ(std::filesystem::file_size(big), kMaxIniBytes + 1);
 }
 
-// What the file does not validly hold keeps the current value; values are
-// parsed as the single-value accessors parse them, absurd ones included.
-TEST(SettingIni, ReadKeepsEveryValueTheFileDoesNotValidlyHold) {
-  const std::string path = TestDir() + "case.ini";
-  struct Case {
-    const char* what;
-    bool exists;
-    std::string file;
-    Values changes;
-  } cases[] = {
-      {"odd values",
-       true,
-       "[SimulationConfigure]\r\nTRADEVOLUME = -5\r\nSlippage=nan\r\nMaxBarStop=1.5e1\r\nDayTradingStop=7\r\n"
-       "Position=99999999999\r\nModeVolume=0x10\r\nExitCommission=+.5\r\nBlUseAlarm\r\nMaxBarStop=3\r\n",
-       {{"TradeVolume", "-5"}, {"MaxBarStop", "15"}, {"DayTradingStop", "7"}, {"ExitCommission", "0.5"}}},
-      {"missing file", false, "", {}},
-      {"binary garbage", true, std::string("\x01\xFF\xFE\0[\x80=\x81\n=\n[]\n", 15), {}},
-      {"keys before any section", true, "Position=0\nTradeVolume=5\n", {}},
-      {"another section only", true, "[Simulation]\nPosition=0\n", {}},
-      {"header without its bracket", true, "[SimulationConfigure\nPosition=0\n", {}},
-  };
-  for (const Case& c : cases) {
-    std::filesystem::remove(path);
-    if (c.exists) WriteBytes(path, c.file);
-    SSimulation sim;
-    sim.Setting = Distinct();
-    Values want = ValuesOf(sim.Setting);
-    for (const auto& [name, value] : c.changes) want[name] = value;
-    want["SignalAction"] = "0";
-    sim.ReadSetting(path.c_str());
-    EXPECT_EQ(ValuesOf(sim.Setting), want) << c.what;
-  }
-  SSimulation sim;
-  sim.ReadSetting(nullptr);
-  EXPECT_EQ(ValuesOf(sim.Setting), ValuesOf(S()));
-}
-
-// Saving where no file can be written does nothing, and a file too large to
-// read is never overwritten.
-TEST(SettingIni, SaveThatCannotReadOrWriteTheFileChangesNothing) {
-  const std::string dir = TestDir(), big = dir + "big.ini";
-  WriteBytes(dir + "plain", "not a directory");
-  WriteBytes(big, "");
-  std::filesystem::resize_file(big, chartcalc::detail::kMaxIniBytes + 1);
-  SSimulation sim;
-  for (const std::string& path : {dir + "plain/sim.ini", dir, std::string(), big}) sim.SaveSetting(path.c_str());
-  sim.SaveSetting(nullptr);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 2);
-  EXPECT_EQ(std::filesystem::file_size(dir + "plain"), 15u);
-  EXPECT_EQ(std::filesystem::file_size(big), chartcalc::detail::kMaxIniBytes + 1);
-}
-
-// Every archive key holds its own field (so the two cut-off flags "BDTS"
-// and "BlDateTradingStop" stay apart) and reads back into it.
-TEST(SettingArchive, StoreThenLoadRoundTripsEveryArchiveFieldUnderItsOwnKey) {
+// Every archive key holds its own field (the two cut-off flags "BDTS" and
+// "BlDateTradingStop" stay apart) and reads back into it. JumpMode is
+// stored as a double, and another writer's double loads as the int it
+// stands for.
+TEST(SettingArchive, StoreThenLoadRoundTripsEveryArchiveFieldAndAnEmptyCategoryGivesTheDefaults) {
   CFBArchive archive;
   SSimulation stored, loaded;
   stored.Setting = Distinct();
   stored.Store(archive);
-  loaded.Setting.DispSignalAction = 42;
+  loaded.Setting.DispSignalAction = stored.Setting.DispSignalAction;  // the INI form's alone: not loaded
   loaded.Load(archive);
-  Values want = ValuesOf(stored.Setting);
-  want["DispSignalAction"] = "42";  // the INI form's alone
-  EXPECT_EQ(ValuesOf(loaded.Setting), want);
-  archive.SetCategory("Simulation");
-  int keys = 0;
-  for (const Field& f : Fields()) {
-    if (f.archive.empty()) continue;
-    ++keys;
-    const std::string& w = want[f.Name()];
-    const char* key = f.archive.c_str();
-    EXPECT_TRUE(archive.GetStr(key, "?").str() == w || Same(Exact(archive.GetDbl(key, NAN)), w)) << key;
-  }
-  EXPECT_EQ(archive.GetEntryCount(), keys);
-}
-
-TEST(SettingArchive, JumpModeIsStoredAsADoubleAndLoadsAsTheInt) {
-  CFBArchive archive;
-  SSimulation sim;
-  sim.Setting.JumpMode = 1;
-  sim.Store(archive);
-  const std::string path = TestDir() + "doc.arc";
+  EXPECT_EQ(ValuesOf(loaded.Setting), ValuesOf(stored.Setting));
+  EXPECT_EQ(archive.GetEntryCount(), 60);
+  // Load falls back to a fresh record's values, not the current ones, and
+  // reads only its own category; those are the documented defaults.
+  CFBArchive empty;
+  empty.SetCategory("Simulation0");
+  empty.SetInt("POS", 0);
+  loaded.Setting.SymbolName = "KOSPI200", loaded.Setting.DispSignalAction = 1;
+  loaded.Load(empty);
+  char today[16];
+  const std::time_t now = std::time(nullptr);
+  std::strftime(today, sizeof today, "%Y-%m-%d", std::localtime(&now));
+  Values defaults;
+  for (const Field& f : Fields()) defaults[f.name] = f.dflt == "today" ? today : f.dflt;
+  EXPECT_EQ(ValuesOf(loaded.Setting), defaults);
+  loaded.Setting.SetDefaultValue();
+  EXPECT_EQ(loaded.Setting.SymbolName.str(), "KOSPI200");
+  const std::string path = CHARTCALC_TEST_TMP "/SettingArchive.arc";
   ASSERT_EQ(archive.SaveFile(path.c_str()), 1);
-  archive.SetDbl("JumpMode", 0.9999);  // another writer's double loads as the int it stands for
-  sim.Load(archive);
-  EXPECT_EQ(sim.Setting.JumpMode, 1);
+  archive.SetDbl("JumpMode", 0.9999);
+  loaded.Load(archive);
+  EXPECT_EQ(loaded.Setting.JumpMode, 1);
   if (std::system("command -v sqlite3 >/dev/null 2>&1") != 0) GTEST_SKIP() << "no sqlite3 tool";
-  std::string out, cmd = "sqlite3 -batch '" + path + "' \"SELECT type FROM entries WHERE key='JumpMode'\"";
-  if (FILE* p = popen(cmd.c_str(), "r")) {
-    for (int c; (c = std::fgetc(p)) != EOF;) out += static_cast<char>(c);
-    pclose(p);
-  }
-  EXPECT_EQ(out, "double\n");
+  std::string type(16, '\0');
+  if (FILE* p = popen(("sqlite3 '" + path + "' \"SELECT type FROM entries WHERE key='JumpMode'\"").c_str(), "r"))
+    type.resize(std::fread(type.data(), 1, type.size(), p)), pclose(p);
+  EXPECT_EQ(type, "double\n");
 }
 
-// Load falls back to a fresh record's values, not the current ones, and
-// reads only its own category; those values are the documented defaults.
-TEST(SettingArchive, LoadFromAnEmptyCategoryGivesExactlyTheDocumentedDefaults) {
-  CFBArchive archive;
-  archive.SetCategory("Simulation0");
-  archive.SetInt("POS", 0);
-  SSimulation sim;
-  sim.Setting = Distinct();
-  sim.Setting.SymbolName = "KOSPI200";
-  sim.Load(archive);
-  const auto keys = ListSettingKeys(sim.Setting);
-  const auto fields = Fields();
-  ASSERT_EQ(keys.size(), fields.size());
-  for (size_t i = 0; i < keys.size(); ++i) {
-    const Field& f = fields[i];
-    const std::string want = f.archive.empty() ? ValuesOf(Distinct())[f.ini] : f.dflt == "today" ? Today() : f.dflt;
-    EXPECT_TRUE(Same(keys[i].value.str(), want)) << f.Name() << " is " << keys[i].value.str();
-  }
-  EXPECT_EQ(sim.Setting.SymbolName.str(), "KOSPI200");
-  sim.Setting.SetDefaultValue();
-  EXPECT_EQ(ValuesOf(sim.Setting), ValuesOf(S()));
-  EXPECT_EQ(sim.Setting.SymbolName.str(), "KOSPI200");
-}
-
-std::string Upper(std::string s) {
-  for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return s;
-}
-
-TEST(SettingByKey, EveryKeyOfEitherFormInAnyCaseReachesItsOwnFieldOnly) {
-  const Values distinct = ValuesOf(Distinct()), fresh = ValuesOf(S());
-  for (const Field& f : Fields())
-    for (const std::string& key : {f.ini, f.archive, Upper(f.ini), Upper(f.archive)}) {
-      if (key.empty()) continue;
-      S s;
-      ASSERT_EQ(SetSettingByKey(s, key.c_str(), distinct.at(f.Name()).c_str(), nullptr), 1) << key;
-      Values want = fresh;
-      want[f.Name()] = distinct.at(f.Name());
-      EXPECT_EQ(ValuesOf(s), want) << key;
-    }
-}
-
-TEST(SettingByKey, UnknownKeysAndValuesNotOfTheFieldTypeAreRejected) {
-  struct Case {
-    const char *key, *value, *inMessage;
-  } cases[] = {
-      {"Nope", "1", "Nope"},
-      {"", "1", "unknown"},
-      {"SymbolName", "X", "SymbolName"},
-      {"Position", "1.5", "1.5"},
-      {"Position", "", "integer"},
-      {"Position", " 1", "integer"},
-      {"POS", "2147483648", "2147483648"},
-      {"Position", "-0x5", "integer"},
-      {"MMCLR", "0x100000000", "integer"},
-      {"Slippage", "nan", "nan"},
-      {"Slippage", "1e999", "finite"},
-      {"JumpValue", "0.1x", "0.1x"},
-  };
-  for (const Case& c : cases) {
-    S s;
-    SString error;
-    EXPECT_EQ(SetSettingByKey(s, c.key, c.value, &error), 0) << c.key << "=" << c.value;
-    EXPECT_NE(error.str().find(c.inMessage), std::string::npos) << error.str();
-    EXPECT_EQ(ValuesOf(s), ValuesOf(S())) << c.key << "=" << c.value;
-  }
-  S s;
-  EXPECT_EQ(SetSettingByKey(s, nullptr, "1", nullptr), 0);
-  EXPECT_EQ(SetSettingByKey(s, "MoneyManagementColor", "0xff00", nullptr), 1);
-  EXPECT_EQ(SetSettingByKey(s, "TradeVolume", "+7", nullptr), 1);
-  EXPECT_EQ(s.MoneyManagementColor + s.TradeVolume, 0xFF00 + 7);
-}
-
-TEST(SettingText, PositionsOutsideAShortCutoffTextReadAsNul) {
-  EXPECT_EQ(SettingTextAt(SString("7"), 0), '7');
-  for (int i : {-1, 1, 4}) EXPECT_EQ(SettingTextAt(SString("7"), i), '\0') << i;
+// Distinct() sets every field by a key in capitals: each must reach its own
+// field.
+TEST(SettingByKey, KeysOfEitherFormInAnyCaseAreTakenAndUnknownKeysOrMistypedValuesRejected) {
+  const Values fresh = ValuesOf(SSimulationSetting());
+  for (const auto& [name, value] : ValuesOf(Distinct())) EXPECT_NE(value, fresh.at(name)) << name;
+  const char* cases[][3] = {{nullptr, "1", "unknown"},
+                            {"Position", "1.5", "integer"},
+                            {"POS", "2147483648", "2147483648"},
+                            {"Slippage", "1e999", "finite"}};
+  SSimulationSetting s;
+  SString error;
+  for (const auto& [key, value, inMessage] : cases)
+    EXPECT_TRUE(!SetSettingByKey(s, key, value, &error) && error.str().find(inMessage) != std::string::npos)
+        << error.str();
+  EXPECT_EQ(ValuesOf(s), fresh);  // no rejected value reached the record
+  EXPECT_EQ((SetSettingByKey(s, "MoneyManagementColor", "0xff00", nullptr), s.MoneyManagementColor), 0xFF00);
+  // Cut-off texts are read by position, short ones included.
+  for (int i : {-1, 0, 1}) EXPECT_EQ(SettingTextAt("7", i), i ? '\0' : '7') << i;
 }
 
 }  // namespace
