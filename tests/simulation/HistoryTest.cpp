@@ -192,3 +192,25 @@ TEST(HistoryCompress, MergesGroupsAndKeepsAShortLastGroup) {
 }
 
 }  // namespace
+
+namespace {
+
+// Both sides: rows are appended long first, then sorted by entry time; the
+// long and the short entered on the same bar keep that order, and each row
+// carries its side's cost prices (0.1 % commission on entry and exit).
+TEST(History, BothSidesSortByEntryTimeWithTheirOwnCostPrices) {
+  SSimulation sim;
+  Trade(sim, Flat(8, 100), {At(8, {{1, 100}, {5, 100}}), At(8, {{3, 104}, {7, 104}}), At(8, {{1, 100}, {4, 100}}),
+                            At(8, {{2, 99}, {6, 99}})},
+        2, [](SSimulation& s) { s.Setting.EntryCommission = s.Setting.ExitCommission = 0.001; });
+  ASSERT_EQ(sim.Trades.GetCount(), 4);
+  const std::vector<double> sides = {0, 1, 1, 0}, entryBars = {1, 1, 4, 5};
+  for (int row = 0; row < 4; ++row) {
+    EXPECT_EQ(sim.Trades.Direction[row], sides[row]) << row;
+    EXPECT_EQ(sim.Trades.EntryDateTime[row], 20240101.0 + entryBars[row]) << row;
+  }
+  ExpectRow(sim, 0, {{3, 100.1}, {6, 104 * 0.999}, {8, 104 * 0.999 - 100.1}});
+  ExpectRow(sim, 1, {{3, 99.9}, {6, 99 * 1.001}, {8, 99.9 - 99 * 1.001}});
+}
+
+}  // namespace
