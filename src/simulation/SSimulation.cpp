@@ -5,22 +5,20 @@
 #include <cmath>
 
 #include "chartcalc/TableDb.h"
+#include "simulation/Signals.h"
+#include "simulation/Stops.h"
 
 using namespace chartcalc::detail;
 
 namespace {
 
-// A signal value is kind x 100,000,000 + price.
-constexpr double kSignalKindUnit = 100000000.0;
-
 using Column = SVector STradeTable::*;
 constexpr Column kTradeColumns[STradeTable::kColumns] = {
-    &STradeTable::Direction,     &STradeTable::EntryDateTime, &STradeTable::EntryPrice,
-    &STradeTable::EntryCostPrice, &STradeTable::ExitDateTime, &STradeTable::ExitPrice,
-    &STradeTable::ExitCostPrice, &STradeTable::Quantity,      &STradeTable::ProfitLoss,
-    &STradeTable::ReturnFactor,  &STradeTable::CumProfitLoss, &STradeTable::CumReturnFactor,
-    &STradeTable::Runup,         &STradeTable::Drawdown,      &STradeTable::EntryEff,
-    &STradeTable::ExitEff,       &STradeTable::TotalEff,      &STradeTable::BarsHeld};
+    &STradeTable::Direction,    &STradeTable::EntryDateTime, &STradeTable::EntryPrice,    &STradeTable::EntryCostPrice,
+    &STradeTable::ExitDateTime, &STradeTable::ExitPrice,     &STradeTable::ExitCostPrice, &STradeTable::Quantity,
+    &STradeTable::ProfitLoss,   &STradeTable::ReturnFactor,  &STradeTable::CumProfitLoss, &STradeTable::CumReturnFactor,
+    &STradeTable::Runup,        &STradeTable::Drawdown,      &STradeTable::EntryEff,      &STradeTable::ExitEff,
+    &STradeTable::TotalEff,     &STradeTable::BarsHeld};
 
 // The rate and fixed parts of a cost: a setting in rate mode (0) adds to
 // the rate, in any other mode to the fixed amount.
@@ -49,9 +47,7 @@ double At(const SVector& v, int bar) { return bar >= 0 && bar < v.GetSize() ? v[
 }  // namespace
 
 SVector& STradeTable::Column(int k) { return this->*kTradeColumns[k >= 0 && k < kColumns ? k : 0]; }
-const SVector& STradeTable::Column(int k) const {
-  return this->*kTradeColumns[k >= 0 && k < kColumns ? k : 0];
-}
+const SVector& STradeTable::Column(int k) const { return this->*kTradeColumns[k >= 0 && k < kColumns ? k : 0]; }
 
 SSimulation::SSimulation() {
   const SString dir = getIndexDir();
@@ -165,10 +161,7 @@ double SSimulation::GetCommission(double price) {
 }
 
 double SSimulation::RoundTickSize(int mode, double price) {
-  if (TickSize == 0.0 || std::fmod(price, TickSize) == 0.0) return price;
-  if (mode == 0) return std::ceil(price / TickSize) * TickSize;
-  if (mode == 1) return std::floor(price / TickSize) * TickSize;
-  return price;
+  return mode == 0 || mode == 1 ? RoundToTick(price, TickSize, mode == 0) : price;
 }
 
 int SSimulation::GetStartMode() { return Setting.Position == 1 ? 1 : 0; }
@@ -176,7 +169,7 @@ int SSimulation::GetEndMode() { return Setting.Position == 1 || Setting.Position
 
 double SSimulation::GetResult(int k, int bar) {
   if (k < 0 || k > 3) return 0.0;
-  return std::fmod(At(Index.LineData[k], bar), kSignalKindUnit);
+  return SignalPrice(At(Index.LineData[k], bar));
 }
 
 double SSimulation::GetEntryCompValue(int, int bar) { return At(*working_[kClose], bar); }

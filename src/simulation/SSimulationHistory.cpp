@@ -7,14 +7,13 @@
 #include <numeric>
 
 #include "chartcalc/SSimulation.h"
+#include "simulation/Signals.h"
 #include "simulation/TradeHistory.h"
 
 namespace chartcalc::detail {
 
 namespace {
 
-// A signal value is kind x 100,000,000 + price.
-constexpr double kSignalKindUnit = 100000000.0;
 constexpr double kPercent = 100.0;
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
@@ -26,8 +25,6 @@ double Lower(double have, double x) { return x < have ? x : have; }
 // wins a tie, so the result is the value the forward fold would keep.
 double HigherFromBehind(double x, double have) { return x >= have ? x : have; }
 double LowerFromBehind(double x, double have) { return x <= have ? x : have; }
-
-double SignalPrice(double value) { return std::fmod(value, kSignalKindUnit); }
 
 // A freshly entered trade: exit at the entry price, no excursions yet.
 TradeRow EntryRow(int side, int bar, double quantity, const SideSignals& s, const TradePrices& p,

@@ -6,6 +6,7 @@
 
 #include "chartcalc/DateTime.h"
 #include "chartcalc/SSimulation.h"
+#include "simulation/Signals.h"
 #include "simulation/Stops.h"
 
 namespace chartcalc::detail {
@@ -167,8 +168,6 @@ using namespace chartcalc::detail;
 
 namespace {
 
-// A signal value is kind x 100,000,000 + price.
-constexpr double kSignalKindUnit = 100000000.0;
 // The stops are first tried on this many bars after the entry, then on
 // twice as many, and so on up to the running exit.
 constexpr long long kFirstWindow = 32;
@@ -372,7 +371,7 @@ int SSimulation::RiskTrailingStop(SIndex* index, int side, int entryBar, int& ex
   const double r = m.close.At(entryBar);
   const SVector& entry = (index ? index : &Index)->LineData[2 * side];
   GiveBackRule rule;
-  rule.entryPrice = entryBar >= 0 && entryBar < entry.GetSize() ? std::fmod(entry[entryBar], kSignalKindUnit) : 0.0;
+  rule.entryPrice = entryBar >= 0 && entryBar < entry.GetSize() ? SignalPrice(entry[entryBar]) : 0.0;
   // The start distance is a fraction in mode 0 and tens of ticks otherwise.
   const int startMode = Setting.ModeRiskTrailingStopStart == 0 ? 0 : 1;
   rule.activation = ShiftedLevel(r, Setting.RiskTrailingStopStart, startMode, TickSize, side == 0 ? 1 : -1);

@@ -14,13 +14,10 @@
 
 #include "chartcalc/SString.h"
 #include "chartcalc/SVector.h"
+#include "simulation/Signals.h"
 #include "simulation/TradeHistory.h"
 
 namespace chartcalc::detail {
-
-// A signal value is kind x 100,000,000 + price.
-inline constexpr double kSummarySignalUnit = 100000000.0;
-inline double SummarySignalPrice(double value) { return std::fmod(value, kSummarySignalUnit); }
 
 // Decimals of the money figures: the magnitude of the integer part of
 // log10(tick) (0.01 -> 2, 1 -> 0, 0.25 -> 0, 100 -> 2). A tick that is not
@@ -127,7 +124,7 @@ double PositionMove(Position& pos, const SignalPair& s, const Bars& close, int k
   const bool justEntered = pos.bar == k - 1;
   const double exitValue = s.exit.At(k);
   if (exitValue != 0.0) {
-    const double x = SummarySignalPrice(exitValue);
+    const double x = SignalPrice(exitValue);
     pos.open = false;
     return justEntered ? sign * (x - pos.entry) - cost(x) - cost(pos.entry) : sign * (x - close.At(k - 1)) - cost(x);
   }
@@ -138,7 +135,7 @@ inline void EnterAt(Position& pos, const SignalPair& s, int k) {
   const double value = s.entry.At(k);
   if (value == 0.0) return;
   pos.open = true;
-  pos.entry = SummarySignalPrice(value);
+  pos.entry = SignalPrice(value);
   pos.bar = k;
 }
 
