@@ -46,8 +46,11 @@ template <class LevelOf>
 StopHit TrailWalk(const StopMarket& m, const StopScan& s, int side, double r, LevelOf levelOf) {
   const LevelSide where = side == 0 ? LevelSide::kBelow : LevelSide::kAbove;
   double extreme = r;
+  // The level is a function of the extreme alone and the extreme moves on
+  // few bars, so it is worked out (tick rounding included) only then.
+  double levelFor = extreme, level = levelOf(extreme);
   for (long long j = s.first; j <= s.last; ++j) {
-    const double level = levelOf(extreme);
+    if (!(extreme == levelFor)) level = levelOf(levelFor = extreme);
     if (!std::isnan(level) && Crosses(m, j, level, where)) return {j, Fill(m, j, level, where)};
     extreme = side == 0 ? Higher(extreme, m.high.At(j)) : Lower(extreme, m.low.At(j));
   }
