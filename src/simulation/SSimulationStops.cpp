@@ -346,6 +346,19 @@ int Apply(SSimulation& sim, int side, const StopHit& hit, int& exitBar, double& 
   return sim.ProcessStopValue(side, static_cast<int>(hit.bar), hit.price, exitBar, exitPrice);
 }
 
+// The jump (direction +1) and drop (-1) stops, alike for both sides: the
+// first bar of the window whose high reaches the entry close plus the
+// amount, or whose low reaches it minus the amount.
+int WindowMoveStop(SSimulation& sim, const StopMarket& m, int side, int entryBar, double value, int mode, int direction,
+                   int& exitBar, double& exitPrice) {
+  if (!IsSide(side)) return -1;
+  const double r = m.close.At(entryBar);
+  const double a = PercentOrTicks(r, value, mode, sim.TickSize);
+  const StopScan scan = ScanWindow(m, entryBar, exitBar, sim.Setting.MinVariationStopCount);
+  const StopHit hit = direction > 0 ? BreakoutHit(m, scan, r + a, NAN) : BreakoutHit(m, scan, NAN, r - a);
+  return Apply(sim, side, hit, exitBar, exitPrice);
+}
+
 }  // namespace
 
 int SSimulation::MoneyManagementStop(SIndex*, int side, int entryBar, int& exitBar, double& exitPrice) {
@@ -411,21 +424,13 @@ int SSimulation::DayTradingStop(SIndex*, int side, int entryBar, int& exitBar, d
 }
 
 int SSimulation::JumpTrailingStop(SIndex*, int side, int entryBar, int& exitBar, double& exitPrice) {
-  if (!IsSide(side)) return -1;
-  const StopMarket m = MarketOf(working_, Setting, TickSize);
-  const double r = m.close.At(entryBar);
-  const double jump = PercentOrTicks(r, Setting.JumpValue, Setting.JumpMode, TickSize);
-  const StopScan scan = ScanWindow(m, entryBar, exitBar, Setting.MinVariationStopCount);
-  return Apply(*this, side, BreakoutHit(m, scan, r + jump, NAN), exitBar, exitPrice);
+  return WindowMoveStop(*this, MarketOf(working_, Setting, TickSize), side, entryBar, Setting.JumpValue,
+                        Setting.JumpMode, +1, exitBar, exitPrice);
 }
 
 int SSimulation::DropTrailingStop(SIndex*, int side, int entryBar, int& exitBar, double& exitPrice) {
-  if (!IsSide(side)) return -1;
-  const StopMarket m = MarketOf(working_, Setting, TickSize);
-  const double r = m.close.At(entryBar);
-  const double drop = PercentOrTicks(r, Setting.DropValue, Setting.DropMode, TickSize);
-  const StopScan scan = ScanWindow(m, entryBar, exitBar, Setting.MinVariationStopCount);
-  return Apply(*this, side, BreakoutHit(m, scan, NAN, r - drop), exitBar, exitPrice);
+  return WindowMoveStop(*this, MarketOf(working_, Setting, TickSize), side, entryBar, Setting.DropValue,
+                        Setting.DropMode, -1, exitBar, exitPrice);
 }
 
 // A negative bar count has no meaning as a holding limit and leaves the
