@@ -42,8 +42,6 @@ CostParts ExitCosts(const SSimulationSetting& s) {
   return c;
 }
 
-double At(const SVector& v, int bar) { return bar >= 0 && bar < v.GetSize() ? v[bar] : 0.0; }
-
 }  // namespace
 
 SVector& STradeTable::Column(int k) { return this->*kTradeColumns[k >= 0 && k < kColumns ? k : 0]; }
@@ -169,18 +167,18 @@ int SSimulation::GetEndMode() { return Setting.Position == 1 || Setting.Position
 
 double SSimulation::GetResult(int k, int bar) {
   if (k < 0 || k > 3) return 0.0;
-  return SignalPrice(At(Index.LineData[k], bar));
+  return SignalPrice(View(Index.LineData[k]).At(bar));
 }
 
-double SSimulation::GetEntryCompValue(int, int bar) { return At(*working_[kClose], bar); }
+double SSimulation::GetEntryCompValue(int, int bar) { return View(*working_[kClose]).At(bar); }
 
 double SSimulation::GetExitCompValue(int side, int bar) {
-  if (Setting.StopLossType == 0) return At(*working_[kClose], bar);
-  return At(*working_[side == 1 ? kHigh : kLow], bar);
+  if (Setting.StopLossType == 0) return View(*working_[kClose]).At(bar);
+  return View(*working_[side == 1 ? kHigh : kLow]).At(bar);
 }
 
 double SSimulation::GetStopLossValue(int side, int bar, double level) {
-  if (Setting.StopLossType == 0) return At(*working_[kClose], bar);
-  const double open = At(*working_[kOpen], bar);
+  if (Setting.StopLossType == 0) return View(*working_[kClose]).At(bar);
+  const double open = View(*working_[kOpen]).At(bar);
   return side == 1 ? std::fmax(open, level) : std::fmin(open, level);
 }

@@ -17,10 +17,6 @@ namespace {
 constexpr double kPercent = 100.0;
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-// Running extremes as std::max(have, x) and std::min(have, x) fold them:
-// the value already held wins a tie and a NaN newcomer changes nothing.
-double Higher(double have, double x) { return have < x ? x : have; }
-double Lower(double have, double x) { return x < have ? x : have; }
 // The same extremes folded from the last bar backwards: the earlier bar x
 // wins a tie, so the result is the value the forward fold would keep.
 double HigherFromBehind(double x, double have) { return x >= have ? x : have; }
@@ -296,8 +292,6 @@ void CompressBars(const std::array<Bars, kCompressedSlots>& src, int factor,
 using namespace chartcalc::detail;
 
 namespace {
-
-Bars View(const SVector& v) { return {v.Data(), v.GetSize()}; }
 
 // Rows present in every column; a column a host shortened caps the table.
 int CompleteRows(const STradeTable& t) {

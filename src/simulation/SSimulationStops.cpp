@@ -18,10 +18,6 @@ constexpr double kPercent = 100.0;
 constexpr long long kMinutesPerDayKey = 100000;  // date x this + minutes
 constexpr int kHoursToAfternoon = 12;
 
-// Running extremes that ignore a NaN newcomer, as the trade walk does.
-double Higher(double have, double x) { return have < x ? x : have; }
-double Lower(double have, double x) { return x < have ? x : have; }
-
 double TestValue(const StopMarket& m, long long j, LevelSide side) {
   if (m.stopLossType == 0) return m.close.At(j);
   return side == LevelSide::kAbove ? m.high.At(j) : m.low.At(j);
@@ -177,11 +173,9 @@ constexpr long long kFirstWindow = 32;
 
 bool IsSide(int side) { return side == 0 || side == 1; }
 
-Bars View(const SVector* v) { return {v->Data(), v->GetSize()}; }
-
 StopMarket MarketOf(SVector* const* series, const SSimulationSetting& s, double tick) {
-  StopMarket m{View(series[kClose]), View(series[kOpen]), View(series[kHigh]), View(series[kLow]),
-               View(series[kDateTime])};
+  StopMarket m{View(*series[kClose]), View(*series[kOpen]), View(*series[kHigh]), View(*series[kLow]),
+               View(*series[kDateTime])};
   m.stopLossType = s.StopLossType;
   m.tick = tick;
   return m;
@@ -321,7 +315,7 @@ void SSimulation::ProcessStop(SIndex* index) {
   SIndex& target = index ? *index : Index;
   if (Setting.BlDayTradingStop) {
     const CutOff cut = CutOffOf(Setting);
-    const Bars dateTime = View(working_[kDateTime]);
+    const Bars dateTime = View(*working_[kDateTime]);
     for (int line : {0, 2}) {  // both entry series, whatever Position says
       SVector& entry = target.LineData[line];
       ClearEntriesFromCutOff(entry.Data(), entry.GetSize(), entry.GetStartIndex(), dateTime, cut);

@@ -30,14 +30,6 @@ constexpr int kMaxFloatDigits = 18;  // FloatToStrF writes at most this many dec
 constexpr int kNumberPrecision = 15;
 constexpr double kPercent = 100.0;
 
-// Running extremes that a NaN newcomer leaves as they are.
-void KeepHigher(double& have, double x) {
-  if (x > have) have = x;
-}
-void KeepLower(double& have, double x) {
-  if (x < have) have = x;
-}
-
 // A run of consecutive winners or losers.
 struct Streak {
   double sum = 0.0;
@@ -70,21 +62,21 @@ TradeStats CollectTradeStats(const TradeColumns& t, int side) {
     if (p >= 0.0) {
       ++s.wins;
       s.grossProfit += p;
-      KeepHigher(s.largestWin, p);
+      s.largestWin = Higher(s.largestWin, p);
       s.winBars += t.bars.At(k);
       win.Extend(p, lastKind > 0);
       loss = Streak();
-      KeepHigher(s.maxWinStreakSum, win.sum);
+      s.maxWinStreakSum = Higher(s.maxWinStreakSum, win.sum);
       s.maxWinStreakCount = std::max(s.maxWinStreakCount, win.count);
       lastKind = 1;
     } else if (p < 0.0) {
       ++s.losses;
       s.grossLoss += p;
-      KeepLower(s.largestLoss, p);
+      s.largestLoss = Lower(s.largestLoss, p);
       s.lossBars += t.bars.At(k);
       loss.Extend(p, lastKind < 0);
       win = Streak();
-      KeepLower(s.minLossStreakSum, loss.sum);
+      s.minLossStreakSum = Lower(s.minLossStreakSum, loss.sum);
       s.maxLossStreakCount = std::max(s.maxLossStreakCount, loss.count);
       lastKind = -1;
     }
@@ -98,8 +90,8 @@ TradeStats CollectTradeStats(const TradeColumns& t, int side) {
 double MaxDrawdown(const double* equity, int n) {
   double peak = 0.0, dd = 0.0;
   for (int k = 0; k < n; ++k) {
-    KeepHigher(peak, equity[k]);
-    KeepHigher(dd, peak - equity[k]);
+    peak = Higher(peak, equity[k]);
+    dd = Higher(dd, peak - equity[k]);
   }
   return dd;
 }
@@ -170,11 +162,9 @@ using namespace chartcalc::detail;
 namespace {
 
 constexpr int kMaxSummaryRows = SSimulation::kSummaryRows - 1;  // the last slot is never filled
-constexpr int kNumberPrecision = 15;
 constexpr int kRatioDecimals = 2;
 constexpr int kBarDecimals = 1;
 constexpr int kEffDecimals = 2;
-constexpr double kPercent = 100.0;
 
 // The figures a row can show, each already text.
 enum SummaryValue : int {
@@ -319,8 +309,6 @@ SString GroupName(int side) {
   if (side == 1) return Compose(Join("%s %s", TxSimSell, TxSimTrade));
   return Compose(Word(TxSimTotalTrade));
 }
-
-Bars View(const SVector& v) { return {v.Data(), std::max(v.GetSize(), 0)}; }
 
 TradeColumns TradeView(const STradeTable& t) {
   return {View(t.Direction), View(t.ProfitLoss), View(t.BarsHeld), View(t.EntryEff), View(t.ExitEff), t.GetCount()};

@@ -44,6 +44,12 @@ struct Bars {
   int n = 0;
   double At(long long i) const { return i >= 0 && i < n ? v[i] : 0.0; }
 };
+inline Bars View(const SVector& v) { return {v.Data(), v.GetSize() > 0 ? v.GetSize() : 0}; }
+
+// Running extremes as std::max(have, x) and std::min(have, x) fold them:
+// the value already held wins a tie and a NaN newcomer changes nothing.
+inline double Higher(double have, double x) { return have < x ? x : have; }
+inline double Lower(double have, double x) { return x < have ? x : have; }
 
 // One trade before it enters the table: its 18 column values and the bar
 // of its entry.
