@@ -14,7 +14,8 @@
 //   SSimulationHistory.cpp   compression, trades from signals, sorting
 //   SSimulationStops.cpp     the stop chain and the stops
 //   SSimulationSummary.cpp   statistics, equity, profit line, "mfe.csv"
-//   SSimulationSummaryDb.cpp the summary-info table
+//   SSimulationReportDb.cpp  the report files: summary info, summary, trades
+//   SSimulationHtml.cpp      the HTML pages of a run
 #pragma once
 
 #include "chartcalc/CFBArchive.h"
@@ -151,9 +152,27 @@ class SSimulation {
   void CalcProfitLoss();
   void CalcStatics();
 
-  // The summary-info table (SSimulationSummaryDb.cpp); 1 when done.
+  // Report files (SSimulationReportDb.cpp); each returns 1. A create
+  // replaces any file at path by an empty table with the file's fields; an
+  // insert appends records to an existing one: the run's summary-info
+  // record, every row of the summary table, every trade. File errors are
+  // the table's (see TableDb.h): nothing is written to a file it cannot use.
   int CreateSummaryDB(SString path);
+  int CreateIndividualSummaryDB(SString path);
+  int CreateTradingHistoryDB(SString path);
   int InsertSummaryDB(SString path, SSummaryInfo& info);
+  int InsertIndividualSummaryDB(SString path);
+  int InsertTradingHistoryDB(SString path);
+
+  // HTML pages of a finished run (SSimulationHtml.cpp), read from its report
+  // files: the summary-info file, the run's individual-summary (or trade-
+  // list) file, and the page to write. Nothing is written when the summary-
+  // info file has no record naming the run's file. Variant 2 differs only
+  // in the frame around the heading and the name/value separators.
+  void SaveSummaryToHTML(SString sumInfoPath, SString summaryPath, SString htmlPath);
+  void SaveSummaryToHTML2(SString sumInfoPath, SString summaryPath, SString htmlPath);
+  void SaveTradeHistoryToHTML(SString sumInfoPath, SString tradeListPath, SString htmlPath);
+  void SaveTradeHistoryToHTML2(SString sumInfoPath, SString tradeListPath, SString htmlPath);
 
   double TickSize = 0.0;
   SFunctionList* FunctionList = nullptr;

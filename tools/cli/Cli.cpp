@@ -48,6 +48,19 @@ const Command kCommands[] = {
      "      the price step (default 0.01). --csv prints the summary as CSV; --trades and --equity\n"
      "      write the trade table and the equity curve (per side) as CSV files.",
      "var settings set tick trades equity", "csv"},
+    {"optimise", RunOptimise,
+     "chartcalc optimise SYSTEM --var NAME=START:END:STEP... | --systems A,B,C [--compress START:END:STEP]\n"
+     "      [--settings FILE.ini] [--set KEY=VALUE]... [--tick SIZE] [--out DIR] [--jobs N] [--shard I/N]\n"
+     "      [--shard-count N] [--max-runs N] [--top N] [--sort COLUMN]",
+     "Optimises a trading system: back-tests every combination of variable values (or every\n"
+     "      system of a list, at every compression factor) on a worker thread, writes each run's\n"
+     "      report files and SumInfo.rpt to the report folder, and prints the best runs.",
+     "var systems compress settings set tick out jobs shard shard-count max-runs top sort", ""},
+    {"report", RunReport,
+     "chartcalc report RUN --html DIR [--report-dir DIR] | report merge OUT SHARD_DIR...",
+     "Writes the HTML pages of run RUN of the report folder (summary, trades, equity curve), or\n"
+     "      merges the report folders of shards into one.",
+     "html report-dir", ""},
 };
 
 const char kCommonHelp[] =

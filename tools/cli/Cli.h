@@ -42,3 +42,5 @@ int RunEval(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunFunction(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunIndicator(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunBacktest(const CliOptions& options, std::ostream& out, std::ostream& err);
+int RunOptimise(const CliOptions& options, std::ostream& out, std::ostream& err);
+int RunReport(const CliOptions& options, std::ostream& out, std::ostream& err);
