@@ -44,3 +44,5 @@ int RunIndicator(const CliOptions& options, std::ostream& out, std::ostream& err
 int RunBacktest(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunOptimise(const CliOptions& options, std::ostream& out, std::ostream& err);
 int RunReport(const CliOptions& options, std::ostream& out, std::ostream& err);
+// `report merge OUT SHARD_DIR...` (options.args without the word merge).
+int RunReportMerge(const CliOptions& options, std::ostream& out, std::ostream& err);
