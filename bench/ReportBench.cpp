@@ -183,6 +183,16 @@ void BM_TableFile_Sync(benchmark::State& state) {
 }
 BENCHMARK(BM_TableFile_Sync)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
+// The file system's part of a whole file: a new 16 KiB file written aside
+// and renamed, without building anything.
+void BM_FileOnly(benchmark::State& state) {
+  FinishedRun run;
+  const std::string bytes(16384, 'x');
+  long k = 0;
+  for (auto _ : state) WriteWholeFile(RunPath(run, "Plain", k++).str(), bytes, FileSync::kSkip);
+}
+BENCHMARK(BM_FileOnly)->Unit(benchmark::kMicrosecond);
+
 // Everything one optimisation run writes, as the optimiser writes it.
 void BM_RunFiles(benchmark::State& state) {
   FinishedRun run;

@@ -99,15 +99,29 @@ struct TradeSource {
 
 SString Fixed(double value, int decimals) { return FloatToStrF(value, kNumberPrecision, decimals); }
 
+// Writes value as `width` digits with leading zeros, as "%0*d" writes a
+// value of at most that many digits. False (nothing written) otherwise.
+bool PutDigits(char* at, int value, int width) {
+  if (value < 0) return false;
+  for (int k = width - 1; k >= 0; --k, value /= 10) at[k] = static_cast<char>('0' + value % 10);
+  return value == 0;
+}
+
+// "%04d%02d%02d" and "%02d:%02d", written by hand for the usual values (a
+// trade list formats four per trade) and by printf for any other.
 SString DateText(double dateTime) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d%02d%02d", GetYear(dateTime), GetMonth(dateTime), GetDate(dateTime));
+  const int year = GetYear(dateTime), month = GetMonth(dateTime), day = GetDate(dateTime);
+  char text[64] = "YYYYMMDD";
+  if (!PutDigits(text, year, 4) || !PutDigits(text + 4, month, 2) || !PutDigits(text + 6, day, 2))
+    std::snprintf(text, sizeof text, "%04d%02d%02d", year, month, day);
   return SString(text);
 }
 
 SString TimeText(double dateTime) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%02d:%02d", GetHour(dateTime), GetMinute(dateTime));
+  const int hour = GetHour(dateTime), minute = GetMinute(dateTime);
+  char text[32] = "HH:MM";
+  if (!PutDigits(text, hour, 2) || !PutDigits(text + 3, minute, 2))
+    std::snprintf(text, sizeof text, "%02d:%02d", hour, minute);
   return SString(text);
 }
 
