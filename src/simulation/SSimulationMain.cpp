@@ -11,6 +11,7 @@
 // number of runs.
 #include "chartcalc/SSimulationMain.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <filesystem>
@@ -21,6 +22,7 @@
 #include "chartcalc/TableDb.h"
 #include "chartcalc/TextHelpers.h"
 #include "simulation/OptimiseGrid.h"
+#include "simulation/ReportFiles.h"
 
 using namespace chartcalc::detail;
 
@@ -105,11 +107,12 @@ void BackTest(const RunContext& c, long fileNumber) {
   sim.SetSummary();
 }
 
+// Each file is written whole, so a host reading it after the message never
+// sees half a table. A file that cannot be written is not reported: the
+// row still names it, as the summary-info record does.
 void WriteRunFiles(SSimulation& sim) {
-  sim.CreateIndividualSummaryDB(sim.SummaryFile);
-  sim.InsertIndividualSummaryDB(sim.SummaryFile);
-  sim.CreateTradingHistoryDB(sim.TradeListFile);
-  sim.InsertTradingHistoryDB(sim.TradeListFile);
+  WriteIndividualSummaryFile(sim, sim.SummaryFile);
+  WriteTradeListFile(sim, sim.TradeListFile);
 }
 
 // The result row and progress under the host's lock; the message only
@@ -231,6 +234,7 @@ bool CalcTime(const RunContext& c, const RunSubset& subset, const SAnsiStringLis
   DDB db = OpenSystems();
   const std::vector<bool> found = FoundNames(db, names);
   const long long perFactor = static_cast<long long>(std::count(found.begin(), found.end(), true));
+  if (perFactor == 0) return true;  // no run at any factor: nothing to compress for
   const FactorRange factors = CompressionFactors(c.sim.CompressStart, c.sim.CompressEnd, c.sim.CompressStep);
   return subset.ForEach(factors.count, [&](long long f) {
     c.sim.CompressData(factors.Factor(f));

@@ -158,8 +158,8 @@ struct Host {
         numbers.push_back(n);
     return numbers;
   }
-  int SumInfoRecords() {
-    DB db(Rpt("SumInfo.rpt").c_str(), 0);
+  int Records(const std::string& file) {
+    DB db(Rpt(file).c_str(), 0);
     int n = 0;
     for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) ++n;
     return n;
@@ -259,7 +259,7 @@ TEST(Optimise, WorkedGridRunsTwelveWithVariableZeroFastest) {
   EXPECT_EQ(host.window.values[5], "10,2,2");
   EXPECT_EQ(host.window.values[11], "20,3,2");
   EXPECT_EQ(host.FileNumbers(), Range(12));
-  EXPECT_EQ(host.SumInfoRecords(), 12);
+  EXPECT_EQ(host.Records("SumInfo.rpt"), 12);
   const std::vector<std::string>& row = host.window.rows[5];
   ASSERT_EQ(row.size(), 13u);
   EXPECT_EQ(row[0], "Grid");
@@ -364,6 +364,22 @@ TEST(Optimise, ConstructionEmptiesTheReportDirectoryButNotItsSubdirectories) {
   EXPECT_TRUE(!db.MoveFirst() && db.Eof());
 }
 
+// A report directory below a plain file can be neither made nor written:
+// every run still reports, and nothing else happens.
+TEST(Optimise, UnwritableReportDirectoryStillReportsEveryRun) {
+  const std::string file = TestDir() + "plain";
+  std::ofstream(file) << "x";
+  auto sim = Simulation(Crossover("Blocked", {{"fast", "3", "5", "2"}, {"slow", "8", "8", "0"}}));
+  SSimulationMain optimiser(sim.get(), SSimulationMain::kVariables, (file + "/Rpt").c_str());
+  chartcalc::SWindow window;
+  tagOPVARTHREADINFO info;
+  info.window = &window;
+  EXPECT_EQ(optimiser.Calc(&info), 1u);
+  EXPECT_EQ(window.PostedMessages.size(), 2u);
+  EXPECT_EQ(info.result[11].str(), file + "/Rpt/Summary1.rpt");
+  EXPECT_TRUE(fs::is_regular_file(file));
+}
+
 // ---- logic and time -------------------------------------------------------------
 
 // Systems written to an index directory of the test's own.
@@ -387,7 +403,7 @@ TEST_F(OptimiseSystems, UnknownNameMakesNoRunAndLaterNamesKeepTheirPositions) {
   EXPECT_EQ(host.window.values, (std::vector<std::string>{"3,8", "5,8"}));
   EXPECT_EQ(host.window.rows[1][0], "SysB");
   EXPECT_EQ(host.FileNumbers(), (std::vector<int>{0, 2}));
-  EXPECT_EQ(host.SumInfoRecords(), 2);
+  EXPECT_EQ(host.Records("SumInfo.rpt"), 2);
 }
 
 // Factors 1, 3, 5 with two found names: six runs numbered across factors,
@@ -400,7 +416,7 @@ TEST_F(OptimiseSystems, TimeRunsEveryNameAtEveryFactor) {
   EXPECT_EQ(host.window.progress, Range(6));
   EXPECT_EQ(host.FileNumbers(), Range(3));
   EXPECT_EQ(host.window.rows[3][11], host.Rpt("Summary1.rpt"));
-  EXPECT_EQ(host.SumInfoRecords(), 6);
+  EXPECT_EQ(host.Records("SumInfo.rpt"), 6);
 }
 
 TEST_F(OptimiseSystems, TimeShareNumbersRunsAsTheWholeGridWould) {
