@@ -1,4 +1,4 @@
-// The optimiser over a small hand-built market and moving-average crossover
+// The optimiser over a hand-built market and moving-average crossover
 // systems defined here: the run grid, the hand-over to the host, stop and
 // pause through the state field, logic over named systems, the time kind,
 // and a worker's share of the runs.
@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <string>
 #include <thread>
@@ -27,10 +26,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr unsigned kProgress = SSimulationMain::kProgressMessage;
-
 // An empty directory of this test's own (one per suffix).
-std::string TestDir(const std::string& suffix = "") {
+std::string TestDir(const std::string& suffix) {
   const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
   const fs::path dir =
       fs::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name() + suffix);
@@ -39,80 +36,44 @@ std::string TestDir(const std::string& suffix = "") {
   return dir.string() + "/";
 }
 
-// 40 daily bars swinging around 100 with a period of about 19 bars, so
-// short and long averages cross several times.
-Market Swinging() {
-  std::vector<double> close;
-  for (int i = 0; i < 40; ++i) close.push_back(std::round(10000.0 + 800.0 * std::sin(i / 3.0)) / 100.0);
-  return Market(close);
-}
-
-struct Var {
-  const char* name;
-  const char* start;
-  const char* end;
-  const char* step;
-};
-
-// A crossover system; variables beyond the two averages' lengths are not
-// used by the formulas and only widen the grid.
-SIndex Crossover(const char* name, std::initializer_list<Var> vars) {
+// A crossover system with the variables' ranges given as start, end, step
+// (the first two variables are the averages' lengths).
+SIndex Crossover(const char* name, std::vector<std::vector<const char*>> vars) {
   SIndex x(name, kIndexSystem);
-  int i = 0;
-  for (const Var& v : vars) {
-    x.VarName[i] = v.name;
-    x.VarValue[i] = v.start;
-    x.VarStart[i] = v.start;
-    x.VarEnd[i] = v.end;
-    x.VarIncrement[i++] = v.step;
+  const char* names[] = {"fast", "slow", "lag"};
+  for (size_t i = 0; i < vars.size(); ++i) {
+    x.VarName[i] = names[i];
+    x.VarValue[i] = x.VarStart[i] = vars[i][0];
+    x.VarEnd[i] = vars[i][1];
+    x.VarIncrement[i] = vars[i][2];
   }
-  x.SetExpression(0, "crossup(avg(c, fast), avg(c, slow))");
-  x.SetExpression(1, "crossdown(avg(c, fast), avg(c, slow))");
-  x.SetExpression(2, "crossdown(avg(c, fast), avg(c, slow))");
-  x.SetExpression(3, "crossup(avg(c, fast), avg(c, slow))");
+  for (int k = 0; k < 4; ++k)
+    x.SetExpression(k, k % 3 ? "crossdown(avg(c, fast), avg(c, slow))" : "crossup(avg(c, fast), avg(c, slow))");
   return x;
 }
 
-// The worked grid: 4 x 3 x 1 = 12 runs.
-SIndex WorkedGrid() {
-  return Crossover("Grid", {{"fast", "5", "20", "5"}, {"slow", "1", "3", "1"}, {"lag", "2", "2", "0"}});
-}
+// 4 x 3 x 1 = 12 runs.
+SIndex WorkedGrid() { return Crossover("Grid", {{"5", "20", "5"}, {"1", "3", "1"}, {"2", "2", "0"}}); }
 
-std::unique_ptr<SSimulation> Simulation(SIndex system) {
+// 40 daily bars swinging around 100 every 19 bars or so.
+std::unique_ptr<SSimulation> Simulation(const SIndex& system) {
+  std::vector<double> close;
+  for (int i = 0; i < 40; ++i) close.push_back(std::round(10000.0 + 800.0 * std::sin(i / 3.0)) / 100.0);
   auto sim = std::make_unique<SSimulation>();
-  Bind(*sim, Swinging());
+  Bind(*sim, Market(close));
   sim->SetTickSize(0.01);
-  sim->SetIndex(system);
+  SIndex copy = system;
+  sim->SetIndex(copy);
   return sim;
 }
 
-// The trade count of a back-test of the worked grid's system with the
-// given values, run as the back-test tool runs one.
-std::string TradesOfOneBackTest(const char* fast, const char* slow) {
-  SIndex x = WorkedGrid();
-  x.VarValue[0] = fast;
-  x.VarValue[1] = slow;
-  auto sim = Simulation(x);
-  sim->SumInfoFile = TestDir(".single") + "SumInfo.rpt";
-  sim->SetVariableToIndex();
-  sim->Index.Calc();
-  sim->ProcessStop();
-  sim->Index.PreProcess();
-  sim->SetHistory();
-  sim->SetSummary();
-  EXPECT_GT(sim->Trades.GetCount(), 0);
-  return std::to_string(sim->Trades.GetCount());
-}
-
-// A window that notes, at every progress message, what the host would read
-// then: the progress number, the variable values in use and the row.
+// Notes at every progress message what the host reads then.
 struct Recorder : chartcalc::SWindow {
   tagOPVARTHREADINFO* info = nullptr;
   SSimulation* sim = nullptr;
   std::vector<int> progress;
-  std::vector<std::string> values;
-  std::vector<std::vector<std::string>> rows;
-  std::function<void(size_t)> onMessage;  // with the number of messages so far
+  std::vector<std::string> values;     // the variable values in use
+  std::function<void(size_t)> onPost;  // with the number of messages so far
 
   void Post(unsigned message, std::uintptr_t w, std::intptr_t l) override {
     SWindow::Post(message, w, l);
@@ -121,35 +82,35 @@ struct Recorder : chartcalc::SWindow {
     for (int i = 0; i < kIndexVars && !sim->Index.VarName[i].IsEmpty(); ++i)
       v += (i ? "," : "") + sim->Index.VarValue[i].str();
     values.push_back(v);
-    std::vector<std::string> row;
-    for (long k = 0; k < info->result.Count(); ++k) row.push_back(info->result[k].str());
-    rows.push_back(row);
-    if (onMessage) onMessage(PostedMessages.size());
+    if (onPost) onPost(PostedMessages.size());
   }
 };
 
-// An optimiser over its own report directory with a recording host.
-struct Host {
-  std::string dir = TestDir();
-  std::unique_ptr<SSimulation> sim;
-  std::unique_ptr<SSimulationMain> main;
-  chartcalc::SWorkerThread thread;
-  chartcalc::SCriticalSection lock;
-  Recorder window;
-  tagOPVARTHREADINFO info;
-  SAnsiStringList names;
+std::vector<int> Range(int n) {
+  std::vector<int> v(n);
+  for (int i = 0; i < n; ++i) v[i] = i;
+  return v;
+}
 
-  Host(SIndex system, int kind) : sim(Simulation(std::move(system))) {
-    main = std::make_unique<SSimulationMain>(sim.get(), kind, SString((dir + "Rpt").c_str()));
-    info.thread = &thread;
-    info.window = &window;
-    info.lock = &lock;
-    info.names = &names;
-    window.info = &info;
-    window.sim = sim.get();
+// A host around an optimiser writing into the test's own directory;
+// systems for the logic and time kinds are stored in its index directory.
+class Optimise : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    SetIndexDir(TestDir(".index").c_str());
+    for (auto [name, fast] : {std::pair{"SysA", "3"}, {"SysB", "5"}})
+      ASSERT_EQ(Crossover(name, {{fast, fast, "0"}, {"8", "8", "0"}}).WriteExpression(name, 1, 0), 1);
+  }
+  void TearDown() override { SetIndexDir("./"); }
+
+  void Make(const SIndex& system, int kind) {
+    sim = Simulation(system);
+    optimiser = std::make_unique<SSimulationMain>(sim.get(), kind, SString((dir + "Rpt").c_str()));
+    info.thread = &thread, info.window = &window, info.lock = &lock, info.names = &names;
+    window.info = &info, window.sim = sim.get();
   }
   std::string Rpt(const std::string& file) const { return dir + "Rpt/" + file; }
-  // The run or factor numbers n with a SummaryN.rpt and a TradeListN.rpt.
+  // The numbers n with both a SummaryN.rpt and a TradeListN.rpt.
   std::vector<int> FileNumbers() const {
     std::vector<int> numbers;
     for (int n = 0; n < 20; ++n)
@@ -158,273 +119,134 @@ struct Host {
         numbers.push_back(n);
     return numbers;
   }
-  int Records(const std::string& file) {
+  int Records(const std::string& file) const {
     DB db(Rpt(file).c_str(), 0);
     int n = 0;
     for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) ++n;
     return n;
   }
+  void SetState(int state) { std::atomic_ref<int>(info.state).store(state); }
+
+  std::string dir = TestDir("");
+  std::unique_ptr<SSimulation> sim;
+  std::unique_ptr<SSimulationMain> optimiser;
+  chartcalc::SWorkerThread thread;
+  chartcalc::SCriticalSection lock;
+  Recorder window;
+  tagOPVARTHREADINFO info;
+  SAnsiStringList names;
 };
 
-std::vector<int> Range(int n) {
-  std::vector<int> v;
-  for (int i = 0; i < n; ++i) v.push_back(i);
-  return v;
-}
-
 }  // namespace
-
-// ---- the grid -------------------------------------------------------------------
 
 TEST(OptimiseGrid, ValueCountsFollowDirectionStepAndSlack) {
   struct Case {
     ValueRange range;
     long long count;
   } cases[] = {
-      {{5, 20, 5}, 4},
-      {{1, 3, 1}, 3},
-      {{2, 2, 0}, 1},
-      {{20, 5, 5}, 1},  // pointing away: the start value only
-      {{5, 20, -5}, 1},
-      {{5, 5, 1}, 1},
-      {{20, 5, -5}, 4},      // a falling range counts too
-      {{0.1, 0.5, 0.1}, 5},  // 4.0000000000000001 steps lose nothing, thanks to the slack
-      {{0, 1, 0.3}, 4},      // 3.33 steps: the end itself is not reached
-      {{0, 1e300, 1e-300}, kMaxRunCount},
+      {{5, 20, 5}, 4},       {{20, 5, -5}, 4},
+      {{2, 2, 0}, 1},        {{20, 5, 5}, 1},
+      {{5, 20, -5}, 1},      {{0.1, 0.5, 0.1}, 5},  // 3.9999999999999996 steps: the slack keeps the end value
+      {{0, 1, 0.3}, 4},      {{0, 1e300, 1e-300}, kMaxRunCount},
       {{0, HUGE_VAL, 1}, 1},
   };
-  for (const Case& c : cases)
-    EXPECT_EQ(ValueCount(c.range), c.count) << c.range.start << ".." << c.range.end << " by " << c.range.step;
+  for (const Case& c : cases) EXPECT_EQ(ValueCount(c.range), c.count) << c.range.start << ".." << c.range.end;
+  EXPECT_EQ(SaturatingProduct(kMaxRunCount / 2, 3), kMaxRunCount);  // ten huge ranges do not wrap
 }
 
-TEST(OptimiseGrid, FactorRangeStartsAtOneAndCountsByIntegerDivision) {
-  struct Case {
-    int start, end, step;
-    long long first, count;
-  } cases[] = {{1, 1, 1, 1, 1},  {1, 5, 2, 1, 3},  {1, 6, 2, 1, 3}, {-4, 3, 1, 1, 3}, {5, 1, 2, 5, 1},
-               {5, 1, -2, 5, 3}, {5, 2, -2, 5, 2}, {3, 9, 0, 3, 1}, {0, 0, -1, 1, 1}};
-  for (const Case& c : cases) {
-    const FactorRange f = CompressionFactors(c.start, c.end, c.step);
-    EXPECT_EQ(f.Factor(0), c.first) << c.start << ".." << c.end << " by " << c.step;
-    EXPECT_EQ(f.count, c.count) << c.start << ".." << c.end << " by " << c.step;
-  }
+TEST_F(Optimise, WorkedGridRunsTwelveWithVariableZeroFastest) {
+  Make(WorkedGrid(), SSimulationMain::kVariables);
+  EXPECT_EQ(optimiser->CountRuns(nullptr), 12);
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  EXPECT_EQ(window.PostedMessages, std::vector<unsigned>(12, SSimulationMain::kProgressMessage));
+  EXPECT_EQ(window.progress, Range(12));
+  ASSERT_EQ(window.values.size(), 12u);
+  EXPECT_EQ(window.values[3] + " " + window.values[5] + " " + window.values[11], "20,1,2 10,2,2 20,3,2");
+  EXPECT_EQ(FileNumbers(), Range(12));
+  EXPECT_EQ(Records("SumInfo.rpt"), 12);
+  ASSERT_EQ(info.result.Count(), 13);
+  EXPECT_EQ(info.result[0].str(), "Grid");
+  EXPECT_EQ(info.result[10].str() + info.result[11].str(), Rpt("SumInfo.rpt") + Rpt("Summary11.rpt"));
 }
 
-TEST(OptimiseGrid, InvalidSubsetRunsEverythingAndSaturatedCountDoesNotOverflow) {
-  for (auto [first, stride] : {std::pair{0, 0}, {-1, 3}, {3, 3}, {0, -2}}) {
-    const RunSubset s = RunSubset::Of(first, stride);
-    EXPECT_EQ(s.first, 0);
-    EXPECT_EQ(s.stride, 1);
-  }
-  std::vector<long long> units;
-  RunSubset::Of(1, 3).ForEach(11, [&](long long u) { return units.push_back(u), true; });
-  EXPECT_EQ(units, (std::vector<long long>{1, 4, 7, 10}));
-  long long last = -1;
-  const int stride = std::numeric_limits<int>::max();
-  RunSubset::Of(stride - 1, stride).ForEach(kMaxRunCount, [&](long long u) { return last = u, u < 4LL * stride; });
-  EXPECT_EQ(last, 5LL * stride - 1);  // stopped by the callback, not by wrapping
+TEST_F(Optimise, WrongDirectionRangeRunsOnceAtTheStartValue) {
+  Make(Crossover("Back", {{"20", "5", "5"}, {"3", "3", "1"}}), SSimulationMain::kVariables);
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  EXPECT_EQ(window.values, std::vector<std::string>{"20,3"});
 }
 
-TEST(Optimise, CountRunsCoversEveryKindAndSaturates) {
-  auto sim = Simulation(WorkedGrid());
-  SAnsiStringList names;
-  for (const char* n : {"A", "B", "C"}) names.Add(n);
-  sim->CompressStart = 1, sim->CompressEnd = 5, sim->CompressStep = 2;
-  const std::string dir = TestDir();
-  SSimulationMain optimiser(sim.get(), SSimulationMain::kVariables, dir.c_str());
-  EXPECT_EQ(optimiser.CountRuns(nullptr), 12);
-  optimiser.SetSimType(SSimulationMain::kLogic);
-  EXPECT_EQ(optimiser.CountRuns(&names), 3);
-  EXPECT_EQ(optimiser.CountRuns(nullptr), 0);
-  optimiser.SetSimType(SSimulationMain::kTime);
-  EXPECT_EQ(optimiser.CountRuns(&names), 9);
-  optimiser.SetSimType(SSimulationMain::kVariables);
-  for (int i = 0; i < kIndexVars; ++i) {
-    sim->Index.VarName[i] = ("v" + std::to_string(i)).c_str();
-    sim->Index.VarStart[i] = "0", sim->Index.VarEnd[i] = "1e12", sim->Index.VarIncrement[i] = "1";
-  }
-  EXPECT_EQ(optimiser.CountRuns(nullptr), kMaxRunCount);
+// A stop is seen after the run it was set in, also before the first run
+// (Calc does not reset the state), and no host object is required.
+TEST_F(Optimise, StopEndsTheOptimisationAfterTheRunItWasSetIn) {
+  Make(WorkedGrid(), SSimulationMain::kVariables);
+  info.thread = nullptr, info.window = nullptr, info.lock = nullptr;
+  info.state = 3;
+  EXPECT_EQ(optimiser->Calc(&info), 0u);
+  EXPECT_EQ(info.state, 0);
+  EXPECT_EQ(FileNumbers(), Range(1));
+  info.window = &window;
+  window.onPost = [&](size_t n) { n == 3 ? SetState(3) : void(); };
+  EXPECT_EQ(optimiser->Calc(&info), 0u);
+  EXPECT_EQ(info.state, 0);
+  EXPECT_EQ(window.progress, Range(3));
 }
 
-// ---- one optimisation ---------------------------------------------------------
-
-TEST(Optimise, WorkedGridRunsTwelveWithVariableZeroFastest) {
-  Host host(WorkedGrid(), SSimulationMain::kVariables);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_EQ(host.window.PostedMessages, std::vector<unsigned>(12, kProgress));
-  EXPECT_EQ(host.window.progress, Range(12));
-  ASSERT_EQ(host.window.values.size(), 12u);
-  EXPECT_EQ(host.window.values[0], "5,1,2");
-  EXPECT_EQ(host.window.values[3], "20,1,2");
-  EXPECT_EQ(host.window.values[5], "10,2,2");
-  EXPECT_EQ(host.window.values[11], "20,3,2");
-  EXPECT_EQ(host.FileNumbers(), Range(12));
-  EXPECT_EQ(host.Records("SumInfo.rpt"), 12);
-  const std::vector<std::string>& row = host.window.rows[5];
-  ASSERT_EQ(row.size(), 13u);
-  EXPECT_EQ(row[0], "Grid");
-  EXPECT_EQ(row[2], TradesOfOneBackTest("10", "2"));
-  EXPECT_EQ(row[10], host.Rpt("SumInfo.rpt"));
-  EXPECT_EQ(row[11], host.Rpt("Summary5.rpt"));
-  EXPECT_EQ(row[12], host.Rpt("TradeList5.rpt"));
-}
-
-TEST(Optimise, WrongDirectionRangeRunsOnceAtTheStartValue) {
-  Host host(Crossover("Back", {{"fast", "20", "5", "5"}, {"slow", "3", "3", "1"}}), SSimulationMain::kVariables);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_EQ(host.window.values, std::vector<std::string>{"20,3"});
-}
-
-TEST(Optimise, StopSetDuringARunEndsAfterThatRunsMessage) {
-  Host host(WorkedGrid(), SSimulationMain::kVariables);
-  host.window.onMessage = [&](size_t n) {
-    if (n == 3) std::atomic_ref<int>(host.info.state).store(3);
-  };
-  EXPECT_EQ(host.main->Calc(&host.info), 0u);
-  EXPECT_EQ(host.info.state, 0);
-  EXPECT_EQ(host.window.progress, Range(3));
-  EXPECT_EQ(host.FileNumbers(), Range(3));
-}
-
-// The state is not reset when Calc starts, and no host object is required.
-TEST(Optimise, StopSetBeforeCalcEndsAfterRunZeroEvenWithoutHostObjects) {
-  Host host(WorkedGrid(), SSimulationMain::kVariables);
-  host.info.thread = nullptr, host.info.window = nullptr, host.info.lock = nullptr;
-  host.info.state = 3;
-  EXPECT_EQ(host.main->Calc(&host.info), 0u);
-  EXPECT_EQ(host.info.state, 0);
-  EXPECT_EQ(host.info.progress, 0);
-  EXPECT_EQ(host.info.result.Count(), SSimulationMain::kResultStrings);
-  EXPECT_EQ(host.FileNumbers(), Range(1));
-}
-
-TEST(Optimise, PauseSuspendsTheWorkerUntilTheHostResumes) {
-  Host host(WorkedGrid(), SSimulationMain::kVariables);
-  host.window.onMessage = [&](size_t n) {
-    if (n == 2) std::atomic_ref<int>(host.info.state).store(2);
-  };
+TEST_F(Optimise, PauseSuspendsTheWorkerUntilTheHostResumes) {
+  Make(WorkedGrid(), SSimulationMain::kVariables);
+  window.onPost = [&](size_t n) { n == 2 ? SetState(2) : void(); };
   std::atomic<unsigned> result{99};
-  std::thread worker([&] { result = host.main->Calc(&host.info); });
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!host.thread.IsSuspended() && std::chrono::steady_clock::now() < deadline)
+  std::thread worker([&] { result = optimiser->Calc(&info); });
+  for (int wait = 0; !thread.IsSuspended() && wait < 20000; ++wait)
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  const bool paused = host.thread.IsSuspended();
-  EXPECT_TRUE(paused);
-  if (paused) {
-    EXPECT_EQ(host.window.PostedMessages.size(), 2u);  // paused right after run 1
-  }
-  std::atomic_ref<int>(host.info.state).store(0);
-  host.thread.Resume();
+  EXPECT_TRUE(thread.IsSuspended());
+  SetState(0);
+  thread.Resume();
   worker.join();
   EXPECT_EQ(result, 1u);
-  EXPECT_EQ(host.window.progress, Range(12));
+  EXPECT_EQ(window.progress, Range(12));
 }
 
-TEST(Optimise, ResumeWithNothingSuspendedIsNotRemembered) {
-  chartcalc::SWorkerThread thread;
-  thread.Resume();
-  EXPECT_FALSE(thread.IsSuspended());
-  std::thread worker([&] { thread.Suspend(); });
-  while (!thread.IsSuspended()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  thread.Resume();
-  worker.join();
-  EXPECT_FALSE(thread.IsSuspended());
+TEST_F(Optimise, ShareOfOneInThreeKeepsRunNumbers) {
+  Make(WorkedGrid(), SSimulationMain::kVariables);
+  optimiser->SetRunSubset(1, 3);
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  EXPECT_EQ(window.progress, (std::vector<int>{1, 4, 7, 10}));
+  EXPECT_EQ(window.values[1], "5,2,2");  // run 4 of the whole grid
+  EXPECT_EQ(FileNumbers(), (std::vector<int>{1, 4, 7, 10}));
 }
 
-TEST(Optimise, ShareOfOneInThreeKeepsRunNumbers) {
-  Host host(WorkedGrid(), SSimulationMain::kVariables);
-  host.main->SetRunSubset(1, 3);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_EQ(host.window.progress, (std::vector<int>{1, 4, 7, 10}));
-  EXPECT_EQ(host.window.values[1], "5,2,2");  // run 4 as in the whole grid
-  EXPECT_EQ(host.FileNumbers(), (std::vector<int>{1, 4, 7, 10}));
-  EXPECT_EQ(host.window.PostedMessages.size(), 4u);
+TEST_F(Optimise, ConstructionEmptiesTheReportDirectoryButNotItsSubdirectories) {
+  fs::create_directories(Rpt("keep"));
+  for (const char* f : {"Summary3.rpt", "old.txt", "keep/inner.rpt"}) std::ofstream(Rpt(f)) << "x";
+  Make(WorkedGrid(), SSimulationMain::kVariables);
+  EXPECT_EQ(optimiser->GetReportDir().str(), Rpt(""));
+  EXPECT_FALSE(fs::exists(Rpt("Summary3.rpt")) || fs::exists(Rpt("old.txt")));
+  EXPECT_TRUE(fs::exists(Rpt("keep/inner.rpt")));
+  EXPECT_EQ(sim->SumInfoFile.str(), Rpt("SumInfo.rpt"));
+  EXPECT_EQ(Records("SumInfo.rpt"), 0);
 }
 
-TEST(Optimise, UnknownKindReturnsAtOnce) {
-  Host host(WorkedGrid(), 7);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_TRUE(host.window.PostedMessages.empty());
-  EXPECT_TRUE(host.FileNumbers().empty());
+TEST_F(Optimise, UnknownNameMakesNoRunAndLaterNamesKeepTheirPositions) {
+  Make(SIndex(), SSimulationMain::kLogic);
+  for (const char* n : {"SysA", "Nope", "SysB"}) names.Add(n);
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  EXPECT_EQ(window.progress, (std::vector<int>{0, 2}));
+  EXPECT_EQ(window.values, (std::vector<std::string>{"3,8", "5,8"}));
+  EXPECT_EQ(FileNumbers(), (std::vector<int>{0, 2}));
 }
 
-TEST(Optimise, ConstructionEmptiesTheReportDirectoryButNotItsSubdirectories) {
-  const std::string dir = TestDir() + "Rpt";
-  fs::create_directories(dir + "/keep");
-  for (const char* f : {"/Summary3.rpt", "/old.txt", "/keep/inner.rpt"}) std::ofstream(dir + f) << "x";
-  SSimulation sim;
-  SSimulationMain optimiser(&sim, SSimulationMain::kVariables, dir.c_str());
-  EXPECT_EQ(optimiser.GetReportDir().str(), dir + "/");
-  EXPECT_FALSE(fs::exists(dir + "/Summary3.rpt"));
-  EXPECT_FALSE(fs::exists(dir + "/old.txt"));
-  EXPECT_TRUE(fs::exists(dir + "/keep/inner.rpt"));
-  EXPECT_EQ(sim.SumInfoFile.str(), dir + "/SumInfo.rpt");
-  DB db(sim.SumInfoFile.c_str(), 0);
-  EXPECT_EQ(db.GetFieldCount(), 17);
-  EXPECT_TRUE(!db.MoveFirst() && db.Eof());
-}
-
-// A report directory below a plain file can be neither made nor written:
-// every run still reports, and nothing else happens.
-TEST(Optimise, UnwritableReportDirectoryStillReportsEveryRun) {
-  const std::string file = TestDir() + "plain";
-  std::ofstream(file) << "x";
-  auto sim = Simulation(Crossover("Blocked", {{"fast", "3", "5", "2"}, {"slow", "8", "8", "0"}}));
-  SSimulationMain optimiser(sim.get(), SSimulationMain::kVariables, (file + "/Rpt").c_str());
-  chartcalc::SWindow window;
-  tagOPVARTHREADINFO info;
-  info.window = &window;
-  EXPECT_EQ(optimiser.Calc(&info), 1u);
-  EXPECT_EQ(window.PostedMessages.size(), 2u);
-  EXPECT_EQ(info.result[11].str(), file + "/Rpt/Summary1.rpt");
-  EXPECT_TRUE(fs::is_regular_file(file));
-}
-
-// ---- logic and time -------------------------------------------------------------
-
-// Systems written to an index directory of the test's own.
-class OptimiseSystems : public ::testing::Test {
- protected:
-  void SetUp() override {
-    SetIndexDir(TestDir(".index").c_str());
-    for (auto [name, fast] : {std::pair{"SysA", "3"}, {"SysB", "5"}}) {
-      SIndex x = Crossover(name, {{"fast", fast, fast, "0"}, {"slow", "8", "8", "0"}});
-      ASSERT_EQ(x.WriteExpression(name, 1, 0), 1);
-    }
-  }
-  void TearDown() override { SetIndexDir("./"); }
-};
-
-TEST_F(OptimiseSystems, UnknownNameMakesNoRunAndLaterNamesKeepTheirPositions) {
-  Host host(SIndex(), SSimulationMain::kLogic);
-  for (const char* n : {"SysA", "Nope", "SysB"}) host.names.Add(n);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_EQ(host.window.progress, (std::vector<int>{0, 2}));
-  EXPECT_EQ(host.window.values, (std::vector<std::string>{"3,8", "5,8"}));
-  EXPECT_EQ(host.window.rows[1][0], "SysB");
-  EXPECT_EQ(host.FileNumbers(), (std::vector<int>{0, 2}));
-  EXPECT_EQ(host.Records("SumInfo.rpt"), 2);
-}
-
-// Factors 1, 3, 5 with two found names: six runs numbered across factors,
-// files numbered by factor.
-TEST_F(OptimiseSystems, TimeRunsEveryNameAtEveryFactor) {
-  Host host(SIndex(), SSimulationMain::kTime);
-  host.sim->CompressStart = 1, host.sim->CompressEnd = 5, host.sim->CompressStep = 2;
-  for (const char* n : {"SysA", "Nope", "SysB"}) host.names.Add(n);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_EQ(host.window.progress, Range(6));
-  EXPECT_EQ(host.FileNumbers(), Range(3));
-  EXPECT_EQ(host.window.rows[3][11], host.Rpt("Summary1.rpt"));
-  EXPECT_EQ(host.Records("SumInfo.rpt"), 6);
-}
-
-TEST_F(OptimiseSystems, TimeShareNumbersRunsAsTheWholeGridWould) {
-  Host host(SIndex(), SSimulationMain::kTime);
-  host.sim->CompressStart = 1, host.sim->CompressEnd = 5, host.sim->CompressStep = 2;
-  for (const char* n : {"SysA", "Nope", "SysB"}) host.names.Add(n);
-  host.main->SetRunSubset(1, 2);
-  EXPECT_EQ(host.main->Calc(&host.info), 1u);
-  EXPECT_EQ(host.window.progress, (std::vector<int>{2, 3}));
-  EXPECT_EQ(host.FileNumbers(), std::vector<int>{1});
+// Factors 1, 3, 5 with two stored names: runs numbered across factors,
+// files by factor; a share of factors keeps both numberings.
+TEST_F(Optimise, TimeRunsEveryNameAtEveryFactor) {
+  Make(SIndex(), SSimulationMain::kTime);
+  sim->CompressStart = 1, sim->CompressEnd = 5, sim->CompressStep = 2;
+  for (const char* n : {"SysA", "Nope", "SysB"}) names.Add(n);
+  EXPECT_EQ(optimiser->CountRuns(&names), 9);
+  optimiser->SetRunSubset(1, 2);
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  EXPECT_EQ(window.progress, (std::vector<int>{2, 3}));
+  EXPECT_EQ(FileNumbers(), std::vector<int>{1});
+  optimiser->SetRunSubset(0, 0);  // invalid: the whole grid
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  EXPECT_EQ(window.progress, (std::vector<int>{2, 3, 0, 1, 2, 3, 4, 5}));
 }
