@@ -166,6 +166,8 @@ TEST_F(Optimise, WorkedGridRunsTwelveWithVariableZeroFastest) {
   EXPECT_EQ(Records("SumInfo.rpt"), 12);
   ASSERT_EQ(info.result.Count(), 13);
   EXPECT_EQ(info.result[0].str(), "Grid");
+  EXPECT_EQ(std::to_string(Records("TradeList11.rpt")), info.result[2].str());
+  EXPECT_EQ(Records("Summary11.rpt"), 3 * 14);  // all trades, then each side
   EXPECT_EQ(info.result[10].str() + info.result[11].str(), Rpt("SumInfo.rpt") + Rpt("Summary11.rpt"));
 }
 
