@@ -228,6 +228,19 @@ TEST_F(Optimise, ConstructionEmptiesTheReportDirectoryButNotItsSubdirectories) {
   EXPECT_EQ(Records("SumInfo.rpt"), 0);
 }
 
+// The simulation keeps its summary-info file open between runs; a second
+// optimiser over the same directory must not append to the deleted one.
+TEST_F(Optimise, SecondOptimiserOnTheSameDirectoryStartsAFreshSummaryInfo) {
+  Make(WorkedGrid(), SSimulationMain::kVariables);
+  EXPECT_EQ(optimiser->Calc(&info), 1u);
+  SSimulationMain again(sim.get(), SSimulationMain::kVariables, Rpt("").c_str());
+  EXPECT_EQ(Records("SumInfo.rpt"), 0);
+  again.SetRunSubset(0, 4);
+  EXPECT_EQ(again.Calc(&info), 1u);
+  EXPECT_EQ(Records("SumInfo.rpt"), 3);
+  EXPECT_EQ(FileNumbers(), (std::vector<int>{0, 4, 8}));
+}
+
 TEST_F(Optimise, UnknownNameMakesNoRunAndLaterNamesKeepTheirPositions) {
   Make(SIndex(), SSimulationMain::kLogic);
   for (const char* n : {"SysA", "Nope", "SysB"}) names.Add(n);
