@@ -15,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
