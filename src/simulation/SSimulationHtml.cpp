@@ -51,13 +51,13 @@ constexpr std::string_view kNoId = "-1";
 
 constexpr std::string_view kHead =
     "<html>\n<head>\n<title>{}</title>\n<meta http-equiv=Content-Type content=text/html; charset={}>\n"
-    "</head>\n<body>\n<div align=center>\n"
+    "<style>td { box-sizing: border-box; font-size: 9pt }</style>\n</head>\n<body>\n<div align=center>\n"
     "  <table width=640 border=0 cellspacing=0 cellpadding=0>\n"
     "    <tr>\n      <td height=1 bgcolor=#8CA9FF></td>\n    </tr>\n";
 // Indexed by Variant.
 constexpr std::string_view kHeading[] = {
-    "    <tr>\n      <td height=40 align=center><b>{}</b></td>\n    </tr>\n",
-    "    <tr>\n      <td height=40 align=center><b>&lt;&lt;&lt;&lt;&lt;&lt;&lt; {}"
+    "    <tr>\n      <td height=40 align=center style=\"font-size:12pt\"><b>{}</b></td>\n    </tr>\n",
+    "    <tr>\n      <td height=40 align=center style=\"font-size:12pt\"><b>&lt;&lt;&lt;&lt;&lt;&lt;&lt; {}"
     "&gt;&gt;&gt;&gt;&gt;&gt;&gt;</b></td>\n    </tr>\n",
 };
 
@@ -66,11 +66,11 @@ constexpr std::string_view kRunHeaderOpen =
     "        <table width=500 border=0 cellspacing=0 cellpadding=3>\n";
 constexpr std::string_view kRunHeaderRow =
     "          <tr>\n"
-    "            <td width=100>{}</td>\n"
-    "            <td width=149>{}</td>\n"
-    "            <td width=1 bgcolor=#CCCCCC></td>\n"
-    "            <td width=100>{}</td>\n"
-    "            <td width=150>{}</td>\n"
+    "            <td width=80>{}</td>\n"
+    "            <td width=170>{}</td>\n"
+    "            <td width=1 bgcolor=#CCCCCC style=\"padding:0\"></td>\n"
+    "            <td width=120>{}</td>\n"
+    "            <td width=129>{}</td>\n"
     "          </tr>\n";
 constexpr std::string_view kRunHeaderClose = "        </table>\n      </td>\n    </tr>\n";
 
@@ -114,7 +114,7 @@ constexpr std::string_view kTradeBodyOpen =
     "    <tr>\n      <td align=center style=\"border:1px solid #333399\">\n";
 constexpr std::string_view kTradeTableOpen =
     "        <table width=100% border=0 cellspacing=1 cellpadding=3 bgcolor=#CCCCCC "
-    "style=\"table-layout:fixed\">\n";
+    "style=\"table-layout:fixed; overflow-wrap:anywhere\">\n";
 constexpr std::string_view kTradeTableClose = "        </table>\n";
 constexpr std::string_view kHeaderRowOpen = "          <tr align=center bgcolor=#EDF5FA>\n";
 constexpr std::string_view kTradeRowOpen = "          <tr bgcolor=#FFFFFF>\n";
