@@ -2,6 +2,8 @@
 // optimiser run makes it, the equity page's curve and drawdown on a
 // hand-worked run, and every way a folder or an output directory can be
 // unusable.
+#include <unistd.h>
+
 #include <memory>
 
 #include "CliTestUtil.h"
@@ -68,13 +70,18 @@ std::string BuildReportFolder(const std::string& name, int run) {
   return dir;
 }
 
-// A copy of a run 3 folder made once: a run costs a back-test. Its
-// summary-info record names the files of the first folder.
+// A copy of a run 3 folder made once per test process (tests run in
+// parallel processes; a run costs a back-test). Its summary-info record
+// names the files of the first folder.
 std::string MakeReportFolder(const std::string& name) {
-  static const std::string pristine = BuildReportFolder("pristine", 3);
+  struct Pristine {
+    std::string dir = BuildReportFolder("pristine-" + std::to_string(getpid()), 3);
+    ~Pristine() { fs::remove_all(dir); }
+  };
+  static const Pristine pristine;
   const std::string dir = Tmp(name) + "/";
   fs::remove_all(dir);
-  fs::copy(pristine, dir);
+  fs::copy(pristine.dir, dir);
   return dir;
 }
 
