@@ -7,6 +7,7 @@
 // A value longer than its field is cut to the field's width by the table.
 #include "chartcalc/SSimulation.h"
 #include "chartcalc/TableDb.h"
+#include "simulation/ReportFiles.h"
 
 namespace {
 
@@ -51,17 +52,17 @@ struct RowField {
 };
 
 constexpr RowField kSummaryFields[] = {
-    {"GroupID", &SSummary::GroupID}, {"GroupName", &SSummary::GroupName},
+    {"GroupID", &SSummary::GroupID},       {"GroupName", &SSummary::GroupName},
     {"SubGroupID", &SSummary::SubGroupID}, {"SubGroupName", &SSummary::SubGroupName},
-    {"Sequence", &SSummary::Sequence}, {"Name1", &SSummary::Name1},
-    {"Value1", &SSummary::Value1}, {"Name2", &SSummary::Name2},
+    {"Sequence", &SSummary::Sequence},     {"Name1", &SSummary::Name1},
+    {"Value1", &SSummary::Value1},         {"Name2", &SSummary::Name2},
     {"Value2", &SSummary::Value2},
 };
 
 constexpr const char* kTradeFields[] = {
-    "TradeNo",  "EntryType", "ExitType", "EntryDate", "ExitDate",        "EntryTime",          "ExitTime",
-    "EntryPrice", "ExitPrice", "Quantity", "Runup", "Drawdown",        "EntryEff",           "ExitEff",
-    "TotalEff", "ProfitLossRatio", "CumProfitLossRatio", "ProfitLoss", "CumProfitLoss"};
+    "TradeNo",    "EntryType",       "ExitType",           "EntryDate",  "ExitDate",     "EntryTime", "ExitTime",
+    "EntryPrice", "ExitPrice",       "Quantity",           "Runup",      "Drawdown",     "EntryEff",  "ExitEff",
+    "TotalEff",   "ProfitLossRatio", "CumProfitLossRatio", "ProfitLoss", "CumProfitLoss"};
 
 // Replaces any file at path with an empty table of the given fields; the
 // table creates the directories above it.
@@ -79,17 +80,20 @@ void CreateTable(const SString& path, const Fields& fields, NameOf nameOf, Width
 }  // namespace
 
 int SSimulation::CreateSummaryDB(SString path) {
-  CreateTable(path, kInfoFields, [](const InfoField& f) { return f.name; }, [](const InfoField& f) { return f.width; });
+  CreateTable(
+      path, kInfoFields, [](const InfoField& f) { return f.name; }, [](const InfoField& f) { return f.width; });
   return 1;
 }
 
 int SSimulation::CreateIndividualSummaryDB(SString path) {
-  CreateTable(path, kSummaryFields, [](const RowField& f) { return f.name; }, [](const RowField&) { return kTextWidth; });
+  CreateTable(
+      path, kSummaryFields, [](const RowField& f) { return f.name; }, [](const RowField&) { return kTextWidth; });
   return 1;
 }
 
 int SSimulation::CreateTradingHistoryDB(SString path) {
-  CreateTable(path, kTradeFields, [](const char* f) { return f; }, [](const char*) { return kTextWidth; });
+  CreateTable(
+      path, kTradeFields, [](const char* f) { return f; }, [](const char*) { return kTextWidth; });
   return 1;
 }
 
@@ -107,3 +111,20 @@ int SSimulation::InsertSummaryDB(SString path, SSummaryInfo& info) {
 // Placeholders: the row values are being written.
 int SSimulation::InsertIndividualSummaryDB(SString) { return 1; }
 int SSimulation::InsertTradingHistoryDB(SString) { return 1; }
+
+// First cut: written in place; to be built aside and renamed.
+namespace chartcalc::detail {
+
+bool WriteIndividualSummaryFile(SSimulation& sim, const SString& path) {
+  sim.CreateIndividualSummaryDB(path);
+  sim.InsertIndividualSummaryDB(path);
+  return true;
+}
+
+bool WriteTradeListFile(SSimulation& sim, const SString& path) {
+  sim.CreateTradingHistoryDB(path);
+  sim.InsertTradingHistoryDB(path);
+  return true;
+}
+
+}  // namespace chartcalc::detail
