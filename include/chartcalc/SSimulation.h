@@ -18,6 +18,8 @@
 //   SSimulationHtml.cpp      the HTML pages of a run
 #pragma once
 
+#include <memory>
+
 #include "chartcalc/CFBArchive.h"
 #include "chartcalc/SIndex.h"
 #include "chartcalc/SSimulationSetting.h"
@@ -206,4 +208,19 @@ class SSimulation {
   SVector* source_[chartcalc::detail::kPriceSlots] = {};
   SVector ownWorking_[chartcalc::detail::kPriceSlots];
   SVector ownSource_[chartcalc::detail::kPriceSlots];
+
+  // The summary-info file kept open between the records of successive runs
+  // (SSimulationReportDb.cpp). Never shared: a copy starts without it, and
+  // an assigned-to simulation lets go of its own.
+  struct SumInfoTable;
+  struct SumInfoCache {
+    SumInfoCache() = default;
+    SumInfoCache(const SumInfoCache&) {}
+    SumInfoCache& operator=(const SumInfoCache&) {
+      table.reset();
+      return *this;
+    }
+    std::shared_ptr<SumInfoTable> table;
+  };
+  SumInfoCache sumInfoTable_;
 };

@@ -58,6 +58,10 @@ ReadStatus ReadWholeFile(const std::string& path, size_t maxBytes, std::string& 
 }
 
 bool WriteWholeFile(const std::string& path, std::string_view bytes) {
+  return WriteWholeFile(path, bytes, FileSync::kSync);
+}
+
+bool WriteWholeFile(const std::string& path, std::string_view bytes, FileSync sync) {
   if (path.empty() || !MakeParentDirs(path)) return false;
   std::string temp = SiblingTempPath(path);
   if (temp.empty()) return false;
@@ -69,12 +73,12 @@ bool WriteWholeFile(const std::string& path, std::string_view bytes) {
     ok = n > 0;
     if (ok) done += static_cast<size_t>(n);
   }
-  if (fd >= 0) ok = (fsync(fd) == 0) && ok, close(fd);
+  if (fd >= 0) ok = (sync == FileSync::kSkip || fsync(fd) == 0) && ok, close(fd);
   if (!ok) {
     std::remove(temp.c_str());
     return false;
   }
-  return ReplaceWith(temp, path);
+  return ReplaceWith(temp, path, sync);
 }
 
 std::string SiblingTempPath(const std::string& path) {
@@ -100,11 +104,15 @@ bool SyncFile(const std::string& path) {
   return ok;
 }
 
-bool ReplaceWith(const std::string& temp, const std::string& path) {
-  if (!IsReplaceable(path) || !SyncFile(temp) || std::rename(temp.c_str(), path.c_str()) != 0) {
+bool ReplaceWith(const std::string& temp, const std::string& path) { return ReplaceWith(temp, path, FileSync::kSync); }
+
+bool ReplaceWith(const std::string& temp, const std::string& path, FileSync sync) {
+  const bool synced = sync == FileSync::kSkip || SyncFile(temp);
+  if (!IsReplaceable(path) || !synced || std::rename(temp.c_str(), path.c_str()) != 0) {
     std::remove(temp.c_str());
     return false;
   }
+  if (sync == FileSync::kSkip) return true;
   // The rename reaches the disk with its directory.
   std::filesystem::path dir = std::filesystem::path(path).parent_path();
   SyncFile(dir.empty() ? std::string(".") : dir.string());

@@ -2,12 +2,14 @@
 #include "chartcalc/TableDb.h"
 
 #include <strings.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
 
 #include "core/FileUtil.h"
 #include "core/SqliteStore.h"
+#include "core/TableFile.h"
 #include "core/TextCodec.h"
 
 using namespace chartcalc::detail;
@@ -54,6 +56,33 @@ bool HasName(const std::vector<DBField>& fields, const std::string& name) {
   return false;
 }
 
+// The two tables of a new file, the declarations filled in; inside the
+// caller's transaction.
+bool CreateTables(sqlstore::Connection& c, const std::vector<DBField>& fields) {
+  std::string columns;
+  for (const DBField& f : fields) columns += Quote(f.sqlName) + " TEXT, ";
+  bool ok = c.Exec(
+                "CREATE TABLE fields(position INTEGER PRIMARY KEY, name TEXT NOT NULL, "
+                "type TEXT NOT NULL, width INTEGER NOT NULL)") &&
+            c.Exec(("CREATE TABLE records(" + columns + "\"_deleted\" INTEGER NOT NULL DEFAULT 0)").c_str());
+  Statement st;
+  ok = ok && st.Prepare(c.Handle(), "INSERT INTO fields(position, name, type, width) VALUES(?1, ?2, ?3, ?4)");
+  for (size_t i = 0; ok && i < fields.size(); ++i) {
+    st.Reset();
+    st.BindInt(1, static_cast<long long>(i));
+    st.BindText(2, fields[i].name);
+    st.BindText(3, std::string(1, fields[i].type));
+    st.BindInt(4, fields[i].width);
+    ok = st.Step() == SQLITE_DONE;
+  }
+  return ok;
+}
+
+// A journal left by the file being replaced must not touch the new one.
+void RemoveSideFiles(const std::string& path) {
+  for (const char* side : {"-journal", "-wal", "-shm"}) std::remove((path + side).c_str());
+}
+
 // Writes a new, empty table file at path (a sibling first, then renamed).
 bool WriteEmptyTable(const std::string& path, const std::vector<DBField>& fields) {
   if (path.empty() || !MakeParentDirs(path)) return false;
@@ -62,33 +91,60 @@ bool WriteEmptyTable(const std::string& path, const std::vector<DBField>& fields
   bool ok;
   {
     sqlstore::Connection c;
-    std::string columns;
-    for (const DBField& f : fields) columns += Quote(f.sqlName) + " TEXT, ";
-    ok = c.OpenForCreate(temp) && c.Exec("PRAGMA journal_mode=DELETE") && c.Exec("BEGIN") &&
-         c.Exec(
-             "CREATE TABLE fields(position INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-             "type TEXT NOT NULL, width INTEGER NOT NULL)") &&
-         c.Exec(("CREATE TABLE records(" + columns + "\"_deleted\" INTEGER NOT NULL DEFAULT 0)").c_str());
-    Statement st;
-    ok = ok && st.Prepare(c.Handle(), "INSERT INTO fields(position, name, type, width) VALUES(?1, ?2, ?3, ?4)");
-    for (size_t i = 0; ok && i < fields.size(); ++i) {
-      st.Reset();
-      st.BindInt(1, static_cast<long long>(i));
-      st.BindText(2, fields[i].name);
-      st.BindText(3, std::string(1, fields[i].type));
-      st.BindInt(4, fields[i].width);
-      ok = st.Step() == SQLITE_DONE;
-    }
-    st.Finalize();
-    ok = ok && c.Exec("COMMIT");
+    ok = c.OpenForCreate(temp) && c.Exec("PRAGMA journal_mode=DELETE") && c.Exec("BEGIN") && CreateTables(c, fields) &&
+         c.Exec("COMMIT");
   }
   if (!ok) {
     std::remove(temp.c_str());
     return false;
   }
-  // A journal left by the file being replaced must not touch the new one.
-  for (const char* side : {"-journal", "-wal", "-shm"}) std::remove((path + side).c_str());
+  RemoveSideFiles(path);
   return ReplaceWith(temp, path);
+}
+
+// The declared fields of an open file, checked as a file handed to the
+// library must be: a sound declaration of at most kMaxDbFields fields.
+bool ReadDeclaredFields(sqlstore::Connection& c, std::vector<DBField>& out) {
+  if (!c.HasTable("fields") || !c.HasTable("records")) return false;
+  Statement st;
+  if (!st.Prepare(c.Handle(), "SELECT name, type, width FROM fields ORDER BY position")) return false;
+  std::vector<DBField> fields;
+  int rc;
+  while ((rc = st.Step()) == SQLITE_ROW) {
+    std::string type = st.ColumnText(1);
+    long long width = st.ColumnInt(2);
+    DBField f;
+    if (fields.size() >= kMaxDbFields || type.size() != 1 || st.ColumnType(2) != SQLITE_INTEGER) return false;
+    if (width > kMaxDbFieldWidth || !MakeField(st.ColumnText(0), type[0], static_cast<int>(width), f)) return false;
+    if (HasName(fields, f.name) || HasName(fields, f.sqlName)) return false;
+    fields.push_back(std::move(f));
+  }
+  if (rc != SQLITE_DONE) return false;
+  out = std::move(fields);
+  return true;
+}
+
+// The records table must have exactly one column per declared field plus
+// the deleted mark.
+bool RecordColumnsMatch(sqlstore::Connection& c, const std::vector<DBField>& fields) {
+  Statement st;
+  if (!st.Prepare(c.Handle(), "SELECT name FROM pragma_table_info('records')")) return false;
+  size_t columns = 0;
+  bool hasDeleted = false;
+  int rc;
+  while ((rc = st.Step()) == SQLITE_ROW) {
+    const unsigned char* p = sqlite3_column_text(st.Handle(), 0);
+    std::string name = p ? reinterpret_cast<const char*>(p) : "";
+    if (SameName(name, "_deleted")) {
+      hasDeleted = true;
+    } else {
+      bool declared = false;
+      for (const DBField& f : fields) declared = declared || SameName(f.sqlName, name);
+      if (!declared) return false;
+    }
+    ++columns;
+  }
+  return rc == SQLITE_DONE && hasDeleted && columns == fields.size() + 1;
 }
 
 }  // namespace
@@ -211,48 +267,9 @@ bool DB::EnsureOpen() {
   return true;
 }
 
-bool DB::LoadFields() {
-  if (!conn_->HasTable("fields") || !conn_->HasTable("records")) return false;
-  Statement st;
-  if (!st.Prepare(conn_->Handle(), "SELECT name, type, width FROM fields ORDER BY position")) return false;
-  std::vector<DBField> fields;
-  int rc;
-  while ((rc = st.Step()) == SQLITE_ROW) {
-    std::string type = st.ColumnText(1);
-    long long width = st.ColumnInt(2);
-    DBField f;
-    if (fields.size() >= kMaxDbFields || type.size() != 1 || st.ColumnType(2) != SQLITE_INTEGER) return false;
-    if (width > kMaxDbFieldWidth || !MakeField(st.ColumnText(0), type[0], static_cast<int>(width), f)) return false;
-    if (HasName(fields, f.name) || HasName(fields, f.sqlName)) return false;
-    fields.push_back(std::move(f));
-  }
-  if (rc != SQLITE_DONE) return false;
-  fields_ = std::move(fields);
-  return true;
-}
+bool DB::LoadFields() { return ReadDeclaredFields(*conn_, fields_); }
 
-// The records table must have exactly one column per declared field plus
-// the deleted mark.
-bool DB::CheckRecordColumns() {
-  Statement st;
-  if (!st.Prepare(conn_->Handle(), "SELECT name FROM pragma_table_info('records')")) return false;
-  size_t columns = 0;
-  bool hasDeleted = false;
-  int rc;
-  while ((rc = st.Step()) == SQLITE_ROW) {
-    const unsigned char* p = sqlite3_column_text(st.Handle(), 0);
-    std::string name = p ? reinterpret_cast<const char*>(p) : "";
-    if (SameName(name, "_deleted")) {
-      hasDeleted = true;
-    } else {
-      bool declared = false;
-      for (const DBField& f : fields_) declared = declared || SameName(f.sqlName, name);
-      if (!declared) return false;
-    }
-    ++columns;
-  }
-  return rc == SQLITE_DONE && hasDeleted && columns == fields_.size() + 1;
-}
+bool DB::CheckRecordColumns() { return RecordColumnsMatch(*conn_, fields_); }
 
 // Values are read through substr, so that a value stored longer than its
 // width (by another program) costs no more than its width.
@@ -502,3 +519,188 @@ int DB::Delete() {
   SetDeleted(1);
   return WriteRecord();
 }
+
+// ---- many records at a time (core/TableFile.h) ----------------------------------
+
+namespace chartcalc::detail {
+
+namespace {
+
+bool DeclareColumns(std::span<const TableColumn> columns, std::vector<DBField>& fields) {
+  if (columns.empty() || columns.size() > static_cast<size_t>(kMaxDbFields)) return false;
+  for (const TableColumn& c : columns) {
+    DBField f;
+    if (!c.name || !MakeField(c.name, 'c', c.width, f) || HasName(fields, f.name) || HasName(fields, f.sqlName))
+      return false;
+    fields.push_back(std::move(f));
+  }
+  return true;
+}
+
+// For each declared field, the column that gives its value (-1: none, the
+// field stays empty), matched by name as DB::InsField matches.
+std::vector<int> MapColumns(const std::vector<DBField>& fields, std::span<const TableColumn> columns) {
+  std::vector<int> from(fields.size(), -1);
+  for (size_t i = 0; i < fields.size(); ++i)
+    for (size_t c = columns.size(); c-- > 0;)
+      if (columns[c].name && SameName(fields[i].name, columns[c].name)) from[i] = static_cast<int>(c);
+  return from;
+}
+
+bool PrepareRecordInsert(sqlstore::Connection& c, const std::vector<DBField>& fields, Statement& st) {
+  std::string names, params;
+  for (size_t i = 0; i < fields.size(); ++i) {
+    names += Quote(fields[i].sqlName) + ", ";
+    params += '?';
+    params += std::to_string(i + 1);
+    params += ", ";
+  }
+  return st.Prepare(c.Handle(), "INSERT INTO records(" + names + "\"_deleted\") VALUES(" + params + "0)");
+}
+
+// Inserts one record whose values (one per column) start at record.
+bool InsertRecord(Statement& st, const std::vector<DBField>& fields, const std::vector<int>& from,
+                  const std::string* record) {
+  for (size_t i = 0; i < fields.size(); ++i)
+    st.BindText(static_cast<int>(i) + 1, from[i] < 0 ? std::string() : CutToWidth(record[from[i]], fields[i].width));
+  const int rc = st.Step();
+  st.Reset();
+  return rc == SQLITE_DONE;
+}
+
+bool InsertRecords(Statement& st, const std::vector<DBField>& fields, const std::vector<int>& from, size_t columns,
+                   const std::vector<std::string>& values) {
+  for (size_t at = 0; at < values.size(); at += columns)
+    if (!InsertRecord(st, fields, from, values.data() + at)) return false;
+  return true;
+}
+
+// Opens an existing table file for writing and reads its declarations.
+bool OpenTableForWriting(sqlstore::Connection& c, const std::string& path, std::vector<DBField>& fields) {
+  return !path.empty() && FileExist(path.c_str()) && c.OpenExisting(path, false) &&
+         sqlite3_db_readonly(c.Handle(), "main") == 0 && ReadDeclaredFields(c, fields) && RecordColumnsMatch(c, fields);
+}
+
+bool WholeRecords(std::span<const TableColumn> columns, const std::vector<std::string>& values) {
+  return !columns.empty() && values.size() % columns.size() == 0;
+}
+
+// The file's bytes: a database built in memory needs no journal and no
+// sync, and leaves the disk with a single write.
+bool BuildTableImage(const std::vector<DBField>& fields, const std::vector<std::string>& values, std::string& image) {
+  sqlstore::Connection c;
+  Statement st;
+  const std::vector<int> from = [&] {
+    std::vector<int> v(fields.size());
+    for (size_t i = 0; i < v.size(); ++i) v[i] = static_cast<int>(i);
+    return v;
+  }();
+  bool ok = c.OpenForCreate(":memory:") && c.Exec("BEGIN") && CreateTables(c, fields) &&
+            PrepareRecordInsert(c, fields, st) && InsertRecords(st, fields, from, fields.size(), values);
+  st.Finalize();
+  if (!ok || !c.Exec("COMMIT")) return false;
+  sqlite3_int64 size = 0;
+  unsigned char* bytes = sqlite3_serialize(c.Handle(), "main", &size, 0);
+  if (!bytes) return false;
+  image.assign(reinterpret_cast<const char*>(bytes), static_cast<size_t>(size));
+  sqlite3_free(bytes);
+  return true;
+}
+
+}  // namespace
+
+bool WriteTableFile(const std::string& path, std::span<const TableColumn> columns,
+                    const std::vector<std::string>& values, FileSync sync) {
+  std::vector<DBField> fields;
+  std::string image;
+  if (path.empty() || !WholeRecords(columns, values) || !DeclareColumns(columns, fields)) return false;
+  if (!BuildTableImage(fields, values, image)) return false;
+  // The new file has no journal; one left by the file it replaces must not
+  // be applied to it.
+  RemoveSideFiles(path);
+  return WriteWholeFile(path, image, sync);
+}
+
+bool AppendTableRecords(const std::string& path, std::span<const TableColumn> columns,
+                        const std::vector<std::string>& values) {
+  if (!WholeRecords(columns, values)) return false;
+  sqlstore::Connection c;
+  std::vector<DBField> fields;
+  Statement st;
+  if (!OpenTableForWriting(c, path, fields) || !PrepareRecordInsert(c, fields, st)) return false;
+  if (!c.Exec("BEGIN IMMEDIATE")) return false;
+  if (InsertRecords(st, fields, MapColumns(fields, columns), columns.size(), values) && c.Exec("COMMIT")) return true;
+  c.Exec("ROLLBACK");
+  return false;
+}
+
+struct TableAppender::State {
+  sqlstore::Connection conn;
+  Statement insert;
+  std::vector<DBField> fields;
+  std::vector<int> from;
+  size_t columns = 0;
+  std::string path;
+  dev_t device = 0;
+  ino_t inode = 0;
+};
+
+TableAppender::TableAppender() = default;
+
+TableAppender::~TableAppender() { Close(); }
+
+namespace {
+
+bool FileIdentity(const std::string& path, dev_t& device, ino_t& inode) {
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0) return false;
+  device = st.st_dev;
+  inode = st.st_ino;
+  return true;
+}
+
+}  // namespace
+
+bool TableAppender::Open(const std::string& path, std::span<const TableColumn> columns) {
+  Close();
+  auto s = std::make_unique<State>();
+  if (columns.empty() || !OpenTableForWriting(s->conn, path, s->fields) || !FileIdentity(path, s->device, s->inode))
+    return false;
+  // Each record is then a small append to the log, with no sync: a commit
+  // survives a crash of the program, and the log is folded into the file as
+  // it grows and when the appender closes.
+  if (!s->conn.Exec("PRAGMA journal_mode=WAL") || !s->conn.Exec("PRAGMA synchronous=NORMAL") ||
+      !PrepareRecordInsert(s->conn, s->fields, s->insert)) {
+    s->insert.Finalize();
+    s->conn.Exec("PRAGMA journal_mode=DELETE");
+    return false;
+  }
+  s->from = MapColumns(s->fields, columns);
+  s->columns = columns.size();
+  s->path = path;
+  state_ = std::move(s);
+  return true;
+}
+
+bool TableAppender::IsOpenOn(const std::string& path) const {
+  dev_t device;
+  ino_t inode;
+  return state_ && state_->path == path && FileIdentity(path, device, inode) && device == state_->device &&
+         inode == state_->inode;
+}
+
+bool TableAppender::Append(std::span<const std::string> record) {
+  if (!state_ || record.size() != state_->columns) return false;
+  return InsertRecord(state_->insert, state_->fields, state_->from, record.data());
+}
+
+void TableAppender::Close() {
+  if (!state_) return;
+  state_->insert.Finalize();
+  // Back to rollback-journal mode, as DB leaves a file: readers elsewhere
+  // (read-only ones included) then need no side files.
+  state_->conn.Exec("PRAGMA journal_mode=DELETE");
+  state_.reset();
+}
+
+}  // namespace chartcalc::detail
