@@ -23,9 +23,12 @@ std::string Dir(const std::string& name) {
 }
 
 std::vector<std::string> Grid(const std::string& out, std::vector<std::string> more = {}) {
-  std::vector<std::string> args = {"optimise", "MACross", "--var", "short=3:5:1", "--var", "long=20:25:5",
-                                   "--set", "BlMoneyManagementStop=1", "--set", "BlProfitTargetStop=1",
-                                   "--out", out};
+  std::vector<std::string> args = {"optimise", "MACross",
+                                   "--var",    "short=3:5:1",
+                                   "--var",    "long=20:25:5",
+                                   "--set",    "BlMoneyManagementStop=1",
+                                   "--set",    "BlProfitTargetStop=1",
+                                   "--out",    out};
   args.insert(args.end(), more.begin(), more.end());
   return args;
 }
@@ -211,8 +214,8 @@ TEST(OptimiseCommand, UnknownSystemsInTheListMakeNoRunAndKeepTheirNumbers) {
   ASSERT_EQ(t.status, 0) << t.err;
   std::vector<std::string> files;
   for (const auto& row : Records(time + "/SumInfo.rpt")) files.push_back(row[0] + " " + row[3]);
-  EXPECT_EQ(files, (std::vector<std::string>{"Summary0.rpt MACross", "Summary0.rpt RSIReversal",
-                                             "Summary1.rpt MACross", "Summary1.rpt RSIReversal"}));
+  EXPECT_EQ(files, (std::vector<std::string>{"Summary0.rpt MACross", "Summary0.rpt RSIReversal", "Summary1.rpt MACross",
+                                             "Summary1.rpt RSIReversal"}));
 }
 
 TEST(OptimiseCommand, BadInputIsRefusedBeforeAnythingIsWritten) {
@@ -268,9 +271,9 @@ TEST(OptimiseCommand, BadInputIsRefusedBeforeAnythingIsWritten) {
 // The batch engines' variables, each set alone and cleared afterwards.
 class ArrayTask : public ::testing::Test {
  protected:
-  static constexpr const char* kVariables[] = {"SLURM_ARRAY_TASK_ID", "SLURM_ARRAY_TASK_MIN",
+  static constexpr const char* kVariables[] = {"SLURM_ARRAY_TASK_ID",    "SLURM_ARRAY_TASK_MIN",
                                                "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_STEP",
-                                               "JOB_COMPLETION_INDEX", "CHARTCALC_SHARD_COUNT"};
+                                               "JOB_COMPLETION_INDEX",   "CHARTCALC_SHARD_COUNT"};
   void SetUp() override { Clear(); }
   void TearDown() override { Clear(); }
   static void Clear() {
@@ -348,8 +351,9 @@ TEST_F(ArrayTask, ShardsWithoutOutGetAFolderEach) {
 TEST(OptimiseCommand, CtrlCStopsAfterTheRunInProgressAndKeepsWhatIsWritten) {
   const std::string out = Dir("interrupt");
   ToolRun r;
-  std::thread tool([&] { r = RunTool({"optimise", "MACross", "--var", "short=2:41:1", "--var", "long=50:60:1",
-                                      "--out", out}); });
+  std::thread tool([&] {
+    r = RunTool({"optimise", "MACross", "--var", "short=2:41:1", "--var", "long=50:60:1", "--out", out});
+  });
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (!fs::exists(out + "/TradeList1.rpt") && std::chrono::steady_clock::now() < deadline)
     std::this_thread::sleep_for(std::chrono::milliseconds(5));

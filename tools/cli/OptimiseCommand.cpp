@@ -383,48 +383,72 @@ int ReadPlan(const CliOptions& options, Plan& plan, std::ostream& err) {
 
 // ---- the report folder -------------------------------------------------------------
 
-// The report folder must be creatable and writable, and hold nothing but
-// reports, since the optimiser empties it. Checked by writing an empty
-// summary-info table aside, whose declaration then names the fields --sort
-// may take (the declared spelling is kept). False after a message; nothing
-// is left behind.
-bool CheckOutDir(Plan& plan, std::ostream& err) {
+// The outermost folder of dir that does not exist yet ("" when dir exists).
+fs::path FirstMissing(const std::string& dir) {
   std::error_code ec;
-  fs::create_directories(plan.outDir, ec);
-  if (!fs::is_directory(plan.outDir, ec)) {
-    err << "error: cannot create the report folder " << plan.outDir << "\n";
-    return false;
+  fs::path missing;
+  for (fs::path p = fs::path(dir).lexically_normal(); !p.empty() && !fs::exists(p, ec); p = p.parent_path()) {
+    missing = p;
+    if (p == p.parent_path()) break;
   }
-  for (fs::directory_iterator it(plan.outDir, ec), end; !ec && it != end; it.increment(ec)) {
+  return missing;
+}
+
+// The first file of dir that is not a report, or "".
+std::string ForeignFile(const std::string& dir) {
+  std::error_code ec;
+  for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
     const std::string name = it->path().filename().string();
-    if (it->is_directory(ec) || name.find(kReportMark) != std::string::npos) continue;
-    err << "error: the report folder " << plan.outDir << " holds " << name
-        << ", which is not a report; optimise empties its folder, so give an empty or a report folder\n";
-    return false;
+    if (!it->is_directory(ec) && name.find(kReportMark) == std::string::npos) return name;
   }
-  const std::string probe = SiblingTempPath(plan.outDir + kSumInfoName);
-  if (probe.empty()) {
-    err << "error: cannot write in the report folder " << plan.outDir << "\n";
-    return false;
-  }
+  return std::string();
+}
+
+// Checks the report folder against an empty summary-info table written
+// aside in it: the folder can be written, its paths fit the table's
+// file-name field, and --sort names a declared field (whose spelling is
+// kept). False after a message.
+bool CheckAgainstDeclaration(Plan& plan, const std::string& probe, std::ostream& err) {
   std::make_unique<SSimulation>()->CreateSummaryDB(probe.c_str());
   DB table(probe.c_str(), 0);
   const DBField* path = table.FindField(kSumFileField);
   const DBField* sort = table.FindField(plan.sort.c_str());
-  std::string fields;
-  for (int i = 0; i < table.GetFieldCount(); ++i) fields += (i ? ", " : "") + table.GetField(i)->name;
   const std::string longest = plan.outDir + "TradeList" + std::to_string(std::max(plan.units, 1LL) - 1) + kReportMark;
-  bool ok = path != nullptr;
-  if (!ok) err << "error: cannot write in the report folder " << plan.outDir << "\n";
-  if (ok && !sort)
+  if (!path) {
+    err << "error: cannot write in the report folder " << plan.outDir << "\n";
+  } else if (!sort) {
+    std::string fields;
+    for (int i = 0; i < table.GetFieldCount(); ++i) fields += (i ? ", " : "") + table.GetField(i)->name;
     err << "error: --sort takes a field of the summary info (" << fields << "), not '" << plan.sort << "'\n";
-  if (ok && static_cast<int>(longest.size()) > path->width)
+  } else if (static_cast<int>(longest.size()) > path->width) {
     err << "error: the report folder's path " << plan.outDir << " is too long for the report's file-name field ("
         << path->width << " bytes)\n";
-  ok = ok && sort && static_cast<int>(longest.size()) <= path->width;
-  if (sort) plan.sort = sort->name;
-  table.Close();
-  fs::remove(probe, ec);
+  } else {
+    plan.sort = sort->name;
+    return true;
+  }
+  return false;
+}
+
+// The report folder must be creatable and writable, and hold nothing but
+// reports, since the optimiser empties it. A refused folder is left as it
+// was (folders made for it are removed again).
+bool CheckOutDir(Plan& plan, std::ostream& err) {
+  const fs::path made = FirstMissing(plan.outDir);
+  std::error_code ec;
+  fs::create_directories(plan.outDir, ec);
+  bool ok = fs::is_directory(plan.outDir, ec);
+  if (!ok) err << "error: cannot create the report folder " << plan.outDir << "\n";
+  if (const std::string foreign = ok ? ForeignFile(plan.outDir) : ""; !foreign.empty()) {
+    err << "error: the report folder " << plan.outDir << " holds " << foreign
+        << ", which is not a report; optimise empties its folder, so give an empty or a report folder\n";
+    ok = false;
+  }
+  const std::string probe = ok ? SiblingTempPath(plan.outDir + kSumInfoName) : "";
+  if (ok && probe.empty()) err << "error: cannot write in the report folder " << plan.outDir << "\n";
+  ok = ok && !probe.empty() && CheckAgainstDeclaration(plan, probe, err);
+  if (!probe.empty()) fs::remove(probe, ec);
+  if (!ok && !made.empty()) fs::remove_all(made, ec);
   return ok;
 }
 
@@ -630,7 +654,8 @@ long long RunWorkers(std::vector<std::unique_ptr<Worker>>& workers, Mailbox& box
                      bool& interrupted) {
   long long total = 0;
   for (auto& w : workers) total += w->expected;
-  Progress progress(err, &err == &std::cerr && isatty(STDERR_FILENO), total);
+  const bool terminal = &err == &std::cerr && isatty(STDERR_FILENO);
+  Progress progress(err, terminal, total);
   InterruptGuard guard;
   for (auto& w : workers)
     w->runner = std::thread([&box, worker = w.get()] {
@@ -654,7 +679,7 @@ long long RunWorkers(std::vector<std::unique_ptr<Worker>>& workers, Mailbox& box
       interrupted = true;
       for (auto& w : workers) std::atomic_ref<int>(w->info.state).store(3);
       guard.Restore();
-      err << "\nstopping after the runs in progress (Ctrl-C again to quit at once)\n";
+      err << (terminal ? "\n" : "") << "stopping after the runs in progress (Ctrl-C again to quit at once)\n";
     }
     progress.Update(done);
   }
