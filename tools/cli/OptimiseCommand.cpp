@@ -41,6 +41,7 @@
 #include "SimulationOptions.h"
 #include "chartcalc.h"
 #include "core/FileUtil.h"
+#include "simulation/OptimiseGrid.h"
 
 using namespace chartcalc::detail;
 namespace fs = std::filesystem;
@@ -51,6 +52,9 @@ constexpr long long kDefaultMaxRuns = 1000000;
 constexpr long long kDefaultTop = 10;
 constexpr char kDefaultSort[] = "TotalProfit";
 constexpr long long kMaxJobs = 256;
+// Run numbers and worker strides are ints in the optimiser.
+constexpr long long kMaxRuns = INT32_MAX;
+constexpr long long kMaxShards = INT32_MAX / kMaxJobs;
 constexpr int kExitInterrupted = 130;
 constexpr char kReportSubdir[] = "Rpt/";
 constexpr char kSumInfoName[] = "SumInfo.rpt";
@@ -92,7 +96,7 @@ std::vector<std::string> Split(const std::string& text, char sep) {
 // One variable's range as written (the optimiser reads the texts) and read.
 struct Range {
   std::string text[3];  // start, end, step
-  double start = 0, end = 0, step = 0;
+  ValueRange values;
 };
 
 // START:END:STEP, or a single VALUE (start = end).
@@ -100,25 +104,10 @@ bool ParseRange(const std::string& text, Range& r) {
   std::vector<std::string> parts = Split(text, ':');
   if (parts.size() == 1) parts = {parts[0], parts[0], "1"};
   if (parts.size() != 3) return false;
-  double* values[] = {&r.start, &r.end, &r.step};
+  double* values[] = {&r.values.start, &r.values.end, &r.values.step};
   for (int i = 0; i < 3; ++i)
     if (r.text[i] = parts[static_cast<size_t>(i)], !ParseNumber(r.text[i], *values[i])) return false;
   return true;
-}
-
-// The optimiser's count of values: one when the step does not lead from the
-// start towards the end, else every step up to the end (with the same
-// allowance for rounding).
-double ValueCount(double start, double end, double step) {
-  if ((step > 0 && start >= end) || (step < 0 && end >= start) || step == 0) return 1;
-  return std::floor((end - start) / step + 1.00001);
-}
-
-// The optimiser's count of compression factors (factors below 1 are 1).
-long long FactorCount(long long start, long long end, long long step) {
-  start = std::max(start, 1LL), end = std::max(end, 1LL);
-  if ((step > 0 && start >= end) || (step < 0 && start <= end) || step == 0) return 1;
-  return (end - start) / step + 1;
 }
 
 // The runs of u = 0 .. units - 1 with u % stride == first.
@@ -138,8 +127,8 @@ struct Plan {
   SAnsiStringList names;    // the logic and time kinds' systems
   std::vector<bool> found;  // per name: the index directory holds it
   long long compress[3] = {1, 1, 1};
-  double gridRuns = 1;  // every run of the whole grid
-  long long units = 1;  // runs (variables, logic) or factors (time)
+  long long gridRuns = 1;  // every run of the whole grid (saturating)
+  long long units = 1;     // runs (variables, logic) or factors (time)
   Shard shard;
   long long jobs = 1;
   std::string outDir;  // ends with '/'
@@ -193,9 +182,9 @@ bool SetRanges(const CliOptions& options, Plan& plan, std::ostream& err) {
     }
     given[static_cast<size_t>(i)] = true;
     x.VarStart[i] = r.text[0].c_str(), x.VarEnd[i] = r.text[1].c_str(), x.VarIncrement[i] = r.text[2].c_str();
-    const double count = ValueCount(r.start, r.end, r.step);
-    if (count == 1 && r.start != r.end) WarnSingleRun("--var", text, r.text[0], err);
-    plan.gridRuns *= count;
+    const ValueRange& v = r.values;
+    if (StandsStill(v.start, v.end, v.step) && v.start != v.end) WarnSingleRun("--var", text, r.text[0], err);
+    plan.gridRuns = SaturatingProduct(plan.gridRuns, ValueCount(v));
   }
   return true;
 }
@@ -227,10 +216,11 @@ bool SetCompression(const std::string& text, Plan& plan, std::ostream& err) {
     err << "error: --compress takes START:END:STEP (whole numbers of bars), not '" << text << "'\n";
     return false;
   }
-  const long long count = FactorCount(plan.compress[0], plan.compress[1], plan.compress[2]);
-  if (count == 1 && std::max(plan.compress[0], 1LL) != std::max(plan.compress[1], 1LL))
-    WarnSingleRun("--compress", text, std::to_string(std::max(plan.compress[0], 1LL)), err);
-  plan.units = count;
+  const FactorRange factors = CompressionFactors(static_cast<int>(plan.compress[0]), static_cast<int>(plan.compress[1]),
+                                                 static_cast<int>(plan.compress[2]));
+  if (factors.count == 1 && factors.start != std::max(plan.compress[1], 1LL))
+    WarnSingleRun("--compress", text, std::to_string(factors.start), err);
+  plan.units = factors.count;
   return true;
 }
 
@@ -251,14 +241,14 @@ int ReadGrid(const CliOptions& options, Plan& plan, std::ostream& err) {
     std::erase_if(named.ownAll, [](const auto& o) { return o.first == "var"; });
     if (int status = ReadSystem(named, plan.system, err); status != kExitOk) return status;
     if (!SetRanges(options, plan, err)) return kExitBadInput;
-    plan.units = static_cast<long long>(std::min(plan.gridRuns, 9e18));
+    plan.units = plan.gridRuns;
     return kExitOk;
   }
   plan.kind = compress == options.own.end() ? SSimulationMain::kLogic : SSimulationMain::kTime;
   if (!SetNames(systems != options.own.end() ? systems->second : options.args[0], plan, err)) return kExitBadInput;
   plan.units = static_cast<long long>(plan.names.Count());
   if (plan.kind == SSimulationMain::kTime && !SetCompression(compress->second, plan, err)) return kExitBadInput;
-  plan.gridRuns = static_cast<double>(plan.names.Count()) * (plan.kind == SSimulationMain::kTime ? plan.units : 1);
+  plan.gridRuns = SaturatingProduct(plan.names.Count(), plan.kind == SSimulationMain::kTime ? plan.units : 1);
   return kExitOk;
 }
 
@@ -323,6 +313,7 @@ bool ReadShard(const CliOptions& options, Shard& s, std::ostream& err) {
     ParseShardOption(option->second, s, error), s.from = "--shard";
   else
     ShardFromEnvironment(options, s, error);
+  if (error.empty() && s.count > kMaxShards) error = "more than " + std::to_string(kMaxShards) + " shards";
   if (error.empty() && (s.count < 1 || s.index < 0 || s.index >= s.count))
     error = "shard " + std::to_string(s.index) + " of " + std::to_string(s.count) +
             " does not exist (shards are 0 .. N - 1)";
@@ -360,7 +351,7 @@ std::string OutDir(const CliOptions& options, const Shard& s) {
 int ReadPlan(const CliOptions& options, Plan& plan, std::ostream& err) {
   if (int status = ReadGrid(options, plan, err); status != kExitOk) return status;
   if (!ReadShard(options, plan.shard, err) || !ReadCount(options, "jobs", 1, kMaxJobs, plan.jobs, err) ||
-      !ReadCount(options, "max-runs", 1, INT32_MAX, plan.maxRuns, err) ||
+      !ReadCount(options, "max-runs", 1, kMaxRuns, plan.maxRuns, err) ||
       !ReadCount(options, "top", 0, INT32_MAX, plan.top, err))
     return kExitBadInput;
   if (auto it = options.own.find("sort"); it != options.own.end()) plan.sort = it->second;
@@ -369,9 +360,13 @@ int ReadPlan(const CliOptions& options, Plan& plan, std::ostream& err) {
     err << "error: --out needs a folder\n";
     return kExitBadInput;
   }
-  if (plan.gridRuns > static_cast<double>(plan.maxRuns)) {
-    err << "error: the grid has " << std::llround(std::min(plan.gridRuns, 9e18)) << " runs; --max-runs "
-        << std::llround(std::min(plan.gridRuns, 9e18)) << " to allow it\n";
+  if (plan.gridRuns > kMaxRuns) {
+    err << "error: the grid has " << plan.gridRuns << " runs, more than one optimisation can number (" << kMaxRuns
+        << ")\n";
+    return kExitBadInput;
+  }
+  if (plan.gridRuns > plan.maxRuns) {
+    err << "error: the grid has " << plan.gridRuns << " runs; --max-runs " << plan.gridRuns << " to allow it\n";
     return kExitBadInput;
   }
   if (plan.shard.from.size() && plan.shard.count > 1 && plan.shard.from != "--shard")
