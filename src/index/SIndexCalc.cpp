@@ -83,6 +83,10 @@ int FirstSignal(const SVector& s) {
   return INT_MAX;
 }
 
+// The raw values of a series, for passing over bars without a signal; null
+// for a single number (whose every element reads as its one value).
+const double* RawSignals(const SVector& s) { return s.IsSeries() ? s.Data() : nullptr; }
+
 // One entry line and its exit line: exits before (and on) the first entry are
 // dropped, then entries and exits alternate, the position being open after
 // the first entry. An entry while open and an exit while closed are dropped.
@@ -93,7 +97,11 @@ void PairSignals(SVector& entry, SVector& exit) {
   bool open = true;
   const long long common = std::min(entry.GetSize(), exit.GetSize());
   long long k = first + 1;
+  // Signals are rare: most bars are passed over on the raw values alone.
+  const double* e = RawSignals(entry);
+  const double* x = RawSignals(exit);
   for (; k < common; ++k) {
+    if (e && x && e[k] == 0.0 && x[k] == 0.0) continue;
     const bool in = IsSignal(entry, k), out = IsSignal(exit, k);
     if (open) {
       if (in) ClearSignal(entry, k);
@@ -104,12 +112,12 @@ void PairSignals(SVector& entry, SVector& exit) {
     }
   }
   for (; k < entry.GetSize(); ++k) {
-    if (!IsSignal(entry, k)) continue;
+    if ((e && e[k] == 0.0) || !IsSignal(entry, k)) continue;
     if (open) ClearSignal(entry, k);
     open = true;
   }
   for (; k < exit.GetSize(); ++k) {
-    if (!IsSignal(exit, k)) continue;
+    if ((x && x[k] == 0.0) || !IsSignal(exit, k)) continue;
     if (!open) ClearSignal(exit, k);
     open = false;
   }
@@ -261,8 +269,10 @@ void SIndex::CalcLast() {
   ConvertExpression();
   for (int line = 0; line < kIndexLines; ++line) {
     if (ConvertedExpression[line].IsEmpty()) continue;
-    if (CanTakeNewestBars(*this, line)) CalcNewestBars(*this, calc, line);
-    else CalcLineInFull(*this, calc, line);
+    if (CanTakeNewestBars(*this, line))
+      CalcNewestBars(*this, calc, line);
+    else
+      CalcLineInFull(*this, calc, line);
   }
 }
 

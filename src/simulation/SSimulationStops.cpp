@@ -92,8 +92,13 @@ StopScan ScanWindow(const StopMarket& m, long long entryBar, long long exitBar, 
 }
 
 double RoundToTick(double level, double tick, bool up) {
-  if (tick == 0.0 || std::fmod(level, tick) == 0.0) return level;
-  return (up ? std::ceil(level / tick) : std::floor(level / tick)) * tick;
+  if (tick == 0.0) return level;
+  // An exact multiple of the tick divides to a whole number, so a quotient
+  // with a fraction needs no remainder to be worked out (the remainder is
+  // the costly part, paid here only on the rare whole quotients).
+  const double q = level / tick;
+  if (q == std::trunc(q) && std::fmod(level, tick) == 0.0) return level;
+  return (up ? std::ceil(q) : std::floor(q)) * tick;
 }
 
 double ShiftedLevel(double ref, double share, int mode, double tick, int sign) {

@@ -87,15 +87,6 @@ TradeStats CollectTradeStats(const TradeColumns& t, int side) {
   return s;
 }
 
-double MaxDrawdown(const double* equity, int n) {
-  double peak = 0.0, dd = 0.0;
-  for (int k = 0; k < n; ++k) {
-    peak = Higher(peak, equity[k]);
-    dd = Higher(dd, peak - equity[k]);
-  }
-  return dd;
-}
-
 double LastStdev(const SVector& column, int period) {
   if (period < 1) return 0.0;
   SVector out;
@@ -320,6 +311,14 @@ SignalPair Signals(const SIndex& index, int side) {
   return {View(entry), View(exit), entry.GetStartIndex(), exit.GetStartIndex()};
 }
 
+// The equity curve of one side (-1 both) over the working closes, value by
+// value into sink.
+template <class Cost, class Sink>
+void WalkEquity(const SIndex& index, const SVector& close, int side, Cost cost, Sink&& sink) {
+  const SignalPair longSide = Signals(index, 0), shortSide = Signals(index, 1);
+  ComputeEquity(side != 1 ? &longSide : nullptr, side != 0 ? &shortSide : nullptr, View(close), cost, sink);
+}
+
 // The summary-info status: what the last trade of the table left behind.
 SString StatusText(const STradeTable& t) {
   const int last = t.GetCount() - 1;
@@ -388,12 +387,13 @@ void SSimulation::CalcSummary(int side) {
   if (side != 0 && side != 1) side = -1;  // anything but long or short is every trade
   const int digits = SummaryDigits(TickSize);
   const TradeStats stats = CollectTradeStats(TradeView(Trades), side);
-  SVector equity;
-  CalcEquity(&equity, side);
-  const double drawdown = MaxDrawdown(equity.Data(), equity.GetSize());
+  // The curve itself is not kept: only its deepest fall is reported.
+  DrawdownTracker drawdown;
+  WalkEquity(
+      Index, *working_[kClose], side, [this](double price) { return GetCommission(price); }, drawdown);
   // Over the whole column whatever the side, so every group shows the same.
   const double stdev = LastStdev(Trades.ProfitLoss, Trades.GetCount());
-  const ValueTexts values = FormatValues(stats, drawdown, stdev, digits);
+  const ValueTexts values = FormatValues(stats, drawdown.fall, stdev, digits);
   const SString groupId = SString(side + 1), groupName = GroupName(side);
   int sequence = 0;
   for (const RowSpec& spec : kRows) {
@@ -421,13 +421,11 @@ void SSimulation::InsertSummary(SSummary row) {
 void SSimulation::CalcEquity(SVector* out, int side) {
   if (!out) return;
   const SVector& close = *working_[kClose];
-  const SignalPair longSide = Signals(Index, 0), shortSide = Signals(Index, 1);
-  const int n = std::max(close.GetSize(), 0);
-  out->SetSize(n);
+  out->SetSize(std::max(close.GetSize(), 0));
   out->SetStartIndex(0);
-  ComputeEquity(
-      side != 1 ? &longSide : nullptr, side != 0 ? &shortSide : nullptr, View(close),
-      [this](double price) { return GetCommission(price); }, out->Data());
+  double* curve = out->Data();
+  WalkEquity(
+      Index, close, side, [this](double price) { return GetCommission(price); }, [&curve](double v) { *curve++ = v; });
 }
 
 void SSimulation::CalcProfitLoss() {

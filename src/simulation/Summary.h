@@ -49,9 +49,16 @@ struct TradeStats {
 };
 TradeStats CollectTradeStats(const TradeColumns& trades, int side);
 
-// The largest fall of the curve below its running peak; peak and fall both
-// start at 0, so a curve that never rises above 0 falls from 0.
-double MaxDrawdown(const double* equity, int n);
+// The largest fall of a curve below its running peak, fed one value at a
+// time; peak and fall both start at 0, so a curve that never rises above 0
+// falls from 0.
+struct DrawdownTracker {
+  double peak = 0.0, fall = 0.0;
+  void operator()(double v) {
+    peak = Higher(peak, v);
+    fall = Higher(fall, peak - v);
+  }
+};
 
 // The last element of the population deviation of column over `period`
 // bars (SVector::CalcStdev), 0 when it has no valid last element.
@@ -64,11 +71,12 @@ struct SignalPair {
   int entryStart = 0, exitStart = 0;
 };
 
-// Mark-to-market equity in price units, one element per close from bar 0.
+// Mark-to-market equity in price units, one value per close from bar 0,
+// handed to sink(value) in bar order (a curve or a running figure over it).
 // Bars before the first entry series' start are 0. `cost(P)` is the cost of
 // one unit at price P, charged on entries and exits alike.
-template <class Cost>
-void ComputeEquity(const SignalPair* longSide, const SignalPair* shortSide, const Bars& close, Cost cost, double* out);
+template <class Cost, class Sink>
+void ComputeEquity(const SignalPair* longSide, const SignalPair* shortSide, const Bars& close, Cost cost, Sink&& sink);
 
 // The realised profit line over n bars; returns the first bar with an entry
 // signal (0 when there is none). entryPrice/exitPrice(price, side) give the
@@ -144,21 +152,21 @@ inline double SignalAt(const Bars& b, int start, int k) { return k >= start ? b.
 
 }  // namespace summary_impl
 
-template <class Cost>
-void ComputeEquity(const SignalPair* longSide, const SignalPair* shortSide, const Bars& close, Cost cost, double* out) {
+template <class Cost, class Sink>
+void ComputeEquity(const SignalPair* longSide, const SignalPair* shortSide, const Bars& close, Cost cost, Sink&& sink) {
   using namespace summary_impl;
   const int n = close.n;
   long long first = n;
   for (const SignalPair* s : {longSide, shortSide})
     if (s) first = std::min<long long>(first, std::max(s->entryStart, 0));
-  for (int k = 0; k < first; ++k) out[k] = 0.0;
+  for (int k = 0; k < first; ++k) sink(0.0);
   Position lp, sp;
   double equity = 0.0;
   for (int k = static_cast<int>(first); k < n; ++k) {
     double inc = 0.0;
     if (longSide) inc += PositionMove(lp, *longSide, close, k, 1.0, cost);
     if (shortSide) inc += PositionMove(sp, *shortSide, close, k, -1.0, cost);
-    out[k] = equity += inc;
+    sink(equity += inc);
     if (longSide) EnterAt(lp, *longSide, k);
     if (shortSide) EnterAt(sp, *shortSide, k);
   }

@@ -58,8 +58,12 @@ const Command kCommands[] = {
      "var systems compress settings set tick out jobs shard shard-count max-runs top sort", ""},
     {"report", RunReport,
      "chartcalc report RUN --html DIR [--report-dir DIR] | report merge OUT SHARD_DIR...",
-     "Writes the HTML pages of run RUN of the report folder (summary, trades, equity curve), or\n"
-     "      merges the report folders of shards into one.",
+     "Writes the HTML pages of run RUN (the run of SummaryRUN.rpt and TradeListRUN.rpt) of the\n"
+     "      report folder (default: the index directory's Rpt/) into DIR: summary.html and\n"
+     "      trades.html with the plain heading, summary2.html and trades2.html with the framed one\n"
+     "      (code page 949, as they declare), and equity.html (UTF-8): the equity curve with its\n"
+     "      drawdown and one marker per trade. --lang sets the labels. report merge joins the\n"
+     "      report folders of shards into one.",
      "html report-dir", ""},
 };
 
