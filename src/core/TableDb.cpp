@@ -558,13 +558,29 @@ bool PrepareRecordInsert(sqlstore::Connection& c, const std::vector<DBField>& fi
   return st.Prepare(c.Handle(), "INSERT INTO records(" + names + "\"_deleted\") VALUES(" + params + "0)");
 }
 
-// Inserts one record whose values (one per column) start at record.
+bool IsAsciiText(std::string_view s) {
+  for (char c : s)
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+  return true;
+}
+
+// Inserts one record whose values (one per column) start at record. Every
+// parameter is bound anew, so the bindings need no clearing; an ASCII value
+// within its width (most report values) is bound where it lies, uncopied.
 bool InsertRecord(Statement& st, const std::vector<DBField>& fields, const std::vector<int>& from,
                   const std::string* record) {
-  for (size_t i = 0; i < fields.size(); ++i)
-    st.BindText(static_cast<int>(i) + 1, from[i] < 0 ? std::string() : CutToWidth(record[from[i]], fields[i].width));
-  const int rc = st.Step();
-  st.Reset();
+  for (size_t i = 0; i < fields.size(); ++i) {
+    const int param = static_cast<int>(i) + 1;
+    const std::string_view value = from[i] < 0 ? std::string_view() : std::string_view(record[from[i]]);
+    if (value.size() <= static_cast<size_t>(fields[i].width) && IsAsciiText(value))
+      // Never a null pointer: that would store NULL, not an empty text.
+      sqlite3_bind_text(st.Handle(), param, value.empty() ? "" : value.data(), static_cast<int>(value.size()),
+                        SQLITE_STATIC);
+    else
+      st.BindText(param, CutToWidth(std::string(value), fields[i].width));
+  }
+  const int rc = sqlite3_step(st.Handle());
+  sqlite3_reset(st.Handle());
   return rc == SQLITE_DONE;
 }
 

@@ -213,8 +213,8 @@ void CreateTable(const SString& path, std::span<const TableColumn> columns) {
 }  // namespace
 
 int SSimulation::CreateSummaryDB(SString path) {
-  // The kept-open file is about to be replaced: let go of it first.
-  if (sumInfoTable_.table && sumInfoTable_.table->IsOpenOn(path.str())) sumInfoTable_.table.reset();
+  // A kept-open file may be the one about to be replaced: let go of it.
+  sumInfoTable_.table.reset();
   CreateTable(path, kInfoColumns);
   return 1;
 }
