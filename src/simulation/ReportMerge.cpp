@@ -145,17 +145,23 @@ ShardReader* NextShard(std::vector<std::unique_ptr<ShardReader>>& shards) {
 }
 
 // Appends the shard's current record to out with its two paths rewritten
-// into outDir. False when the table refuses it.
-bool CopyRecord(ShardReader& from, DB& out, const std::string& outDir) {
+// into outDir. A path too long for its field would be cut and name no
+// file, so it is refused. False with a message.
+bool CopyRecord(ShardReader& from, DB& out, const std::string& outDir, std::string& error) {
   DB& in = from.Table();
-  if (!out.Append("")) return false;
+  if (!out.Append("")) return error = "cannot write the summary-info file in " + outDir, false;
   for (int i = 0; i < out.GetFieldCount(); ++i) {
-    const std::string& name = out.GetField(i)->name;
-    std::string value = in.GetStr(name.c_str());
-    if (name == kSumFileField || name == kTradeFileField) value = outDir + BaseName(value);
-    out.InsField(name.c_str(), value.c_str());
+    const DBField& field = *out.GetField(i);
+    std::string value = in.GetStr(field.name.c_str());
+    if (field.name == kSumFileField || field.name == kTradeFileField) value = outDir + BaseName(value);
+    if (static_cast<int>(value.size()) > field.width)
+      return error = "the path " + value + " is too long for the report's " + field.name + " field (" +
+                     std::to_string(field.width) + " bytes)",
+             false;
+    out.InsField(field.name.c_str(), value.c_str());
   }
-  return out.WriteRecord() != 0;
+  if (!out.WriteRecord()) return error = "cannot write the summary-info file in " + outDir, false;
+  return true;
 }
 
 // Writes every shard's records, in run order, into the open table out. A run
@@ -169,7 +175,7 @@ bool JoinRecords(std::vector<std::unique_ptr<ShardReader>>& shards, DB& out, con
       return error = "run " + std::to_string(s->Run()) + " is in both " + previous->Dir() + " and " + s->Dir() +
                      " (the same run twice: overlapping shards?)",
              false;
-    if (!CopyRecord(*s, out, outDir)) return error = "cannot write the summary-info file in " + outDir, false;
+    if (!CopyRecord(*s, out, outDir, error)) return false;
     previous = s;
     previousRun = s->Run();
     if (!s->Next(error)) return false;
@@ -202,7 +208,8 @@ bool SameDir(const std::string& a, const std::string& b) {
   return fs::equivalent(a, b, ec);
 }
 
-bool CheckDirs(const std::string& outDir, const std::vector<SString>& shardDirs, std::string& error) {
+// Creates outDir when missing; made tells whether it did.
+bool CheckDirs(const std::string& outDir, const std::vector<SString>& shardDirs, bool& made, std::string& error) {
   if (outDir.empty()) return error = "no folder to merge into", false;
   if (shardDirs.empty()) return error = "no shard folders to merge", false;
   for (const SString& d : shardDirs) {
@@ -212,22 +219,9 @@ bool CheckDirs(const std::string& outDir, const std::vector<SString>& shardDirs,
       return error = "the merged folder " + outDir + " cannot be one of the shard folders", false;
   }
   std::error_code ec;
+  made = !fs::exists(outDir, ec);
   fs::create_directories(outDir, ec);
   if (!fs::is_directory(outDir, ec)) return error = "cannot create the folder " + outDir, false;
-  return true;
-}
-
-// The rewritten paths must fit their field, or they would be cut and name
-// no file: outDir plus the longest run-file name a run number can give.
-bool PathsFit(DB& table, const std::string& outDir, std::string& error) {
-  const std::string longest = outDir + kRunFilePrefixes[1] + std::string(kMaxRunDigits, '9') + kRunFileExtension;
-  for (const char* field : {kSumFileField, kTradeFileField}) {
-    const DBField* f = table.FindField(field);
-    if (f && static_cast<int>(longest.size()) > f->width)
-      return error = "the path of the folder " + outDir + " is too long for the report's " + field + " field (" +
-                     std::to_string(f->width) + " bytes)",
-             false;
-  }
   return true;
 }
 
@@ -239,7 +233,6 @@ bool BuildSumInfo(const std::string& aside, const std::string& outDir, const std
   std::make_unique<SSimulation>()->CreateSummaryDB(aside.c_str());
   DB out(aside.c_str(), 0);
   if (!out.IsOpen()) return error = "cannot write the summary-info file in " + outDir, false;
-  if (!PathsFit(out, outDir, error)) return false;
   std::vector<std::unique_ptr<ShardReader>> shards;
   for (const SString& d : shardDirs) {
     shards.push_back(std::make_unique<ShardReader>(d.str(), shards.size()));
@@ -250,13 +243,19 @@ bool BuildSumInfo(const std::string& aside, const std::string& outDir, const std
   return joined;
 }
 
+// The joining itself; a folder made for a merge that fails before moving
+// anything is removed again.
 int Merge(const std::string& outDir, const std::vector<SString>& shardDirs, std::string& error) {
-  if (!CheckDirs(outDir, shardDirs, error)) return 0;
+  bool made = false;
+  if (!CheckDirs(outDir, shardDirs, made, error)) return 0;
   const std::string target = outDir + kSumInfoName;
   const std::string aside = chartcalc::detail::SiblingTempPath(target);
-  if (aside.empty()) return error = "cannot write in the folder " + outDir, 0;
-  if (!BuildSumInfo(aside, outDir, shardDirs, error)) {
-    std::remove(aside.c_str());
+  const bool built = !aside.empty() && BuildSumInfo(aside, outDir, shardDirs, error);
+  if (aside.empty()) error = "cannot write in the folder " + outDir;
+  if (!built) {
+    std::error_code ec;
+    if (!aside.empty()) fs::remove(aside, ec);
+    if (made) fs::remove(outDir, ec);
     return 0;
   }
   for (const SString& d : shardDirs) {

@@ -145,6 +145,7 @@ TEST(OptimiseCommand, MergeRefusesOverlapsAndForeignFilesAndLeavesTheOutputAsItW
     return std::string(std::istreambuf_iterator<char>(in), {});
   }();
   const std::string garbage = Dir("garbage"), truncated = Dir("truncated"), other = Dir("otherTable");
+  const std::string deep = Dir("deep") + "/" + std::string(190, 'd');  // paths would not fit their field
   fs::create_directories(garbage);
   WriteFile("optimise/garbage/SumInfo.rpt", "not a table at all");
   fs::create_directories(truncated);
@@ -161,6 +162,7 @@ TEST(OptimiseCommand, MergeRefusesOverlapsAndForeignFilesAndLeavesTheOutputAsItW
       {{out, Dir("missing")}, "is not a folder"},
       {{out, out}, "cannot be one of the shard folders"},
       {{out}, "OUT and one or more SHARD_DIR"},
+      {{deep, a}, "too long for the report's SumFileName field"},
   };
   // clang-format on
   for (const auto& [args, message] : cases) {
@@ -171,6 +173,7 @@ TEST(OptimiseCommand, MergeRefusesOverlapsAndForeignFilesAndLeavesTheOutputAsItW
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), before) << message;
   }
   EXPECT_TRUE(fs::exists(b + "/Summary0.rpt"));  // a refused merge moves nothing
+  EXPECT_FALSE(fs::exists(deep));                // nor leaves a folder it made
 }
 
 TEST(OptimiseCommand, TopAndSortChooseThePrintedRuns) {

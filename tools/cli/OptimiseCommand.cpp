@@ -546,9 +546,12 @@ std::vector<std::unique_ptr<Worker>> MakeWorkers(const Plan& plan, const SSimula
 
 // ---- Ctrl-C ------------------------------------------------------------------------
 
-volatile std::sig_atomic_t g_interrupted = 0;
+// Written by the handler, on whichever thread the signal lands, and read
+// by the main thread: a lock-free atomic is safe in both places.
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
-extern "C" void OnInterrupt(int) { g_interrupted = 1; }
+extern "C" void OnInterrupt(int) { g_interrupted.store(true); }
 
 // SIGINT only raises a flag while the workers run; the previous handler is
 // back when this ends, or as soon as the stop is under way (so a second
@@ -556,7 +559,7 @@ extern "C" void OnInterrupt(int) { g_interrupted = 1; }
 class InterruptGuard {
  public:
   InterruptGuard() {
-    g_interrupted = 0;
+    g_interrupted.store(false);
     struct sigaction action = {};
     action.sa_handler = OnInterrupt;
     sigemptyset(&action.sa_mask);
@@ -670,7 +673,7 @@ long long RunWorkers(std::vector<std::unique_ptr<Worker>>& workers, Mailbox& box
       workers[j]->lock.Unlock();
       done += posted[j] - seen[j], seen[j] = posted[j];
     }
-    if (g_interrupted && !interrupted) {
+    if (g_interrupted.load() && !interrupted) {
       interrupted = true;
       for (auto& w : workers) std::atomic_ref<int>(w->info.state).store(3);
       guard.Restore();
