@@ -20,6 +20,7 @@
 #include "DefinitionText.h"
 #include "NamedDefinition.h"
 #include "PriceCsv.h"
+#include "SimulationOptions.h"
 #include "chartcalc.h"
 #include "core/FileUtil.h"
 #include "simulation/SimulationSettingKeys.h"
@@ -28,68 +29,7 @@ using namespace chartcalc::detail;
 
 namespace {
 
-// Prices are quoted in cents unless --tick says otherwise; the tick size
-// sets the stops' rounding and the summary's decimals.
-constexpr double kDefaultTick = 0.01;
-
 std::string Utf8(const SString& cp949) { return Cp949ToUtf8Lossy(cp949.c_str()); }
-
-// Reads the system named by the words, which must be a trading system.
-int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err) {
-  const std::vector<std::string>& args = options.args;
-  std::string name;
-  if (args.size() == 1 && Utf8ToCp949(args[0], name) && StoredName(kIndexSystem, name).empty()) {
-    for (const DefinitionKind& k : kDefinitionKinds) {
-      if (k.type == kIndexSystem || StoredName(k.type, name).empty()) continue;
-      err << "error: '" << args[0] << "' is a definition of kind " << DefinitionKindWord(k.type)
-          << ", not a trading system (see chartcalc indicator list --kind system)\n";
-      return kExitBadInput;
-    }
-  }
-  std::vector<std::string> words = {"backtest"};
-  words.insert(words.end(), args.begin(), args.end());
-  CliOptions named = options;
-  named.args = words;
-  return PrepareNamed(named, {kIndexSystem}, x, err);
-}
-
-// --settings, then every --set in order. False after a message.
-bool ApplySettings(const CliOptions& options, SSimulation& sim, std::ostream& err) {
-  if (auto it = options.own.find("settings"); it != options.own.end()) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(it->second, ec)) {
-      err << "error: the settings file " << it->second << " cannot be read\n";
-      return false;
-    }
-    sim.ReadSetting(it->second.c_str());
-  }
-  for (const auto& [option, text] : options.ownAll) {
-    if (option != "set") continue;
-    const size_t eq = text.find('=');
-    std::string value;
-    if (eq == std::string::npos || eq == 0 || !Utf8ToCp949(text.substr(eq + 1), value)) {
-      err << "error: --set takes KEY=VALUE, not '" << text << "'\n";
-      return false;
-    }
-    SString message;
-    if (!SetSettingByKey(sim.Setting, text.substr(0, eq).c_str(), value.c_str(), &message)) {
-      err << "error: --set " << text << ": " << Utf8(message) << "\n";
-      return false;
-    }
-  }
-  return true;
-}
-
-bool ReadTick(const CliOptions& options, double& tick, std::ostream& err) {
-  tick = kDefaultTick;
-  auto it = options.own.find("tick");
-  if (it == options.own.end()) return true;
-  char* end = nullptr;
-  tick = std::strtod(it->second.c_str(), &end);
-  if (end != it->second.c_str() && *end == '\0' && std::isfinite(tick) && tick > 0) return true;
-  err << "error: --tick takes a positive number, not '" << it->second << "'\n";
-  return false;
-}
 
 // One run as a host makes it. False after reporting a formula error.
 bool Run(SSimulation& sim, SPriceData& prices, SFunctionList& functions, std::ostream& err) {
@@ -253,9 +193,7 @@ int RunBacktest(const CliOptions& options, std::ostream& out, std::ostream& err)
   if (!ReadPriceCsv(options.data, prices, err)) return kExitBadInput;
   SFunctionList functions;
   functions.ReadFunction();
-  std::string symbol;
-  Utf8ToCp949(std::filesystem::path(options.data).stem().string(), symbol);
-  sim->SetSymbolName(symbol.c_str());
+  sim->SetSymbolName(SymbolName(options).c_str());
   sim->SetTickSize(tick);
   sim->SetIndex(system);
   if (!Run(*sim, prices, functions, err)) return kExitFormula;

@@ -54,7 +54,14 @@ const Command kCommands[] = {
      "      [--shard-count N] [--max-runs N] [--top N] [--sort COLUMN]",
      "Optimises a trading system: back-tests every combination of variable values (or every\n"
      "      system of a list, at every compression factor) on a worker thread, writes each run's\n"
-     "      report files and SumInfo.rpt to the report folder, and prints the best runs.",
+     "      report files and SumInfo.rpt to the report folder, and prints the best runs: run number,\n"
+     "      IndicatorName, IndicatorVariable, TotalProfit, TransactionCount, WinRatio, ProfitFactor,\n"
+     "      AverageProfit, InMarketRatio, tab-separated (--top N, default 10; --sort FIELD, default\n"
+     "      TotalProfit). --out DIR (default: Rpt/ of the index directory) is emptied first. --jobs N\n"
+     "      runs N workers; --shard I/N runs shard I of N (without it: SLURM_ARRAY_TASK_ID of\n"
+     "      SLURM_ARRAY_TASK_COUNT, or JOB_COMPLETION_INDEX of --shard-count or CHARTCALC_SHARD_COUNT),\n"
+     "      by default into Rpt/shard-I-of-N/; join shards with report merge. --max-runs N (default\n"
+     "      1000000) bounds the grid. Ctrl-C stops after the runs in progress (exit status 130).",
      "var systems compress settings set tick out jobs shard shard-count max-runs top sort", ""},
     {"report", RunReport,
      "chartcalc report RUN --html DIR [--report-dir DIR] | report merge OUT SHARD_DIR...",

@@ -1,0 +1,21 @@
+// Shared by the subcommands that run a trading system through SSimulation
+// (backtest, optimise): reading the system, the settings of --settings and
+// --set, and the price step of --tick.
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "Cli.h"
+#include "chartcalc.h"
+
+// Reads the system named by options.args (one word), which must be a
+// trading system, with --var NAME=VALUE applied. Returns kExitOk, or the
+// exit status after a message.
+int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err);
+// --settings, then every --set in order. False after a message.
+bool ApplySettings(const CliOptions& options, SSimulation& sim, std::ostream& err);
+// The price step of --tick (0.01 without it). False after a message.
+bool ReadTick(const CliOptions& options, double& tick, std::ostream& err);
+// The symbol name of a run: the price file's name without its extension.
+std::string SymbolName(const CliOptions& options);
