@@ -6,19 +6,11 @@
 #include <memory>
 
 #include "BenchMarket.h"
+#include "BenchSystems.h"
 
 using namespace chartcalc::detail;
 
 namespace {
-
-SIndex CrossoverSystem() {
-  SIndex x("MACross", kIndexSystem);
-  x.SetExpression(0, "crossup(avg(c, 5), avg(c, 20))");
-  x.SetExpression(1, "crossdown(avg(c, 5), avg(c, 20))");
-  x.SetExpression(2, "crossdown(avg(c, 5), avg(c, 20))");
-  x.SetExpression(3, "crossup(avg(c, 5), avg(c, 20))");
-  return x;
-}
 
 // The first `bars` bars of the daily random-walk market, bound to a
 // simulation with the crossover system and three stops switched on.

@@ -22,13 +22,12 @@ struct Definition {
 constexpr Definition kMacd = {{"eavg(c, 12) - eavg(c, 26)", "eavg(eavg(c, 12) - eavg(c, 26), 9)",
                                "m = eavg(c, 12) - eavg(c, 26); m - eavg(m, 9)"}};
 // The same shape on weighted averages, which look at a fixed window.
-constexpr Definition kWeightedMacd = {{"wavg(c, 12) - wavg(c, 26)", "avg(wavg(c, 12) - wavg(c, 26), 9)",
-                                       "m = wavg(c, 12) - wavg(c, 26); m - avg(m, 9)"}};
-constexpr Definition kBollinger = {
-    {"avg(c, 20) + 2 * stdev(c, 20)", "avg(c, 20)", "avg(c, 20) - 2 * stdev(c, 20)"}};
-constexpr Definition kStochastic = {
-    {"avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3)",
-     "avg(avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3), 3)", ""}};
+constexpr Definition kWeightedMacd = {
+    {"wavg(c, 12) - wavg(c, 26)", "avg(wavg(c, 12) - wavg(c, 26), 9)", "m = wavg(c, 12) - wavg(c, 26); m - avg(m, 9)"}};
+constexpr Definition kBollinger = {{"avg(c, 20) + 2 * stdev(c, 20)", "avg(c, 20)", "avg(c, 20) - 2 * stdev(c, 20)"}};
+constexpr Definition kStochastic = {{"avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3)",
+                                     "avg(avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3), 3)",
+                                     ""}};
 
 struct Live {
   SVector s[kPriceSlots];
@@ -73,10 +72,22 @@ void CalcLastOneBar(benchmark::State& state, const Definition& d) {
 }  // namespace
 
 BENCHMARK_CAPTURE(CalcLastOneBar, WeightedMacd, kWeightedMacd)
-    ->Arg(10000)->Arg(1000000)->Iterations(kIterations)->Unit(benchmark::kMicrosecond);
+    ->Arg(10000)
+    ->Arg(1000000)
+    ->Iterations(kIterations)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(CalcLastOneBar, Bollinger, kBollinger)
-    ->Arg(10000)->Arg(1000000)->Iterations(kIterations)->Unit(benchmark::kMicrosecond);
+    ->Arg(10000)
+    ->Arg(1000000)
+    ->Iterations(kIterations)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(CalcLastOneBar, StochasticSlow, kStochastic)
-    ->Arg(10000)->Arg(1000000)->Iterations(kIterations)->Unit(benchmark::kMicrosecond);
+    ->Arg(10000)
+    ->Arg(1000000)
+    ->Iterations(kIterations)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(CalcLastOneBar, Macd, kMacd)
-    ->Arg(10000)->Arg(1000000)->Iterations(kIterations / 20)->Unit(benchmark::kMicrosecond);
+    ->Arg(10000)
+    ->Arg(1000000)
+    ->Iterations(kIterations / 20)
+    ->Unit(benchmark::kMicrosecond);

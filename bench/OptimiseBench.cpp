@@ -7,13 +7,14 @@
 #include <memory>
 
 #include "BenchMarket.h"
+#include "BenchSystems.h"
 
 namespace {
 
 constexpr int kOptimiseBars = 10000;
 
 SIndex CrossoverGrid() {
-  SIndex x("MACross", kIndexSystem);
+  SIndex x = CrossoverSystem("short", "long");
   const char* names[] = {"short", "long"};
   const char* ranges[][3] = {{"2", "21", "1"}, {"30", "80", "10"}};  // 20 x 6 runs
   for (int v = 0; v < 2; ++v) {
@@ -23,10 +24,6 @@ SIndex CrossoverGrid() {
     x.VarEnd[v] = ranges[v][1];
     x.VarIncrement[v] = ranges[v][2];
   }
-  x.SetExpression(0, "crossup(avg(c, short), avg(c, long))");
-  x.SetExpression(1, "crossdown(avg(c, short), avg(c, long))");
-  x.SetExpression(2, "crossdown(avg(c, short), avg(c, long))");
-  x.SetExpression(3, "crossup(avg(c, short), avg(c, long))");
   return x;
 }
 

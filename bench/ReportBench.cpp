@@ -9,6 +9,7 @@
 #include <string>
 
 #include "BenchMarket.h"
+#include "BenchSystems.h"
 #include "core/TableFile.h"
 #include "simulation/ReportFiles.h"
 
@@ -17,15 +18,6 @@ using namespace chartcalc::detail;
 namespace {
 
 constexpr int kRunBars = 10000;
-
-SIndex CrossoverSystem() {
-  SIndex x("MACross", kIndexSystem);
-  x.SetExpression(0, "crossup(avg(c, 5), avg(c, 20))");
-  x.SetExpression(1, "crossdown(avg(c, 5), avg(c, 20))");
-  x.SetExpression(2, "crossdown(avg(c, 5), avg(c, 20))");
-  x.SetExpression(3, "crossup(avg(c, 5), avg(c, 20))");
-  return x;
-}
 
 // A finished run: trade table, 42 summary rows and its summary-info record.
 struct FinishedRun {
@@ -110,66 +102,68 @@ void FillByRecord(const SString& path, Create create, int records, int fields) {
   }
 }
 
-void BM_SummaryFile_ByRecord(benchmark::State& state) {
-  FinishedRun run;
-  SSimulation& sim = *run.sim;
-  for (auto _ : state)
-    FillByRecord(
-        sim.SummaryFile, [&](const SString& p) { sim.CreateIndividualSummaryDB(p); }, sim.SummaryCount, 9);
-  Counters(state, run);
-}
-BENCHMARK(BM_SummaryFile_ByRecord)->Unit(benchmark::kMicrosecond);
-
-void BM_SummaryFile_CreateInsert(benchmark::State& state) {
-  FinishedRun run;
-  SSimulation& sim = *run.sim;
-  for (auto _ : state) {
-    sim.CreateIndividualSummaryDB(sim.SummaryFile);
-    sim.InsertIndividualSummaryDB(sim.SummaryFile);
-  }
-  Counters(state, run);
-}
-BENCHMARK(BM_SummaryFile_CreateInsert)->Unit(benchmark::kMicrosecond);
-
 // The optimiser writes every run's files under new names.
 SString RunPath(const FinishedRun& run, const char* base, long k) { return SString(run.dir) + base + ltos(k) + ".rpt"; }
 
-void BM_SummaryFile_Whole(benchmark::State& state) {
-  FinishedRun run;
-  long k = 0;
-  for (auto _ : state) WriteIndividualSummaryFile(*run.sim, RunPath(run, "Summary", k++));
-  Counters(state, run);
-}
-BENCHMARK(BM_SummaryFile_Whole)->Unit(benchmark::kMicrosecond);
+// A run's two report files, each written three ways below.
+struct RunFile {
+  const char* base;
+  int (SSimulation::*create)(SString);
+  int (SSimulation::*insert)(SString);
+  bool (*whole)(SSimulation&, const SString&);
+  int fields;
+  int (*records)(const SSimulation&);
+};
+const RunFile kSummaryFile = {"Summary",
+                              &SSimulation::CreateIndividualSummaryDB,
+                              &SSimulation::InsertIndividualSummaryDB,
+                              WriteIndividualSummaryFile,
+                              9,
+                              [](const SSimulation& s) { return s.SummaryCount; }};
+const RunFile kTradeListFile = {"TradeList",
+                                &SSimulation::CreateTradingHistoryDB,
+                                &SSimulation::InsertTradingHistoryDB,
+                                WriteTradeListFile,
+                                19,
+                                [](const SSimulation& s) { return s.Trades.GetCount(); }};
 
-void BM_TradeListFile_ByRecord(benchmark::State& state) {
+// Created, then filled through DB one commit per record (the former way).
+void BM_File_ByRecord(benchmark::State& state, const RunFile& f) {
   FinishedRun run;
   SSimulation& sim = *run.sim;
+  const SString path = RunPath(run, f.base, 0);
   for (auto _ : state)
     FillByRecord(
-        sim.TradeListFile, [&](const SString& p) { sim.CreateTradingHistoryDB(p); }, sim.Trades.GetCount(), 19);
+        path, [&](const SString& p) { (sim.*f.create)(p); }, f.records(sim), f.fields);
   Counters(state, run);
 }
-BENCHMARK(BM_TradeListFile_ByRecord)->Unit(benchmark::kMicrosecond);
 
-void BM_TradeListFile_CreateInsert(benchmark::State& state) {
+// The host's way: the create, then the insert in one transaction.
+void BM_File_CreateInsert(benchmark::State& state, const RunFile& f) {
   FinishedRun run;
   SSimulation& sim = *run.sim;
+  const SString path = RunPath(run, f.base, 0);
   for (auto _ : state) {
-    sim.CreateTradingHistoryDB(sim.TradeListFile);
-    sim.InsertTradingHistoryDB(sim.TradeListFile);
+    (sim.*f.create)(path);
+    (sim.*f.insert)(path);
   }
   Counters(state, run);
 }
-BENCHMARK(BM_TradeListFile_CreateInsert)->Unit(benchmark::kMicrosecond);
 
-void BM_TradeListFile_Whole(benchmark::State& state) {
+// The optimiser's way: built whole in memory, one write, one rename.
+void BM_File_Whole(benchmark::State& state, const RunFile& f) {
   FinishedRun run;
   long k = 0;
-  for (auto _ : state) WriteTradeListFile(*run.sim, RunPath(run, "TradeList", k++));
+  for (auto _ : state) f.whole(*run.sim, RunPath(run, f.base, k++));
   Counters(state, run);
 }
-BENCHMARK(BM_TradeListFile_Whole)->Unit(benchmark::kMicrosecond);
+
+BENCHMARK_CAPTURE(BM_File_ByRecord, Summary, kSummaryFile)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_File_CreateInsert, Summary, kSummaryFile)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_File_Whole, Summary, kSummaryFile)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_File_ByRecord, TradeList, kTradeListFile)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_File_CreateInsert, TradeList, kTradeListFile)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_File_Whole, TradeList, kTradeListFile)->Unit(benchmark::kMicrosecond);
 
 // What waiting for the disk would add: a trade-list sized table written
 // whole, with and without the sync before the rename.
