@@ -21,6 +21,7 @@
 #include "PriceCsv.h"
 #include "chartcalc.h"
 #include "core/Cp949.h"
+#include "simulation/SimTestUtil.h"
 
 using namespace chartcalc::detail;
 

@@ -4,11 +4,8 @@
 // unusable.
 #include <unistd.h>
 
-#include <memory>
-
 #include "CliTestUtil.h"
 #include "EquityPage.h"
-#include "NamedDefinition.h"
 
 namespace fs = std::filesystem;
 
@@ -16,66 +13,20 @@ namespace {
 
 std::string Tmp(const std::string& name) { return std::string(CHARTCALC_TEST_TMP) + "/report/" + name; }
 
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
 const std::vector<std::string> kPages = {"summary.html", "trades.html", "summary2.html", "trades2.html", "equity.html"};
 
-// A report folder holding run `run` of MACross over the sample, written as
-// the optimiser writes a run (labels in English).
-std::string BuildReportFolder(const std::string& name, int run) {
-  const std::string dir = Tmp(name) + "/";
-  fs::remove_all(dir);
-  SetIndexDir(DefaultIndexDir().c_str());
-  SetLangType(kLangEnglish);
-  CliOptions named;
-  named.args = {"report", "MACross"};
-  std::ostringstream err;
-  SIndex system;
-  EXPECT_EQ(PrepareNamed(named, {kIndexSystem}, system, err), kExitOk) << err.str();
-  SPriceData prices;
-  std::string error;
-  EXPECT_TRUE(ReadPriceCsv(DefaultDataFile(), prices, error)) << error;
-  SFunctionList functions;
-  functions.ReadFunction();
-  auto sim = std::make_unique<SSimulation>();
-  sim->SetSymbolName("sample");
-  sim->SetTickSize(0.01);
-  sim->SetIndex(system);
-  sim->SumInfoFile = (dir + "SumInfo.rpt").c_str();
-  sim->SummaryFile = (dir + "Summary" + std::to_string(run) + ".rpt").c_str();
-  sim->TradeListFile = (dir + "TradeList" + std::to_string(run) + ".rpt").c_str();
-  sim->CreateSummaryDB(sim->SumInfoFile);
-  auto s = [&prices](int slot) { return &prices.GetSeries(slot); };
-  sim->SetVariablePointer(s(kClose), s(kOpen), s(kHigh), s(kLow), s(kVolume), s(kDateTime), s(kOpenInterest),
-                          s(kAmount), s(kSpread));
-  sim->SetFunction(&functions);
-  sim->SetVariableToIndex();
-  sim->Index.Calc();
-  sim->ProcessStop();
-  sim->Index.PreProcess();
-  sim->SetHistoryToZero();
-  sim->SetHistory();
-  sim->SummaryCount = 0;
-  sim->SetSummary();
-  sim->CreateIndividualSummaryDB(sim->SummaryFile);
-  sim->InsertIndividualSummaryDB(sim->SummaryFile);
-  sim->CreateTradingHistoryDB(sim->TradeListFile);
-  sim->InsertTradingHistoryDB(sim->TradeListFile);
-  EXPECT_GT(sim->Trades.GetCount(), 5);
-  return dir;
-}
-
-// A copy of a run 3 folder made once per test process (tests run in
-// parallel processes; a run costs a back-test). Its summary-info record
-// names the files of the first folder.
+// A copy of run 3 of a MACross optimisation over the sample, run once per
+// test process (tests run in parallel processes). Its summary-info record
+// names the files of the folder the optimiser wrote.
 std::string MakeReportFolder(const std::string& name) {
   struct Pristine {
-    std::string dir = BuildReportFolder("pristine-" + std::to_string(getpid()), 3);
+    std::string dir = Tmp("pristine-" + std::to_string(getpid())) + "/";
+    Pristine() {
+      fs::remove_all(dir);
+      ToolRun r = RunTool({"optimise", "MACross", "--var", "short=3:6:1", "--top", "0", "--out", dir});
+      EXPECT_EQ(r.status, 0) << r.err;
+      EXPECT_GT(simtest::TableRecords(dir + "TradeList3.rpt").size(), 5u);
+    }
     ~Pristine() { fs::remove_all(dir); }
   };
   static const Pristine pristine;
@@ -83,13 +34,6 @@ std::string MakeReportFolder(const std::string& name) {
   fs::remove_all(dir);
   fs::copy(pristine.dir, dir);
   return dir;
-}
-
-int Records(const std::string& path) {
-  DB db(path.c_str(), 0);
-  int n = 0;
-  for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) n += !db.Deleted();
-  return n;
 }
 
 // The tags of a page in order, without comments and the doctype.
@@ -127,11 +71,7 @@ std::string Unbalanced(const std::string& html) {
   return open.empty() ? "" : "<" + open.back() + "> left open";
 }
 
-size_t Count(const std::string& text, const std::string& what) {
-  size_t n = 0;
-  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-  return n;
-}
+using simtest::Occurrences;
 
 ToolRun Report(const std::string& folder, const std::string& out, const std::string& lang = "en",
                const std::string& run = "3") {
@@ -139,45 +79,38 @@ ToolRun Report(const std::string& folder, const std::string& out, const std::str
 }
 
 // The folder is a copy: its summary-info record names the files where the
-// run wrote them, and the run must be found by the files' own names.
-TEST(ReportCommand, RunOfAMovedFolderWritesFiveBalancedPagesAndOneMarkerPerTrade) {
-  const std::string folder = MakeReportFolder("found"), out = Tmp("found-pages");
+// run wrote them, and the run must be found by the files' own names. Korean
+// pages differ from English ones in their labels only.
+TEST(ReportCommand, RunOfAMovedFolderWritesFiveBalancedPagesInEitherLanguage) {
+  const std::string folder = MakeReportFolder("found"), out = Tmp("found-pages"), ko = Tmp("found-ko");
   DB info((folder + "SumInfo.rpt").c_str(), 0);
   info.MoveFirst(1);
   ASSERT_EQ(std::string(info.GetStr("SumFileName")).rfind(folder, 0), std::string::npos);
   ToolRun r = Report(folder, out);
   ASSERT_EQ(r.status, 0) << r.err;
+  ASSERT_EQ(Report(folder, ko, "ko").status, 0);
+  auto tags = [](const std::string& html) {
+    std::vector<std::string> t = Tags(html);
+    t.erase(std::remove_if(t.begin(), t.end(), [](const std::string& s) { return TagName(s) == "html"; }), t.end());
+    return t;
+  };
   for (const std::string& page : kPages) {
-    const std::string html = ReadText(out + "/" + page);
+    const std::string html = simtest::ReadBytes(out + "/" + page), korean = simtest::ReadBytes(ko + "/" + page);
     ASSERT_FALSE(html.empty()) << page;
     EXPECT_EQ(Unbalanced(html), "") << page;
     EXPECT_NE(r.out.find(page), std::string::npos) << r.out;
+    EXPECT_NE(html, korean) << page;
+    EXPECT_EQ(tags(html), tags(korean)) << page;
   }
   // Nothing else is left in the output directory (the staging is gone).
   EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 5);
-  const std::string equity = ReadText(out + "/equity.html");
-  EXPECT_EQ(Count(equity, "<svg"), 1u);
-  EXPECT_EQ(Count(equity, "<circle class=\"trade"), static_cast<size_t>(Records(folder + "TradeList3.rpt")));
+  const std::string equity = simtest::ReadBytes(out + "/equity.html");
+  EXPECT_EQ(Occurrences(equity, "<svg"), 1u);
+  EXPECT_EQ(Occurrences(equity, "<circle class=\"trade"), simtest::TableRecords(folder + "TradeList3.rpt").size());
   EXPECT_NE(equity.find("MACross"), std::string::npos);
   EXPECT_NE(equity.find("sample"), std::string::npos);
-  EXPECT_NE(ReadText(out + "/trades.html").find("charset=euc-kr"), std::string::npos);
-}
-
-TEST(ReportCommand, KoreanPagesDifferFromEnglishOnlyInLabels) {
-  const std::string folder = MakeReportFolder("lang");
-  ASSERT_EQ(Report(folder, Tmp("lang-en"), "en").status, 0);
-  ASSERT_EQ(Report(folder, Tmp("lang-ko"), "ko").status, 0);
-  for (const std::string& page : kPages) {
-    const std::string en = ReadText(Tmp("lang-en/") + page), ko = ReadText(Tmp("lang-ko/") + page);
-    EXPECT_NE(en, ko) << page;
-    auto tags = [](const std::string& html) {
-      std::vector<std::string> t = Tags(html);
-      t.erase(std::remove_if(t.begin(), t.end(), [](const std::string& s) { return TagName(s) == "html"; }), t.end());
-      return t;
-    };
-    EXPECT_EQ(tags(en), tags(ko)) << page;
-  }
-  EXPECT_NE(ReadText(Tmp("lang-ko/equity.html")).find("자산 곡선"), std::string::npos);
+  EXPECT_NE(simtest::ReadBytes(out + "/trades.html").find("charset=euc-kr"), std::string::npos);
+  EXPECT_NE(simtest::ReadBytes(ko + "/equity.html").find("자산 곡선"), std::string::npos);
 }
 
 TEST(ReportCommand, MissingRunOrBadArgumentsExitOneAndWriteNothing) {
@@ -274,9 +207,9 @@ TEST(EquityPage, DrawdownFromTheRunningPeakNotFromTheEnd) {
   EXPECT_NE(html.find("<td>-60</td>"), std::string::npos) << html;
   EXPECT_NE(html.find("<td>130</td>"), std::string::npos);
   EXPECT_NE(html.find("Sys&lt;1&gt; \xC2\xB7 ABC \xC2\xB7 run 7"), std::string::npos);
-  EXPECT_EQ(Count(html, "class=\"trade win\""), 2u);
-  EXPECT_EQ(Count(html, "class=\"trade loss\""), 1u);
-  EXPECT_EQ(Count(html, "class=\"trade open\""), 1u);
+  EXPECT_EQ(Occurrences(html, "class=\"trade win\""), 2u);
+  EXPECT_EQ(Occurrences(html, "class=\"trade loss\""), 1u);
+  EXPECT_EQ(Occurrences(html, "class=\"trade open\""), 1u);
   EXPECT_EQ(Unbalanced(html), "");
   run.trades.clear();
   EXPECT_NE(EquityPageHtml(run).find("No trades"), std::string::npos);

@@ -4,10 +4,10 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "SimTestUtil.h"
 #include "chartcalc.h"
 #include "core/Cp949.h"
 
@@ -65,16 +65,11 @@ struct ReportRun {
     SSimulation sim;
     (sim.*c.write)(info, runFile.empty() ? (c.summary ? summary : trades) : runFile, out);
     SetLangType(1);
-    std::ifstream in(out, std::ios::binary);
-    return fs::is_regular_file(out) ? std::string(std::istreambuf_iterator<char>(in), {}) : "absent";
+    return fs::is_regular_file(out) ? simtest::ReadBytes(out) : "absent";
   }
 };
 
-int Count(const std::string& s, const std::string& what) {
-  int n = 0;
-  for (size_t p = s.find(what); p != std::string::npos; p = s.find(what, p + 1)) ++n;
-  return n;
-}
+int Count(const std::string& s, const std::string& what) { return static_cast<int>(simtest::Occurrences(s, what)); }
 
 // The page without the text between its tags.
 std::string Skeleton(const std::string& page) {

@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -21,34 +20,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string TestDir() {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  const fs::path dir = fs::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name());
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  return dir.string() + "/";
-}
-
 std::string Ko(const std::string& utf8) {
   std::string out;
   EXPECT_TRUE(Utf8ToCp949(utf8, out)) << utf8;
   return out;
 }
 
-std::string Bytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 // Every record of a table file, each as its fields' values joined by "|".
 std::vector<std::string> Records(const std::string& path) {
-  DB db(path.c_str(), 0);
   std::vector<std::string> out;
-  for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) {
-    std::string line;
-    for (int f = 0; f < db.GetFieldCount(); ++f)
-      line += (f ? "|" : "") + std::string(db.GetStr(db.GetField(f)->name.c_str()));
-    out.push_back(line);
+  for (const auto& row : TableRecords(path)) {
+    out.emplace_back();
+    for (size_t f = 0; f < row.size(); ++f) out.back() += (f ? "|" : "") + row[f];
   }
   return out;
 }
@@ -89,7 +72,7 @@ constexpr const char* kTradeFieldList =
     "TradeNo,EntryType,ExitType,EntryDate,ExitDate,EntryTime,ExitTime,EntryPrice,ExitPrice,Quantity,Runup,"
     "Drawdown,EntryEff,ExitEff,TotalEff,ProfitLossRatio,CumProfitLossRatio,ProfitLoss,CumProfitLoss";
 
-TEST(TradeListFile, ValuesFollowTheirFormatsForClosedShortAndOpenTrades) {
+TEST(TradeListFile, ValuesFollowTheirFormatsAndLanguageForClosedShortAndOpenTrades) {
   LangGuard english(1);
   const std::string dir = TestDir();
   SSimulation sim;
@@ -106,18 +89,10 @@ TEST(TradeListFile, ValuesFollowTheirFormatsForClosedShortAndOpenTrades) {
       "20.00|3.9|1.1",
   };
   EXPECT_EQ(Records(dir + "TradeList0.rpt"), expected);
-}
-
-TEST(TradeListFile, KoreanTypesAreCodePage949Words) {
-  LangGuard korean(0);
-  const std::string dir = TestDir();
-  SSimulation sim;
-  ThreeTrades(sim);
-  ASSERT_TRUE(WriteTradeListFile(sim, dir + "t.rpt"));
-  DB db((dir + "t.rpt").c_str(), 0);
+  SetLangType(0);  // the types are code page 949 words
+  ASSERT_TRUE(WriteTradeListFile(sim, dir + "ko.rpt"));
   std::string types;
-  for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1))
-    types += std::string(db.GetStr("EntryType")) + db.GetStr("ExitType") + ";";
+  for (const auto& row : TableRecords(dir + "ko.rpt")) types += row[1] + row[2] + ";";
   EXPECT_EQ(types, Ko("매수진입매수청산;매도진입매도청산;매수진입매수유지;"));
 }
 
@@ -169,7 +144,7 @@ TEST(ReportFiles, OneStepFilesEqualCreateThenInsert) {
 
 // ---- whole or absent ----------------------------------------------------------------
 
-TEST(ReportFiles, UnwritablePlaceLeavesNoFile) {
+TEST(ReportFiles, UnwritablePlaceOrDamagedFileIsLeftAsItWas) {
   const std::string dir = TestDir();
   SSimulation sim;
   ThreeTrades(sim);
@@ -183,24 +158,16 @@ TEST(ReportFiles, UnwritablePlaceLeavesNoFile) {
     EXPECT_TRUE(fs::is_empty(dir + "ro"));
     fs::permissions(dir + "ro", fs::perms::owner_all);
   }
-  EXPECT_EQ(Bytes(dir + "plain"), "x");
-}
-
-TEST(ReportFiles, InsertIntoDamagedFileLeavesItUntouched) {
-  const std::string dir = TestDir();
-  SSimulation sim;
-  ThreeTrades(sim);
   sim.CreateTradingHistoryDB(dir + "t.rpt");
-  std::string damaged = Bytes(dir + "t.rpt").substr(0, 3000);
+  const std::string damaged = ReadBytes(dir + "t.rpt").substr(0, 3000);
   std::ofstream(dir + "t.rpt", std::ios::binary | std::ios::trunc) << damaged;
-  std::ofstream(dir + "g.rpt", std::ios::binary) << "not a table at all";
   sim.InsertTradingHistoryDB(dir + "t.rpt");
-  sim.InsertIndividualSummaryDB(dir + "g.rpt");
+  sim.InsertIndividualSummaryDB(dir + "plain");
   SSummaryInfo info;
-  sim.InsertSummaryDB(dir + "g.rpt", info);
-  EXPECT_EQ(Bytes(dir + "t.rpt"), damaged);
-  EXPECT_EQ(Bytes(dir + "g.rpt"), "not a table at all");
+  sim.InsertSummaryDB(dir + "plain", info);
   sim.InsertTradingHistoryDB(dir + "missing.rpt");
+  EXPECT_EQ(ReadBytes(dir + "t.rpt"), damaged);
+  EXPECT_EQ(ReadBytes(dir + "plain"), "x");
   EXPECT_FALSE(fs::exists(dir + "missing.rpt"));
 }
 
@@ -226,23 +193,18 @@ TEST(ReportFiles, InsertFailingHalfwayLeavesNoneOfItsRecords) {
 // The summary-info file stays open between records; a file put in its place
 // (by this simulation or anyone else) must receive the next record.
 TEST(SummaryInfoFile, RecordsFollowTheFileThatNowHasThePath) {
-  const std::string dir = TestDir();
-  const std::string path = dir + "SumInfo.rpt";
-  SSimulation sim;
+  const std::string path = TestDir() + "SumInfo.rpt";
+  SSimulation sim, other;
   SSummaryInfo info;
+  auto insert = [&](SSimulation& into, const char* status) { info.Status = status, into.InsertSummaryDB(path, info); };
   sim.CreateSummaryDB(path);
-  info.Status = "first";
-  sim.InsertSummaryDB(path, info);
+  insert(sim, "first");
   sim.CreateSummaryDB(path);
-  info.Status = "second";
-  sim.InsertSummaryDB(path, info);
-  SSimulation other;
+  insert(sim, "second");
   other.CreateSummaryDB(path);  // replaced behind sim's back
-  info.Status = "third";
-  sim.InsertSummaryDB(path, info);
+  insert(sim, "third");
   SSimulation copy(sim);
-  info.Status = "fourth";
-  copy.InsertSummaryDB(path, info);
+  insert(copy, "fourth");
   DB db(path.c_str(), 0);
   std::string statuses;
   for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) statuses += std::string(db.GetStr("Status")) + ";";

@@ -1,7 +1,13 @@
 // Hand-built markets and signal series for back-test tests.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
 #include <initializer_list>
+#include <iterator>
+#include <string>
 #include <vector>
 
 #include "chartcalc.h"
@@ -67,5 +73,40 @@ inline void SetSignals(SSimulation& sim, std::initializer_list<std::vector<doubl
 // A signal value of the given exit kind (0 for entries and the indicator's
 // own exits).
 inline double Signal(double price, int kind = 0) { return kind * 100000000.0 + price; }
+
+// An empty folder of the running test's own (one per suffix), with a
+// trailing '/'.
+inline std::string TestDir(const std::string& suffix = "") {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  const std::filesystem::path dir =
+      std::filesystem::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name() + suffix);
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  return dir.string() + "/";
+}
+
+// A file's bytes; "" when it cannot be read.
+inline std::string ReadBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// How often `what` occurs in text (overlaps included).
+inline size_t Occurrences(const std::string& text, const std::string& what) {
+  size_t n = 0;
+  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+  return n;
+}
+
+// Every record of a table file, each as its fields' values in declared order.
+inline std::vector<std::vector<std::string>> TableRecords(const std::string& path) {
+  DB db(path.c_str(), 0);
+  std::vector<std::vector<std::string>> rows;
+  for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) {
+    rows.emplace_back();
+    for (int f = 0; f < db.GetFieldCount(); ++f) rows.back().push_back(db.GetStr(db.GetField(f)->name.c_str()));
+  }
+  return rows;
+}
 
 }  // namespace simtest
