@@ -47,8 +47,11 @@ TEST(BacktestCommand, SummaryForPeopleAndForScripts) {
   // Values end aligned: every pair line is as long as the first.
   auto lines = Rows(table.out, '\n');
   const size_t width = lines[2][0].size();
-  for (const auto& l : lines)
-    if (l[0].rfind("    ", 0) == 0) EXPECT_EQ(l[0].size(), width) << l[0];
+  for (const auto& l : lines) {
+    if (l[0].rfind("    ", 0) == 0) {
+      EXPECT_EQ(l[0].size(), width) << l[0];
+    }
+  }
   ToolRun korean = RunTool(Args({"backtest", "MACross", "--lang", "ko"}));
   EXPECT_NE(korean.out.find("전체 거래"), std::string::npos) << korean.out;
 }

@@ -276,7 +276,7 @@ TEST_F(ArrayTask, EngineVariablesPickTheShardOrAreRefused) {
     std::vector<std::pair<const char*, const char*>> env;
     std::vector<std::string> more;
     std::vector<std::string> files;  // of the 6-run grid
-    std::string refusal;
+    std::string refusal = {};
   };
   // clang-format off
   const std::vector<Case> cases = {

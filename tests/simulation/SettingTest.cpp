@@ -57,8 +57,9 @@ Values ValuesOf(const SSimulationSetting& s) {
 // key of an INI-only field) in capitals.
 SSimulationSetting Distinct() {
   SSimulationSetting s;
-  for (int n = 100; const Field& f : Fields()) {
-    std::string key = f.archive == "-" ? f.name : f.archive, v = (n++ % 2 ? "-" : "+") + std::to_string(n);
+  for (int n = 101; const Field& f : Fields()) {
+    std::string key = f.archive == "-" ? f.name : f.archive, v = (n % 2 ? "+" : "-") + std::to_string(n);
+    ++n;
     v = f.type == "double" ? v + ".0123456789012345" : f.type == "text" ? " \xC7\xD1 " + v + " " : v;
     for (char& c : key) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
     EXPECT_EQ(SetSettingByKey(s, key.c_str(), v.c_str(), nullptr), 1) << key;
