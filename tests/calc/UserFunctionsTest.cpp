@@ -131,12 +131,7 @@ TEST(SFunctionList, DelimitedTextGrowsTheListAndOutsideIndicesGiveAnEmptyRecord)
 // Deleted records and records without a name are skipped; without records or
 // without a database the list ends up empty.
 TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
-  const std::string dir = std::string(CHARTCALC_TEST_TMP) + "/ReadFunction/";
-  std::filesystem::remove_all(dir);
-  struct Restore {
-    ~Restore() { SetIndexDir("./"); }
-  } restore;
-  SetIndexDir(dir.c_str());
+  IndexDirScope scope;
   ASSERT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
   auto add = [](const char* name, const char* expression, bool deleted = false) {
     DDB db(getIndexDBFileName(4).c_str(), getUserDBFileName(4).c_str(), 1);
@@ -153,9 +148,9 @@ TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
   ASSERT_EQ(list.ReadFunction(), 1);
   ASSERT_EQ(list.GetCount(), 2);
   EXPECT_EQ(list[0].Name.str() + "|" + list[0].VarValue[1].str() + "|" + list[1].Name.str(), "diff|5|avg3");
-  std::filesystem::remove_all(dir);
+  std::filesystem::remove_all(scope.dir);
   EXPECT_EQ(list.ReadFunction() + list.GetCount(), 0);
-  EXPECT_FALSE(std::filesystem::exists(dir));  // reading creates nothing
+  EXPECT_FALSE(std::filesystem::exists(scope.dir));  // reading creates nothing
 }
 
 }  // namespace

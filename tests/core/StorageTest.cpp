@@ -66,8 +66,8 @@ TEST(CFBArchive, SaveReplacesTheWholeFileAndLoadGivesBackEveryTypeAsTheTypeAsked
   a.SetInt("Old", 1);
   ASSERT_EQ(a.SaveFile(path.c_str()), 1);
   a.Clear();
-  a.SetCategory(Ko("한글범주").c_str());
-  a.SetStr(Ko("키").c_str(), Ko("종가 차트").c_str());
+  a.SetCategory(Cp949("한글범주").c_str());
+  a.SetStr(Cp949("키").c_str(), Cp949("종가 차트").c_str());
   a.SetCategory("Chart");
   a.SetInt("Negative", INT_MIN);
   for (auto [key, v] :
@@ -90,8 +90,8 @@ TEST(CFBArchive, SaveReplacesTheWholeFileAndLoadGivesBackEveryTypeAsTheTypeAsked
   EXPECT_EQ(b.GetStr("Raw", "").str() + "|" + b.GetStr("Almost", "").str() + "|" + b.GetStr("Negative", "").str() +
                 "|" + b.GetStr("Missing", "d").str(),
             "\x80\xFF|2|-2147483648|d");
-  b.SetCategory(Ko("한글범주").c_str());
-  EXPECT_EQ(b.GetStr(Ko("키").c_str(), "").str(), Ko("종가 차트"));
+  b.SetCategory(Cp949("한글범주").c_str());
+  EXPECT_EQ(b.GetStr(Cp949("키").c_str(), "").str(), Cp949("종가 차트"));
 }
 
 TEST(CFBArchive, FailedLoadKeepsWhatTheArchiveHeldAndTheFileAsItWas) {
@@ -146,7 +146,7 @@ TEST(CFBArchive, Sqlite3ReadsOurEntriesAndWeSkipTypesWeDoNotKnow) {
   CFBArchive a, b;
   a.SetCategory("Simulation");
   a.SetDbl("JumpValue", 100.5);
-  a.SetStr("SymbolName", Ko("삼성").c_str());
+  a.SetStr("SymbolName", Cp949("삼성").c_str());
   ASSERT_EQ(a.SaveFile(path.c_str()), 1);
   EXPECT_EQ(Sqlite3(path, "SELECT category, key, type, value FROM entries ORDER BY key;"),
             "Simulation|JumpValue|double|100.5\nSimulation|SymbolName|string|삼성\n");
@@ -217,9 +217,9 @@ TEST(CIniMemFile, ForeignTextIsReadLenientlyItsOtherLinesKeptAndGarbageIsHarmles
 // Files are read as UTF-8 (with or without a byte order mark) or code page
 // 949, and saved as UTF-8 when the text converts cleanly, else as bytes.
 TEST(CIniMemFile, ValuesRoundTripThroughFilesOfBothEncodingsAndTheMemoryFile) {
-  std::string dir = TestDir(), section = Ko("알람설정"), key = Ko("개수");
+  std::string dir = TestDir(), section = Cp949("알람설정"), key = Cp949("개수");
   WriteBytes(dir + "utf8.ini", "\xEF\xBB\xBF[알람설정]\n개수=3\n");
-  WriteBytes(dir + "cp949.ini", Ko("[알람설정]\n개수=4\n"));
+  WriteBytes(dir + "cp949.ini", Cp949("[알람설정]\n개수=4\n"));
   CIniMemFile utf8((dir + "utf8.ini").c_str(), 1), doc((dir + "cp949.ini").c_str(), 1), fromMem;
   CMemFile mem;
   EXPECT_EQ(utf8.GetInt(section.c_str(), key.c_str(), 0), 3u);
@@ -334,11 +334,11 @@ TEST(TableDb, ScanKeepsInsertionOrderFindSkipsDeletedRecordsAndRewritesStayInPla
 // "Short" is 5 bytes wide and a Korean syllable takes two.
 TEST(TableDb, ValuesAreCutToTheirWidthBetweenCharactersAndComeBackByteExact) {
   std::string path = MakeTable(TestDir() + "t.rpt");
-  const std::string bytes[] = {Ko("이동평균"), std::string("\x80\xFF\xA1", 3), std::string("\xC7", 1)};
-  const std::string cuts[] = {"abcdefg", Ko("가나다"), "a" + Ko("가나")};
+  const std::string bytes[] = {Cp949("이동평균"), std::string("\x80\xFF\xA1", 3), std::string("\xC7", 1)};
+  const std::string cuts[] = {"abcdefg", Cp949("가나다"), "a" + Cp949("가나")};
   DB db(path.c_str(), 0);
   for (size_t i = 0; i < 3; ++i) ASSERT_EQ(Put(db, "k", bytes[i], cuts[i]), 1);
-  EXPECT_EQ(Scan(db), (Names{"k=" + bytes[0] + "/abcde", "k=" + bytes[1] + "/" + Ko("가나"), "k=\xC7/a" + Ko("가나")}));
+  EXPECT_EQ(Scan(db), (Names{"k=" + bytes[0] + "/abcde", "k=" + bytes[1] + "/" + Cp949("가나"), "k=\xC7/a" + Cp949("가나")}));
   EXPECT_EQ(db.FindFirst("Expression0", bytes[1].c_str()), 1);
 }
 
@@ -423,7 +423,7 @@ TEST(TableDb, LockedFileFailsInsteadOfWaitingForever) {
 TEST(TableDbInterop, Sqlite3ReadsOurRowsAndWeReadItsRows) {
   if (!HaveSqlite3()) GTEST_SKIP() << "sqlite3 is not installed";
   std::string path = MakeTable(TestDir() + "t.rpt");
-  AddRecord(path, Ko("이동평균"), "avg(close, 5)");
+  AddRecord(path, Cp949("이동평균"), "avg(close, 5)");
   AddRecord(path, "raw", std::string("\x80\x81", 2));
   EXPECT_EQ(Sqlite3(path,
                     "SELECT name, type, width FROM fields ORDER BY position;"
@@ -436,7 +436,7 @@ TEST(TableDbInterop, Sqlite3ReadsOurRowsAndWeReadItsRows) {
           "('long', NULL, 'abcdefghij', 0), ('gone', NULL, NULL, 1), ('hex', NULL, hex(zeroblob(300000)), 0);");
   DB db(path.c_str(), 0);
   // A value too long for its field is read no longer than its width.
-  EXPECT_EQ(Scan(db), (Names{Ko("이동평균") + "=avg(close, 5)", "raw=\x80\x81", Ko("종가평균") + "=avg(close, 20)",
+  EXPECT_EQ(Scan(db), (Names{Cp949("이동평균") + "=avg(close, 5)", "raw=\x80\x81", Cp949("종가평균") + "=avg(close, 20)",
                              "long=/abcde", "gone=:deleted", "hex=/00000"}));
 }
 

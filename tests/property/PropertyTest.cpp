@@ -201,13 +201,6 @@ TEST(IndexProp, FindRealKeyIgnoresCaseAndTakesTheFirstMatch) {
 
 // ---- support and resistance lines ---------------------------------------------
 
-// Points the index directory at a fresh directory for one test.
-struct IndexDirScope {
-  IndexDirScope() : dir(TestDir()) { SetIndexDir(dir.c_str()); }
-  ~IndexDirScope() { SetIndexDir("./"); }
-  std::string dir;
-};
-
 // Worked by hand from the previous day's open, high, low and close. The pivot
 // is P = (H + L + C) / 3; DeMark's X weighs the high when the day closed above
 // its open, the low when below, and the close when flat.
