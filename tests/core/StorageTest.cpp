@@ -338,7 +338,8 @@ TEST(TableDb, ValuesAreCutToTheirWidthBetweenCharactersAndComeBackByteExact) {
   const std::string cuts[] = {"abcdefg", Cp949("가나다"), "a" + Cp949("가나")};
   DB db(path.c_str(), 0);
   for (size_t i = 0; i < 3; ++i) ASSERT_EQ(Put(db, "k", bytes[i], cuts[i]), 1);
-  EXPECT_EQ(Scan(db), (Names{"k=" + bytes[0] + "/abcde", "k=" + bytes[1] + "/" + Cp949("가나"), "k=\xC7/a" + Cp949("가나")}));
+  EXPECT_EQ(Scan(db),
+            (Names{"k=" + bytes[0] + "/abcde", "k=" + bytes[1] + "/" + Cp949("가나"), "k=\xC7/a" + Cp949("가나")}));
   EXPECT_EQ(db.FindFirst("Expression0", bytes[1].c_str()), 1);
 }
 
@@ -436,8 +437,8 @@ TEST(TableDbInterop, Sqlite3ReadsOurRowsAndWeReadItsRows) {
           "('long', NULL, 'abcdefghij', 0), ('gone', NULL, NULL, 1), ('hex', NULL, hex(zeroblob(300000)), 0);");
   DB db(path.c_str(), 0);
   // A value too long for its field is read no longer than its width.
-  EXPECT_EQ(Scan(db), (Names{Cp949("이동평균") + "=avg(close, 5)", "raw=\x80\x81", Cp949("종가평균") + "=avg(close, 20)",
-                             "long=/abcde", "gone=:deleted", "hex=/00000"}));
+  EXPECT_EQ(Scan(db), (Names{Cp949("이동평균") + "=avg(close, 5)", "raw=\x80\x81",
+                             Cp949("종가평균") + "=avg(close, 20)", "long=/abcde", "gone=:deleted", "hex=/00000"}));
 }
 
 // ---- two-file tables ----------------------------------------------------------

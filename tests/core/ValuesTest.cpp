@@ -36,7 +36,8 @@ TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
   copy[2] = 0;
   s.SetStartIndex(2);
   s.ReAlloc(10);
-  EXPECT_EQ(std::tuple(s.GetCapacity(), ValidValues(s), ValidValues(copy)), std::tuple(10, Doubles{6, 8}, Doubles{4, 5, 0, 8}));
+  EXPECT_EQ(std::tuple(s.GetCapacity(), ValidValues(s), ValidValues(copy)),
+            std::tuple(10, Doubles{6, 8}, Doubles{4, 5, 0, 8}));
 }
 
 TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
@@ -157,7 +158,7 @@ TEST(SVectorSearch, NonZeroSearchesPositionsAndRangeExtremes) {
   EXPECT_EQ(found, (std::vector<int>{2, 4, -1, 2, -1, 4, -1}));
   // e's bar 0 lies before its start index; mode 1 skips zeros.
   const Doubles extremes = {s.GetFirstNonZeroValue(), e.GetMax(),         e.GetMin(),        e.GetMax(0, 2, 0),
-                           e.GetMin(3, 99, 0),       e.GetMin(3, 99, 1), e.GetMaxTemp(1, 2)};
+                            e.GetMin(3, 99, 0),       e.GetMin(3, 99, 1), e.GetMaxTemp(1, 2)};
   EXPECT_EQ(extremes, (Doubles{3, 8, -2, 0, 0, 8, 0}));
 }
 
@@ -171,7 +172,7 @@ TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
   // clang-format on
   EXPECT_EQ(parts, (std::vector<long>{20240105, 20240105, 93000, 0, 2024, 1, 5, 9, 30, 20240105, 1, 0, 0}));
   const Doubles next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
-                       GetNextTime(20231231, 24 * 60)};
+                        GetNextTime(20231231, 24 * 60)};
   EXPECT_EQ(next, (Doubles{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
 }
 

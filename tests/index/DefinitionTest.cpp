@@ -6,7 +6,6 @@
 // Each test gets an empty index directory of its own.
 class Definition : public ::testing::Test {
  protected:
-
   std::string Stored(int kind, const char* name, const char* field) {
     DDB db = OpenIndexDb(kind);
     return db.FindFirst("IndexName", name) ? db.GetStr(field) : "<no record>";
@@ -169,7 +168,8 @@ TEST_F(Definition, FailedReadsLeaveTheIndicatorAsItWasAndCreateNothing) {
   EXPECT_EQ(r.ReadExpression("there"), 0);         // the user file is missing
   ASSERT_EQ(w.WriteExpression("there", 1, 0), 1);  // now with the user file
   EXPECT_EQ(r.ReadExpression("nobody") + r.ReadExpression(nullptr) + r.ReadIndex("there"), 0);
-  EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (scope_.dir + "none.idx").c_str()), 0);  // explicit names win
+  EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (scope_.dir + "none.idx").c_str()),
+            0);  // explicit names win
   EXPECT_EQ(std::tuple(r.IndexName.str(), r.Expression[0].str()), std::tuple("keep", "c"));
   EXPECT_EQ(r.ReadExpression("there"), 1);
   for (int kind : {-1, 5, 6, 10, 30})  // kinds without a record
