@@ -89,14 +89,14 @@ TEST_F(ParserTest, VariablesAndErrorsKeepTheirStateAcrossCalculationsAndCopies) 
   EXPECT_EQ(Message(), "a" + Cp949("이(가) 정의되지 않았습니다.") + "\n");
   EXPECT_EQ(Evaluate(bars, "xyz").message, "xyzis not defined.\n");
   // Delays of variables are not checked.
-  EXPECT_EQ(std::pair(Run("x = 1; y = x; y(2)").GetStartIndex(), calc.ErrorCount), std::pair(2, 0));
+  EXPECT_EQ((std::pair{Run("x = 1; y = x; y(2)").GetStartIndex(), calc.ErrorCount}), std::pair(2, 0));
   SCalc assigned, unbound;
   assigned = copy;
   copy.ClearNameTable();
   assigned.SetExpression("a * 3");  // made before InitCalc, the copy kept a
   EXPECT_EQ(assigned.Calculate()[4], 21.0);
   unbound.SetExpression("1 + 1");
-  EXPECT_EQ(std::pair(unbound.Calculate().GetSize(), unbound.ErrorCount), std::pair(0, 0));
+  EXPECT_EQ((std::pair{unbound.Calculate().GetSize(), unbound.ErrorCount}), std::pair(0, 0));
 }
 
 }  // namespace

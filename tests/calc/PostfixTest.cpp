@@ -122,7 +122,7 @@ TEST(Postfix, OverlongAndMalformedFormulasDoNotCrash) {
                         "x = ; x", "if(c)", "@#$ + 1", "c ^ ^ 2"})
     EXPECT_LE(PostfixRun(bars, f).Eval().GetSize(), 20) << f;
   SCalc never;  // nothing compiled
-  EXPECT_EQ(std::pair(never.CalcOp(nullptr).GetSize(), never.GetEvalValue(3)->GetSize()), std::pair(0, 0));
+  EXPECT_EQ((std::pair{never.CalcOp(nullptr).GetSize(), never.GetEvalValue(3)->GetSize()}), std::pair(0, 0));
 }
 
 TEST(Postfix, CopiesOfStacksStartEmptyAndCopiedEnginesStillEvaluate) {

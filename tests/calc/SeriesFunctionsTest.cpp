@@ -77,7 +77,7 @@ TEST_F(SeriesFunctionsTest, ExponentialSumsFollowTheirRecurrences) {
   BoundCalc e(bars);  // an unexpected token after the series: no valid bar and no message
   e.calc.SetExpression("c ;");
   e.calc.GetToken();
-  EXPECT_EQ(std::pair(e.calc.ProcessVectorFunction("esum").GetStartIndex(), e.calc.ErrorCount),
+  EXPECT_EQ((std::pair{e.calc.ProcessVectorFunction("esum").GetStartIndex(), e.calc.ErrorCount}),
             std::pair(kInvalidStart, 0));
 }
 

@@ -31,40 +31,18 @@ std::string Codes(const int (&a)[kPriceChartTypes]) {
 // slip in the record's own table shows.
 TEST(PriceProperty, EveryChartTypeHasTheDefaultsOfTheSettingsTable) {
   const PP p;
-  const std::string got[] = {Codes(p.WhiteLineColor),
-                             Codes(p.WhiteLineFill),
-                             Codes(p.BlackLineColor),
-                             Codes(p.BlackLineFill),
-                             Codes(p.VolumeAtPriceColor),
-                             Codes(p.BlWhiteLineColor),
-                             Codes(p.BlWhiteLineFill),
-                             Codes(p.BlBlackLineColor),
-                             Codes(p.BlBlackLineFill),
-                             Codes(p.BlVolumeAtPrice),
-                             Codes(p.BlVolumeDisp),
-                             Codes(p.BlName1),
-                             Codes(p.BlValue1),
-                             Codes(p.BlName2),
-                             Codes(p.BlValue2),
-                             Join(p.Value1),
-                             Join(p.Value2)};
-  const std::string want[] = {"RRRRRRRRRR0RRRRRR0",
-                              "111111111111011110",
-                              "FFFFFFFFFF0FFFFFF0",
-                              "111111111111111110",
-                              "VVVVVVVVVVVVVVVVR0",
-                              "111111111101111110",
-                              "100010100101100110",
-                              "111011111101101110",
-                              "100010100101100110",
-                              "000010000000000010",
-                              "000010000000000000",
-                              "111111111110010111",
-                              "111111111110010111",
-                              "000001000000000100",
-                              "000001000000000100",
-                              "10 10 10 10 10 3 3 3 3 3 25 0 0 10 0 10 5 30 ",
-                              "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 10 0 0 "};
+  // clang-format off
+  const std::string got[] = {Codes(p.WhiteLineColor), Codes(p.WhiteLineFill), Codes(p.BlackLineColor),
+                             Codes(p.BlackLineFill), Codes(p.VolumeAtPriceColor), Codes(p.BlWhiteLineColor),
+                             Codes(p.BlWhiteLineFill), Codes(p.BlBlackLineColor), Codes(p.BlBlackLineFill),
+                             Codes(p.BlVolumeAtPrice), Codes(p.BlVolumeDisp), Codes(p.BlName1), Codes(p.BlValue1),
+                             Codes(p.BlName2), Codes(p.BlValue2), Join(p.Value1), Join(p.Value2)};
+  const std::string want[] = {"RRRRRRRRRR0RRRRRR0", "111111111111011110", "FFFFFFFFFF0FFFFFF0", "111111111111111110",
+                              "VVVVVVVVVVVVVVVVR0", "111111111101111110", "100010100101100110", "111011111101101110",
+                              "100010100101100110", "000010000000000010", "000010000000000000", "111111111110010111",
+                              "111111111110010111", "000001000000000100", "000001000000000100",
+                              "10 10 10 10 10 3 3 3 3 3 25 0 0 10 0 10 5 30 ", "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 10 0 0 "};
+  // clang-format on
   for (size_t i = 0; i < std::size(want); ++i) EXPECT_EQ(got[i], want[i]) << "array " << i;
 }
 
