@@ -38,9 +38,9 @@ TEST(IndexModel, CopyAndAssignmentShareNoOwnedBuffer) {
     EXPECT_EQ(copy->OwnFunctionLists[3][0].Expression, SString("a+1"));
   }
   c = c;
-  EXPECT_EQ(c.LineData[1].GetSize(), 2000);
+  const int selfAssigned = c.LineData[1].GetSize();
   c.ClearData();  // the computed lines go, the definition stays
-  EXPECT_EQ(std::tuple(c.LineData[1].GetSize(), c.Period.str()), std::tuple(0, "20"));
+  EXPECT_EQ(std::tuple(selfAssigned, c.LineData[1].GetSize(), c.Period.str()), std::tuple(2000, 0, "20"));
   b.SetUserID(8);
   b.SetDefaultValue();  // bindings go, the identity stays
   EXPECT_EQ(std::tuple(b.FunctionList, b.UserID), std::tuple(nullptr, 8));
@@ -69,14 +69,12 @@ TEST(IndexModel, LineSettersIgnoreLinesOutsideZeroToFour) {
   }
   for (int k = 0; k < kIndexLines; ++k)
     EXPECT_EQ(dump(x, k), k == 2 ? "c|n|1e-07|70|2|33521728|-1|2" : dump(before, k));
-  EXPECT_EQ(Values(x.LineData[2]), (std::vector<double>{1, 9}));
   x.SetBaseLineStyle(0x1'00AB'CDEFUL, 2, 1);
-  EXPECT_EQ(x.YValueColor, 0xABCDEF);
-  std::string modes;
+  std::string modes;  // modes are 0 to 3
   for (int mode : {0, 3, 4, -1}) x.SetScale(mode), modes += std::to_string(x.MinMaxY);
-  EXPECT_EQ(modes, "0300");  // modes are 0 to 3
   x.SetUserMinMax(-1.5, 2.5);
-  EXPECT_EQ(std::tuple(x.UserMin, x.UserMax), std::tuple(-1.5, 2.5));
+  EXPECT_EQ(std::tuple(Values(x.LineData[2]), x.YValueColor, modes, x.UserMin, x.UserMax),
+            std::tuple(std::vector<double>{1, 9}, 0xABCDEF, "0300", -1.5, 2.5));
 }
 
 // Adding an element of the list itself while the array must grow reads the
@@ -90,9 +88,9 @@ TEST(IndexList, AddingOwnElementWhileFullDoesNotReadFreedMemory) {
             std::tuple(40, 21, "d", 3.0));
   for (long i : {-1L, 21L, 1000L}) EXPECT_EQ(&list[i], static_cast<SIndex*>(&list)) << i;
   list.Add(list[-1]);
-  EXPECT_TRUE(list[21].IndexName.IsEmpty());
+  const bool emptyName = list[21].IndexName.IsEmpty();
   list.Clear();
-  EXPECT_EQ(std::tuple(list.GetCount(), list.GetCapacity()), std::tuple(0, 200));
+  EXPECT_EQ(std::tuple(emptyName, list.GetCount(), list.GetCapacity()), std::tuple(true, 0, 200));
 }
 
 TEST(IndexList, DeleteAndSetMaxSizeIgnoreBadArgumentsAndCopiesStayIndependent) {
