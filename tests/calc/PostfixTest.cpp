@@ -87,9 +87,8 @@ TEST(Postfix, OnlyTheFirstFourUserFunctionsAreCompiledAndSelfCallsStopAtTheLimit
   TestBars bars = WalkBars(30);
   SFunctionList functions, loops;
   for (const char* f : {"f0|c|", "f1|c|", "f2|c|", "f3|c|", "f4|c|"}) functions.SetExpressionWithVariable(f);
-  EXPECT_EQ(std::pair(PostfixRun(bars, "f3()", &functions).Eval().GetSize(),
-                      PostfixRun(bars, "f4()", &functions).Eval().GetSize()),
-            std::pair(30, 0));
+  EXPECT_EQ(PostfixRun(bars, "f3()", &functions).Eval().GetSize(), 30);
+  EXPECT_EQ(PostfixRun(bars, "f4()", &functions).Eval().GetSize(), 0);
   loops.SetExpressionWithVariable("loop|loop(x) + 1|x");
   PostfixRun loop(bars, "loop(c)", &loops);
   loop.Eval();

@@ -38,7 +38,8 @@ TEST(Swing, MatchesTheDefinitionForEveryShape) {
       for (int strength : {1, 2, 4})
         for (int length : {2, 5, 9, 30}) {
           SVector r = calc.CalcSwingHighLow(high, instance, p, strength, length);
-          ASSERT_EQ(std::pair(r.GetSize(), r.GetStartIndex()), std::pair(400, 3 + length + 1));
+          ASSERT_EQ(r.GetSize(), 400);
+          ASSERT_EQ(r.GetStartIndex(), 3 + length + 1);
           for (int i = r.GetStartIndex(); i < 400; ++i)
             ASSERT_EQ(r[i], ReferenceSwing(high, instance, p, strength, length, i))
                 << "high " << high << " instance " << instance << " strength " << strength << " length " << length
@@ -54,9 +55,8 @@ TEST(Swing, OddArgumentsLeaveNoSwingAndNeverReadOutsideTheSeries) {
       {1, 1, INT_MAX, INT_MAX}};
   for (const auto& c : cases) {
     SVector r = SwingPoints(1, c[0], p, c[1], c[2]);
-    EXPECT_EQ(std::tuple(r.GetSize(), r.GetStartIndex(), ValidValues(r)),
-              std::tuple(5, c[3], std::vector<double>(5 - std::min(c[3], 5), kNoSwing)))
-        << c[0] << " " << c[1] << " " << c[2];
+    EXPECT_EQ(std::pair(r.GetSize(), r.GetStartIndex()), std::pair(5, c[3])) << c[0] << " " << c[1] << " " << c[2];
+    EXPECT_EQ(ValidValues(r), std::vector<double>(5 - std::min(c[3], 5), kNoSwing)) << c[0] << " " << c[1];
   }
   for (const SVector& none : {Series({1, 3, 1, 3, 1}, kInvalidStart), SVector()})
     EXPECT_FALSE(SwingPoints(1, 1, none, 1, 2).HasValid());

@@ -82,22 +82,20 @@ TEST_F(Definition, EachKindReadsBackExactlyItsOwnFields) {
     const SIndex kept = r;
     ASSERT_EQ(w.WriteExpression(name.c_str(), 1, 0), 1) << kind;
     ASSERT_EQ(r.ReadExpression(name.c_str()), 1) << kind;
-    EXPECT_EQ(r.IndexName.str(), name) << kind;
+    EXPECT_EQ(r.IndexName.str(), name);
     for (const Probe& p : kProbes) {
       const char want = p.byKind[kind];
       EXPECT_EQ(p.get(r), want == 'w' ? p.get(w) : want == 'k' ? p.get(kept) : Join(0.0)) << kind << p.byKind;
     }
     // Only an indicator keeps the blanks around its variable texts.
-    EXPECT_EQ(r.VarName[0].str() + "|" + r.VarValue[0].str(), kind == 0                    ? " len | 14\t1"
-                                                              : kind == kIndexUserFunction ? "len| 14\t2"
-                                                                                           : "len|14\t1")
-        << kind;
+    EXPECT_EQ(r.VarName[0].str(), kind == 0 ? " len " : "len") << kind;
+    EXPECT_EQ(r.VarValue[0].str(), kind == 0 ? " 14\t1" : kind == kIndexUserFunction ? " 14\t2" : "14\t1") << kind;
   }
   const SIndex w = Filled(name, 0, 1);
-  // LineStyle0 of kind 1 is read but never written, VarEnd3 of kind 2 written but never read.
-  EXPECT_EQ(std::tuple(Stored(0, name.c_str(), "UserMax"), Stored(0, name.c_str(), "LogY"),
-                       Stored(1, name.c_str(), "LineStyle0"), Stored(2, name.c_str(), "VarEnd3")),
-            std::tuple("99.5", "1", "", w.VarEnd[3].str()));
+  EXPECT_EQ(Stored(0, name.c_str(), "UserMax"), "99.5");
+  EXPECT_EQ(Stored(0, name.c_str(), "LogY"), "1");
+  EXPECT_EQ(Stored(1, name.c_str(), "LineStyle0"), "");              // read but never written
+  EXPECT_EQ(Stored(2, name.c_str(), "VarEnd3"), w.VarEnd[3].str());  // written but never read
   // User functions are read from the same record.
   SFunctionList functions;
   ASSERT_EQ(functions.ReadFunction(), 1);
@@ -153,12 +151,11 @@ TEST_F(Definition, RewriteKeepsTheStoredScaleModeOnlyForModeFourWithIsNewZero) {
     w.MinMaxY = mode;
     w.Description = std::to_string(mode * 10 + isNew).c_str();
     ASSERT_EQ(w.WriteExpression("scale", isNew, 0), 1);
-    EXPECT_EQ(std::pair(Stored(0, "scale", "MinMaxY"), Stored(0, "scale", "Description")),
-              std::pair(std::string(stored), w.Description.str()))  // the rest is rewritten
-        << mode << " " << isNew;
+    EXPECT_EQ(Stored(0, "scale", "MinMaxY"), stored) << mode << " " << isNew;
+    EXPECT_EQ(Stored(0, "scale", "Description"), w.Description.str());  // the rest is rewritten
   }
-  EXPECT_EQ((std::pair{SIndex("absent", 0).WriteExpression("absent", 0, 0), Stored(0, "absent", "IndexName")}),
-            std::pair(0, std::string("<no record>")));  // a rewrite finds no record and makes none
+  EXPECT_EQ(SIndex("absent", 0).WriteExpression("absent", 0, 0), 0);  // a rewrite finds no record
+  EXPECT_EQ(Stored(0, "absent", "IndexName"), "<no record>");
 }
 
 TEST_F(Definition, FailedReadsLeaveTheIndicatorAsItWasAndCreateNothing) {
@@ -207,6 +204,7 @@ TEST(Comments, SkipCommentsRemovesLineAndBlockComments) {
     EXPECT_EQ(s.str(), out) << in;
   }
   char text[] = "avg( c ,\t5 )\x01|x";
-  EXPECT_EQ((std::tuple{SIndex::ProcessString(text), std::string(text), SIndex::ProcessString(nullptr)}),
-            std::tuple(text, "avg(c,5)|x", nullptr));
+  EXPECT_EQ(SIndex::ProcessString(text), text);
+  EXPECT_STREQ(text, "avg(c,5)|x");
+  EXPECT_EQ(SIndex::ProcessString(nullptr), nullptr);
 }
