@@ -12,14 +12,19 @@
 
 #include "calc/EngineNames.h"
 #include "calc/SStack.h"
-#include "chartcalc.h"
-#include "core/Cp949.h"
-#include "core/TextTable.h"
+#include "core/StorageTestUtil.h"
 
 using namespace chartcalc::detail;
 
 // A series from literal values, valid from `start`.
 inline SVector Series(std::initializer_list<double> values, int start = 0) {
+  SVector s(static_cast<int>(values.size()));
+  std::copy(values.begin(), values.end(), s.Data());
+  s.SetStartIndex(start);
+  return s;
+}
+
+inline SVector Series(const std::vector<double>& values, int start = 0) {
   SVector s(static_cast<int>(values.size()));
   std::copy(values.begin(), values.end(), s.Data());
   s.SetStartIndex(start);
@@ -151,13 +156,6 @@ inline void ExpectSame(const EvalResult& a, const EvalResult& b, const std::stri
 
 inline void ExpectSame(const EvalResult& a, const SVector& b, const std::string& what) {
   ExpectSame(a, {b, 0, "", 0}, what);
-}
-
-// Korean text of the source (UTF-8) as the library holds it.
-inline std::string Cp949(const std::string& utf8) {
-  std::string out;
-  EXPECT_TRUE(Utf8ToCp949(utf8, out)) << utf8;
-  return out;
 }
 
 // Switches the language for one scope and restores English afterwards.

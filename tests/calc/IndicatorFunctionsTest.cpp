@@ -53,8 +53,7 @@ Real Correlation(const SVector& a, const SVector& b, int i, int n) {
 // f(i) for every bar i from n - 1 on, compared with what the library gave.
 template <class F>
 void ExpectPerWindow(const SVector& got, int n, F f, const std::string& what) {
-  ASSERT_EQ(got.GetSize(), 300) << what;
-  ASSERT_EQ(got.GetStartIndex(), n - 1) << what;
+  ASSERT_EQ(std::pair(got.GetSize(), got.GetStartIndex()), std::pair(300, n - 1)) << what;
   for (int i = n - 1; i < 300; ++i) {
     const double want = static_cast<double>(f(i));
     ASSERT_NEAR(got[i], want, 1e-9 * std::max(1.0, std::fabs(want))) << what << " at bar " << i;
@@ -124,8 +123,7 @@ TEST(Indicators, VolumeIndicesMoveOnlyOnFallingOrRisingVolume) {
   EXPECT_EQ(Values(CalcPvi(e.calc, Series({10, 0, 5, 6, 6}))), (std::vector<double>{100, 0, 0, 20, 20}));
   e.bars[kVolume] = Series({9, 8, 7, 6, 5});  // bars before the series' start must not reach the index
   SVector r = CalcNvi(e.calc, Series({0, 0, 10, 20, 10}, 2));
-  EXPECT_EQ(r.GetStartIndex(), 2);
-  EXPECT_EQ(ValidValues(r), (std::vector<double>{100, 200, 150}));
+  EXPECT_EQ(std::pair(r.GetStartIndex(), ValidValues(r)), std::pair(2, std::vector<double>{100, 200, 150}));
 }
 
 TEST(Indicators, AdAndPvtSkipBarsWithoutRangeOrPrice) {
@@ -144,29 +142,28 @@ TEST(Indicators, AdAndPvtSkipBarsWithoutRangeOrPrice) {
 
 TEST(Indicators, SarFollowsTheStopReversesToTheExtremeAndCapsItsAcceleration) {
   BoundCalc e(FromCloses(Series({10, 11, 12, 13, 14, 8, 7})));
-  SVector r = CalcSar(e.calc, 0.02, 0.2);
+  SVector r = CalcSar(e.calc, 0.02, 0.2), step = CalcSar(e.calc, 0.05, 0.2);
   EXPECT_EQ(r.GetStartIndex(), 5);
   // Up from low 9 toward high 11; af 0.02 rising by 0.02 with every new high;
   // bar 5's low 7 is under the stop: reverse to the extreme high 15, then down with af 0.02.
   const double want[] = {9.04, 9.04, 9.1984, 9.486496, 15, 14.84};
   for (int i = 1; i < 7; ++i) EXPECT_NEAR(r[i], want[i - 1], 1e-12) << i;
   // The first stop uses the step, later ones the acceleration.
-  EXPECT_NEAR(CalcSar(e.calc, 0.05, 0.2)[1], 9 + 0.05 * 2, 1e-12);
-  EXPECT_NEAR(CalcSar(e.calc, 0.05, 0.2)[2], 9 + 0.02 * 2, 1e-12);
+  EXPECT_NEAR(step[1], 9 + 0.05 * 2, 1e-12);
+  EXPECT_NEAR(step[2], 9 + 0.02 * 2, 1e-12);
   // Close alone: down from 10; bar 2 a new low 8 (af 0.04); bar 3's close 12 is
   // above the stop 9.92: reverse to 8; bar 4: up toward 12.
   e.bars[kClose] = Series({10, 9, 8, 12, 11});
   r = CalcCSar(e.calc, 0.02, 0.2);
-  EXPECT_EQ(r.GetStartIndex(), 5);
-  EXPECT_EQ(std::vector<double>(r.Data() + 1, r.Data() + 5), (std::vector<double>{10, 10, 8, 8.08}));
+  EXPECT_EQ(std::pair(r.GetStartIndex(), std::vector<double>(r.Data() + 1, r.Data() + 5)),
+            std::pair(5, std::vector<double>{10, 10, 8, 8.08}));
   SVector rising(60);  // every bar a new high: the acceleration grows by 0.03 up to its cap
   std::iota(rising.Data(), rising.Data() + 60, 100.0);
   e.bars = FromCloses(rising);  // assigned in place: the engine still sees the bars
   r = CalcSar(e.calc, 0.03, 0.2);
   EXPECT_NEAR((r[59] - r[58]) / (e.bars[kHigh][58] - r[58]), 0.2, 1e-12);
   e.bars[kClose] = e.bars[kHigh] = e.bars[kLow] = Series({10});  // too short: no valid bar
-  EXPECT_FALSE(CalcSar(e.calc, 0.02, 0.2).HasValid());
-  EXPECT_FALSE(CalcCSar(e.calc, 0.02, 0.2).HasValid());
+  EXPECT_FALSE(CalcSar(e.calc, 0.02, 0.2).HasValid() || CalcCSar(e.calc, 0.02, 0.2).HasValid());
   TestBars none;
   none.Bind(e.calc);
   EXPECT_EQ(CalcSar(e.calc, 0.02, 0.2).GetSize(), 0);
@@ -216,19 +213,15 @@ TEST(Regression, FlatWindowsGiveNoNoiseAndWindowsFitTheLaterStartAndTheShorterSe
   EXPECT_EQ(ValidValues(CalcRSquared(calc, flat, 3)), std::vector<double>(6, 0.0));
   EXPECT_EQ(ValidValues(CalcCorrelation(calc, moving, flat, 4)), std::vector<double>(5, 0.0));
   SVector r = CalcCorrelation(calc, SVector(5.0), moving, 3);  // a number is constant at every bar
-  EXPECT_EQ(r.GetSize(), 8);
-  EXPECT_EQ(ValidValues(r), std::vector<double>(6, 0.0));
+  EXPECT_EQ(std::pair(r.GetSize(), ValidValues(r)), std::pair(8, std::vector<double>(6, 0.0)));
   SVector a = WalkSeries(1, 10, 30), b = WalkSeries(2, 10, 25);
   a.SetStartIndex(4);
   b.SetStartIndex(6);
   r = CalcCorrelation(calc, a, b, 5);
-  EXPECT_EQ(r.GetSize(), 25);
-  EXPECT_EQ(r.GetStartIndex(), 10);
-  EXPECT_EQ(CalcLinearRegressionSlope(calc, a, 8).GetStartIndex(), 11);
-  for (const SVector& none : {CalcLinearRegressionValue(calc, a, 27, 0), CalcRSquared(calc, a, 0)}) {
-    EXPECT_EQ(none.GetSize(), 30);
-    EXPECT_FALSE(none.HasValid());
-  }
+  EXPECT_EQ(std::tuple(r.GetSize(), r.GetStartIndex(), CalcLinearRegressionSlope(calc, a, 8).GetStartIndex()),
+            std::tuple(25, 10, 11));
+  for (const SVector& none : {CalcLinearRegressionValue(calc, a, 27, 0), CalcRSquared(calc, a, 0)})
+    EXPECT_EQ(std::pair(none.GetSize(), none.HasValid()), std::pair(30, false));
 }
 
 }  // namespace

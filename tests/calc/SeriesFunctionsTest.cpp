@@ -74,12 +74,11 @@ TEST_F(SeriesFunctionsTest, ExponentialSumsFollowTheirRecurrences) {
   for (int i = 1; i < 10; ++i) cumulative.push_back((i - 1.0) / i * cumulative.back() + kCloses[i]);
   for (int i = 3; i < 10; ++i) windowed.push_back(windowed.back() * 2 / 3 + kCloses[i]);
   ExpectCases(bars, {{"esum(c)", 10, 0, cumulative}, {"esum(c, 3)", 10, 2, windowed}});
-  SCalc calc;  // an unexpected token after the series: no valid bar and no message
-  bars.Bind(calc);
-  calc.SetExpression("c ;");
-  calc.GetToken();
-  EXPECT_EQ(calc.ProcessVectorFunction("esum").GetStartIndex(), kInvalidStart);
-  EXPECT_EQ(calc.ErrorCount, 0);
+  BoundCalc e(bars);  // an unexpected token after the series: no valid bar and no message
+  e.calc.SetExpression("c ;");
+  e.calc.GetToken();
+  EXPECT_EQ((std::pair{e.calc.ProcessVectorFunction("esum").GetStartIndex(), e.calc.ErrorCount}),
+            std::pair(kInvalidStart, 0));
 }
 
 TEST_F(SeriesFunctionsTest, MaMethodSelectsTheAverage) {
@@ -95,8 +94,7 @@ TEST_F(SeriesFunctionsTest, MaMethodSelectsTheAverage) {
   // clang-format on
   for (const auto& [ma, expected] : cases) {
     EvalResult got = Eval(ma);
-    EXPECT_EQ(ValidValues(got.value), ValidValues(Eval(expected).value)) << ma;
-    EXPECT_EQ(got.errors, 0) << ma;
+    EXPECT_EQ(std::pair(ValidValues(got.value), got.errors), std::pair(ValidValues(Eval(expected).value), 0)) << ma;
   }
   LangScope ko(kLangKorean);
   // The localised "ma" is evaluated under its name but not recognised in a formula.
@@ -127,9 +125,7 @@ TEST_F(SeriesFunctionsTest, EmptyNanAndUncountedArgumentsAreSafe) {
             std::vector<double>({1, 2, 1}));  // NaN is true
   bars.Bind(calc);
   SVector r = SeriesValueWhen(calc, 0, bars[kClose], bars[kClose]);
-  EXPECT_EQ(calc.ErrorCount, 1);
-  EXPECT_EQ(r.GetSize(), 10);
-  EXPECT_EQ(r.GetStartIndex(), kInvalidStart);
+  EXPECT_EQ(std::tuple(calc.ErrorCount, r.GetSize(), r.GetStartIndex()), std::tuple(1, 10, kInvalidStart));
 }
 
 // A recalculation from a later bar (as the newest bars are recomputed) must

@@ -33,8 +33,8 @@ TEST(UserFunctions, CallsBindArgumentsNestDelayAndGiveTheCallerItsVariablesBack)
   UserCalc u({"f|a + b|a|b", "twice|f(x, x)|x", "quad|twice(twice(x))|x", "g|t = x * 2; // doubled\n t + k|x",
               "same|y\n/* comment */ \n|y"});
   EXPECT_EQ(u.Valid("a = 100; f(close, 1)"), Close(1, 1));
-  EXPECT_EQ(u.Var("a"), 100);                                   // existed before the call: restored
-  EXPECT_EQ(u.Var("b"), 1);                                     // created by the call: stays
+  // a existed before the call: restored; b was created by the call: it stays.
+  EXPECT_EQ(std::pair(u.Var("a"), u.Var("b")), std::pair(100.0, 1.0));
   EXPECT_EQ(u.Valid("a = 7; f(close, 1, 2)"), Close(1, 1, 6));  // two bars later, from bar 2 on
   EXPECT_EQ(u.Var("a"), 7);
   EXPECT_EQ(u.Valid("f(f(close, 1), 1)"), Close(1, 2));
@@ -69,17 +69,15 @@ TEST(UserFunctions, MissingFunctionsArgumentsAndBodiesAreErrors) {
   u.Run("f");
   EXPECT_EQ(u.Message(), "There is error in a function definition");
   SCalc unbound;
-  EXPECT_FALSE(unbound.IsUserFunction("f"));
-  EXPECT_EQ(unbound.FindFunction("f"), -1);
+  EXPECT_EQ(std::pair(unbound.IsUserFunction("f"), unbound.FindFunction("f")), std::pair(false, -1));
 }
 
 TEST(UserFunctions, HistoryRecordsEveryCalledName) {
   UserCalc u({"f|x|x", "g|f(x) + 1|x"});
   SAnsiStringList history;
   u.calc.SetFuncHist(&history);
-  u.Run("G(f(1))");
-  ASSERT_EQ(history.Count(), 3);  // the argument is bound before the call is recorded
-  EXPECT_EQ(std::string(history[0].c_str()) + history[1].c_str() + history[2].c_str(), "fGf");
+  u.Run("G(f(1))");  // the argument is bound before the call is recorded
+  EXPECT_EQ(std::to_string(history.Count()) + history[0].c_str() + history[1].c_str() + history[2].c_str(), "3fGf");
 }
 
 TEST(UserFunctions, ConvertExpressionSubstitutesStoredValues) {
@@ -116,27 +114,19 @@ TEST(SFunctionList, DelimitedTextGrowsTheListAndOutsideIndicesGiveAnEmptyRecord)
   EXPECT_EQ(list[3].GetVarCount(), kMaxFunctionVars);  // parameters beyond the limit are dropped
   for (int i = 4; i < 101; ++i) list.SetExpressionWithVariable(std::to_string(i).c_str());
   list[-1].Name = "scribbled";
-  EXPECT_TRUE(list[-1].Name.IsEmpty());
-  EXPECT_TRUE(list[101].Name.IsEmpty());
-  list.Delete(0);
-  list.Delete(500);  // ignored
+  EXPECT_TRUE(list[-1].Name.IsEmpty() && list[101].Name.IsEmpty());
+  list.Delete(0), list.Delete(500);  // the second is ignored
   SFunctionList copy(list);
   list.Clear();
   list.SetMaxSize(64);
-  EXPECT_EQ(list.GetCapacity(), 64);
-  EXPECT_EQ(copy.GetCount(), 100);
-  EXPECT_EQ(copy[0].Name.str() + copy[99].Name.str(), "solo100");
+  EXPECT_EQ(std::tuple(list.GetCapacity(), copy.GetCount(), copy[0].Name.str() + copy[99].Name.str()),
+            std::tuple(64, 100, "solo100"));
 }
 
 // Deleted records and records without a name are skipped; without records or
 // without a database the list ends up empty.
 TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
-  const std::string dir = std::string(CHARTCALC_TEST_TMP) + "/ReadFunction/";
-  std::filesystem::remove_all(dir);
-  struct Restore {
-    ~Restore() { SetIndexDir("./"); }
-  } restore;
-  SetIndexDir(dir.c_str());
+  IndexDirScope scope;
   ASSERT_EQ(CreateIndexDB(4, getIndexDBFileName(4).c_str()), 1);
   auto add = [](const char* name, const char* expression, bool deleted = false) {
     DDB db(getIndexDBFileName(4).c_str(), getUserDBFileName(4).c_str(), 1);
@@ -153,9 +143,9 @@ TEST(SFunctionList, ReadFunctionLoadsTheValidRecordsOfTheDatabase) {
   ASSERT_EQ(list.ReadFunction(), 1);
   ASSERT_EQ(list.GetCount(), 2);
   EXPECT_EQ(list[0].Name.str() + "|" + list[0].VarValue[1].str() + "|" + list[1].Name.str(), "diff|5|avg3");
-  std::filesystem::remove_all(dir);
+  std::filesystem::remove_all(scope.dir);
   EXPECT_EQ(list.ReadFunction() + list.GetCount(), 0);
-  EXPECT_FALSE(std::filesystem::exists(dir));  // reading creates nothing
+  EXPECT_FALSE(std::filesystem::exists(scope.dir));  // reading creates nothing
 }
 
 }  // namespace

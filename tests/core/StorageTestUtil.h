@@ -1,5 +1,6 @@
-// Helpers for the storage tests: a fresh directory per test, whole-file
-// reading and writing, and the sqlite3 command-line tool.
+// Helpers for the storage tests: a fresh directory per test (also as the
+// index directory), whole-file reading and writing, Korean text, and the
+// sqlite3 command-line tool.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -44,12 +45,19 @@ inline std::string Listing(const std::string& dir) {
   return out;
 }
 
-// Code page 949 bytes of UTF-8 source text.
-inline std::string Ko(const std::string& utf8) {
+// Korean text of the source (UTF-8) as the library holds it: code page 949.
+inline std::string Cp949(const std::string& utf8) {
   std::string out;
   EXPECT_TRUE(Utf8ToCp949(utf8, out)) << utf8;
   return out;
 }
+
+// Points the index directory at a fresh directory of this test's own.
+struct IndexDirScope {
+  IndexDirScope() : dir(TestDir()) { SetIndexDir(dir.c_str()); }
+  ~IndexDirScope() { SetIndexDir("./"); }
+  std::string dir;
+};
 
 inline bool HaveSqlite3() { return std::system("command -v sqlite3 >/dev/null 2>&1") == 0; }
 

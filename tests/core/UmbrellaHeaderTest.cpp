@@ -70,21 +70,18 @@ TEST(HostTranslationUnit, ReadmePriceDataExampleBindsAShippedIndicator) {
 // outside never takes the list past the elements it really holds.
 TEST(HostTranslationUnit, ListFieldsArePublicAndSafeToWrite) {
   SIndexList list;
-  EXPECT_EQ(list.Capacity, 20);
-  EXPECT_EQ(list.GrowBy, 20);
+  EXPECT_EQ(std::pair(list.Capacity, list.GrowBy), std::pair(20, 20));
   list.Add(SIndex("A", 0));
   ASSERT_EQ(list.Count, 1);
   EXPECT_EQ(list.Items[0].IndexName, SString("A"));
   list.Count = 1000;
   EXPECT_EQ(&list[500], &list);
   list.Add(SIndex("B", 0));
-  EXPECT_EQ(list.Count, 21);
-  EXPECT_EQ(list[20].IndexName, SString("B"));
+  EXPECT_EQ(std::pair(list.Count, list[20].IndexName.str()), std::pair(21, std::string("B")));
 
   SPriceDataList prices;
   prices.Count = 50;
-  EXPECT_EQ(prices.Add(), 0);
-  EXPECT_EQ(prices.Count, 2);
+  EXPECT_EQ((std::pair{prices.Add(), prices.Count}), std::pair(0, 2));
   prices.Count = -3;
   EXPECT_EQ(prices.GetSymbolNoFromID(0), -1);
 }

@@ -2,40 +2,18 @@
 // calculations, searches) and date-time numbers; the string type's number
 // formats and constructors, the text helpers, the text pairs with language
 // switching, and the code page 949 edge.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <string>
 #include <tuple>
-#include <vector>
 
-#include "chartcalc.h"
-#include "core/Cp949.h"
-#include "core/TextTable.h"
-
-using namespace chartcalc::detail;
+#include "calc/CalcTestUtil.h"
 
 namespace {
 
-using Values = std::vector<double>;
+using Doubles = std::vector<double>;
 using Calc = void (SVector::*)(const SVector&, int);
-
-SVector Make(Values v, int start = 0) {
-  SVector s(static_cast<int>(v.size()));
-  std::copy(v.begin(), v.end(), s.Data());
-  s.SetStartIndex(start);
-  return s;
-}
-
-// The elements from the start index on.
-Values Valid(const SVector& s) {
-  int from = std::max(s.GetStartIndex(), 0);
-  return from >= s.GetSize() ? Values{} : Values(s.Data() + from, s.Data() + s.GetSize());
-}
 
 // Capacity grows in blocks of 1000 (a fresh Alloc(0) first holds one), edits
 // outside the bars are ignored, copies are deep and ReAlloc keeps only the
@@ -46,7 +24,7 @@ TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
     s.SetSize(n);
     EXPECT_EQ(std::pair(s.GetCapacity(), s.GetSize()), std::pair(capacity, n));
   }
-  SVector s, older = Make({4, 5});
+  SVector s, older = Series({4, 5});
   s.Alloc(0);
   s.Add(7.0);
   const int first = s.GetCapacity();
@@ -58,37 +36,38 @@ TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
   copy[2] = 0;
   s.SetStartIndex(2);
   s.ReAlloc(10);
-  EXPECT_EQ(std::tuple(s.GetCapacity(), Valid(s), Valid(copy)), std::tuple(10, Values{6, 8}, Values{4, 5, 0, 8}));
+  EXPECT_EQ(std::tuple(s.GetCapacity(), ValidValues(s), ValidValues(copy)),
+            std::tuple(10, Doubles{6, 8}, Doubles{4, 5, 0, 8}));
 }
 
 TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
-  SVector a = Make({6, 7, -7, 1}), zeros = Make({0, 2, 2, 0}), two(2.0);
-  SVector c = Make({1, 2, 3, 0, NAN}), d = Make({2, 2, 2, 0, 1}), ge;
+  SVector a = Series({6, 7, -7, 1}), zeros = Series({0, 2, 2, 0}), two(2.0);
+  SVector c = Series({1, 2, 3, 0, NAN}), d = Series({2, 2, 2, 0, 1}), ge;
   VecGE(ge, c, d);
   // clang-format off
-  const std::tuple<const char*, SVector, Values> rows[] = {
+  const std::tuple<const char*, SVector, Doubles> rows[] = {
       {"division by zero gives 0", a / zeros, {0, 3.5, -3.5, 0}},
       {"remainder by zero gives 0 and keeps the dividend's sign", a % zeros, {0, 1, -1, 0}},
       {"number on the right", a * two, {12, 14, -14, 2}}, {"number on the left", two - a, {-4, -5, 9, 1}},
-      {"bars the shorter operand lacks give 0", a + Make({10, 20}), {16, 27, 0, 0}},
+      {"bars the shorter operand lacks give 0", a + Series({10, 20}), {16, 27, 0, 0}},
       {"negation", -a, {-6, -7, 7, -1}}, {"-", a - zeros, {6, 5, -9, 1}},
       {"<", c < d, {1, 0, 0, 0, 0}}, {"<=", c <= d, {1, 1, 0, 1, 0}}, {">", c > d, {0, 0, 1, 0, 0}},
       {">= (VecGE)", ge, {0, 1, 1, 1, 0}}, {"==", c == d, {0, 1, 0, 1, 0}}, {"!=", c != d, {1, 0, 1, 0, 1}},
-      {"&& (a NaN is non-zero, so true)", c && d, {1, 1, 1, 0, 1}}, {"||", c || Make({0, 0, 0, 0, 0}), {1, 1, 1, 0, 1}},
+      {"&& (a NaN is non-zero, so true)", c && d, {1, 1, 1, 0, 1}}, {"||", c || Series({0, 0, 0, 0, 0}), {1, 1, 1, 0, 1}},
       {"!", !c, {0, 0, 0, 1, 0}},
   };
   // clang-format on
-  for (const auto& [what, got, want] : rows) EXPECT_EQ(Valid(got), want) << what;
-  SVector later = Make({1, 2, 3, 4}, 1) + Make({10, 20, 30, 40}, 3), number = two + SVector(3.0);
+  for (const auto& [what, got, want] : rows) EXPECT_EQ(ValidValues(got), want) << what;
+  SVector later = Series({1, 2, 3, 4}, 1) + Series({10, 20, 30, 40}, 3), number = two + SVector(3.0);
   EXPECT_EQ(std::pair(later.GetStartIndex(), later[3]), std::pair(3, 44.0));  // the later start of the two
   EXPECT_EQ(std::pair(number.IsSeries(), number[57]), std::pair(0, 5.0));     // a number answers every bar
 }
 
 TEST(SVectorOperators, DelayShiftsTheStartLookingAheadShortensAndNothingOverflows) {
-  SVector a = Make({1, 2, 3, 4, 5}, 1), d = a(2), ahead = a(-2);
-  EXPECT_EQ(std::pair(d.GetStartIndex(), Valid(d)), std::pair(3, Values{2, 3}));
-  EXPECT_EQ(std::pair(ahead.GetStartIndex(), Valid(ahead)), std::pair(0, Values{3, 4, 5}));
-  EXPECT_EQ(Make({1, 2}, kInvalidStart)(5).GetStartIndex(), kInvalidStart);
+  SVector a = Series({1, 2, 3, 4, 5}, 1), d = a(2), ahead = a(-2);
+  EXPECT_EQ(std::pair(d.GetStartIndex(), ValidValues(d)), std::pair(3, Doubles{2, 3}));
+  EXPECT_EQ(std::pair(ahead.GetStartIndex(), ValidValues(ahead)), std::pair(0, Doubles{3, 4, 5}));
+  EXPECT_EQ(Series({1, 2}, kInvalidStart)(5).GetStartIndex(), kInvalidStart);
   EXPECT_EQ(ShiftStart(2147483600, 100), kInvalidStart);
   const std::pair<double, int> truncs[] = {{NAN, 0}, {1e300, INT_MAX}, {-1e300, INT_MIN}, {-2.9, -2}};
   for (auto [v, want] : truncs) EXPECT_EQ(TruncToInt(v), want) << v;
@@ -96,16 +75,16 @@ TEST(SVectorOperators, DelayShiftsTheStartLookingAheadShortensAndNothingOverflow
 
 // The sum of f(k, w[k]) over a window, of its values by default.
 double Sum(
-    const Values& w, const std::function<double(double, double)>& f = [](double, double v) { return v; }) {
+    const Doubles& w, const std::function<double(double, double)>& f = [](double, double v) { return v; }) {
   double s = 0;
   for (size_t k = 0; k < w.size(); ++k) s += f(static_cast<double>(k), w[k]);
   return s;
 }
 
 TEST(SVectorRolling, WindowStatisticsMatchADirectLoopOverEachWindow) {
-  Values x(300);
+  Doubles x(300);
   for (int i = 0; i < 300; ++i) x[i] = 150.0 + 10.0 * std::sin(i * 0.7) + (i % 5) - 0.3 * i;
-  using W = const Values&;
+  using W = const Doubles&;
   // clang-format off
   const std::tuple<const char*, Calc, std::function<double(W)>> cases[] = {
       {"sum", &SVector::CalcSum, [](W w) { return Sum(w); }},
@@ -123,10 +102,10 @@ TEST(SVectorRolling, WindowStatisticsMatchADirectLoopOverEachWindow) {
   for (const auto& [name, calc, ref] : cases) {
     for (int p : {1, 2, 7, 296}) {
       SVector r;
-      (r.*calc)(Make(x, 4), p);
+      (r.*calc)(Series(x, 4), p);
       ASSERT_EQ(std::pair(r.GetStartIndex(), r.GetSize()), std::pair(4 + p - 1, 300)) << name;
       for (int i = 4 + p - 1; i < 300; ++i) {
-        const double want = ref(Values(x.begin() + i - p + 1, x.begin() + i + 1));
+        const double want = ref(Doubles(x.begin() + i - p + 1, x.begin() + i + 1));
         EXPECT_NEAR(r[i], want, 1e-9 * (1 + std::fabs(want))) << name << " p=" << p << " bar " << i;
       }
     }
@@ -134,16 +113,16 @@ TEST(SVectorRolling, WindowStatisticsMatchADirectLoopOverEachWindow) {
   for (int p : {0, -5, 4, 2147483647})  // period below 1 or longer than the data
     for (Calc calc : {&SVector::CalcAvg, &SVector::CalcHighest, &SVector::CalcStdev, &SVector::CalcTAvg}) {
       SVector r;
-      (r.*calc)(Make({1, 2, 3}), p);
+      (r.*calc)(Series({1, 2, 3}), p);
       EXPECT_FALSE(r.HasValid()) << p;
     }
 }
 
 // Expected values worked by hand from the definitions in the comments.
 TEST(SVectorRolling, SeededAndCumulativeFormsByHand) {
-  const Values ramp = {1, 2, 3, 4, 5, 6, 7, 8}, gap = {4, 0, 4, 4, 4}, late = {9, 1, 2, 3, 4};
+  const Doubles ramp = {1, 2, 3, 4, 5, 6, 7, 8}, gap = {4, 0, 4, 4, 4}, late = {9, 1, 2, 3, 4};
   // clang-format off
-  const std::tuple<const char*, Calc, Values, int, int, Values> rows[] = {
+  const std::tuple<const char*, Calc, Doubles, int, int, Doubles> rows[] = {
       {"eavg: seed (1+2+3)/3, then factor 2/(3+1)", &SVector::CalcEAvg, ramp, 0, 3, {2, 3, 4, 5, 6, 7}},
       {"tavg: 3-bar average 2..7, then 2-bar", &SVector::CalcTAvg, ramp, 0, 4, {2.5, 3.5, 4.5, 5.5, 6.5}},
       {"gavg: a window holding 0 gives 0", &SVector::CalcGAvg, gap, 0, 2, {0, 0, 4, 4}},
@@ -157,30 +136,30 @@ TEST(SVectorRolling, SeededAndCumulativeFormsByHand) {
   // clang-format on
   for (const auto& [what, calc, src, srcStart, period, want] : rows) {
     SVector r;
-    (r.*calc)(Make(src, srcStart), period);
-    Values got = Valid(r);
+    (r.*calc)(Series(src, srcStart), period);
+    Doubles got = ValidValues(r);
     ASSERT_EQ(got.size(), want.size()) << what;
     for (size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], want[i], 1e-12) << what << " " << i;
   }
   SVector r;
   r.CalcSumCum(SVector(2.0), 3);  // a number is summed over the bars to fill
-  EXPECT_EQ(Valid(r), (Values{2, 4, 6}));
-  r.CalcSum(Make({1, 2, NAN, 4, 5, 6, 7, 8, 9}), 2);
+  EXPECT_EQ(ValidValues(r), (Doubles{2, 4, 6}));
+  r.CalcSum(Series({1, 2, NAN, 4, 5, 6, 7, 8, 9}), 2);
   EXPECT_TRUE(std::isnan(r[2]));
   EXPECT_EQ(r[8], 17.0);  // the NaN has left the window again
 }
 
 TEST(SVectorSearch, NonZeroSearchesPositionsAndRangeExtremes) {
-  SVector s = Make({0, 0, 3, 0, 5, 0}), e = Make({5, 0, -2, 8, 0}, 1);
+  SVector s = Series({0, 0, 3, 0, 5, 0}), e = Series({5, 0, -2, 8, 0}, 1);
   // clang-format off
   const std::vector<int> found = {s.FindFirstNonZeroIndex(0), s.FindFirstNonZeroIndex(3), s.FindFirstNonZeroIndex(5),
       s.FindPrevNonZeroIndex(3), s.FindPrevNonZeroIndex(1), s.FindPos(5, -3), s.FindPos(5, 5)};
   // clang-format on
   EXPECT_EQ(found, (std::vector<int>{2, 4, -1, 2, -1, 4, -1}));
   // e's bar 0 lies before its start index; mode 1 skips zeros.
-  const Values extremes = {s.GetFirstNonZeroValue(), e.GetMax(),         e.GetMin(),        e.GetMax(0, 2, 0),
-                           e.GetMin(3, 99, 0),       e.GetMin(3, 99, 1), e.GetMaxTemp(1, 2)};
-  EXPECT_EQ(extremes, (Values{3, 8, -2, 0, 0, 8, 0}));
+  const Doubles extremes = {s.GetFirstNonZeroValue(), e.GetMax(),         e.GetMin(),        e.GetMax(0, 2, 0),
+                            e.GetMin(3, 99, 0),       e.GetMin(3, 99, 1), e.GetMaxTemp(1, 2)};
+  EXPECT_EQ(extremes, (Doubles{3, 8, -2, 0, 0, 8, 0}));
 }
 
 // Month ends, a leap day and a year end.
@@ -192,9 +171,9 @@ TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
       IsValidDate(20240229), IsValidDate(20230229), IsValidDate(20241301)};
   // clang-format on
   EXPECT_EQ(parts, (std::vector<long>{20240105, 20240105, 93000, 0, 2024, 1, 5, 9, 30, 20240105, 1, 0, 0}));
-  const Values next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
-                       GetNextTime(20231231, 24 * 60)};
-  EXPECT_EQ(next, (Values{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
+  const Doubles next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
+                        GetNextTime(20231231, 24 * 60)};
+  EXPECT_EQ(next, (Doubles{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
 }
 
 // ---- texts --------------------------------------------------------------------

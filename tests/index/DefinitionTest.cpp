@@ -6,9 +6,6 @@
 // Each test gets an empty index directory of its own.
 class Definition : public ::testing::Test {
  protected:
-  void SetUp() override { SetIndexDir((dir_ = TestDir()).c_str()); }
-  void TearDown() override { SetIndexDir("./"); }
-
   std::string Stored(int kind, const char* name, const char* field) {
     DDB db = OpenIndexDb(kind);
     return db.FindFirst("IndexName", name) ? db.GetStr(field) : "<no record>";
@@ -18,7 +15,7 @@ class Definition : public ::testing::Test {
     ASSERT_TRUE(db.FindFirst("IndexName", name) && db.InsField(field, text) && db.WriteRecord());
   }
 
-  std::string dir_;
+  IndexDirScope scope_;
 };
 
 // An indicator of the kind with every definition field set: every field of
@@ -165,13 +162,14 @@ TEST_F(Definition, FailedReadsLeaveTheIndicatorAsItWasAndCreateNothing) {
   SIndex r("keep", 0), w("there", 0);
   r.Expression[0] = "c";
   EXPECT_EQ(r.ReadExpression("keep"), 0);  // no files at all
-  EXPECT_EQ(Listing(dir_), "");
+  EXPECT_EQ(Listing(scope_.dir), "");
   ASSERT_EQ(w.WriteExpression("there", 1, 1), 1);  // index file alone
-  EXPECT_EQ(Listing(dir_), "Indicator.idx ");
+  EXPECT_EQ(Listing(scope_.dir), "Indicator.idx ");
   EXPECT_EQ(r.ReadExpression("there"), 0);         // the user file is missing
   ASSERT_EQ(w.WriteExpression("there", 1, 0), 1);  // now with the user file
   EXPECT_EQ(r.ReadExpression("nobody") + r.ReadExpression(nullptr) + r.ReadIndex("there"), 0);
-  EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (dir_ + "none.idx").c_str()), 0);  // explicit names win
+  // Explicit names win.
+  EXPECT_EQ(r.ReadExpression("there", getIndexDBFileName(0), (scope_.dir + "none.idx").c_str()), 0);
   EXPECT_EQ(std::tuple(r.IndexName.str(), r.Expression[0].str()), std::tuple("keep", "c"));
   EXPECT_EQ(r.ReadExpression("there"), 1);
   for (int kind : {-1, 5, 6, 10, 30})  // kinds without a record

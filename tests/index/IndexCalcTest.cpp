@@ -61,9 +61,7 @@ TEST_F(CalcFixture, SystemsAndSingleExpressionsCarryTheCloseWhereTheyFire) {
   for (int type : {kIndexSystem, kIndexSingleExpression}) {
     SIndex x = Bound(type, {"crossup(avg(c, 3), avg(c, 8))"});
     x.Calc();
-    EXPECT_EQ(x.LineData[0].GetStartIndex(), cond.GetStartIndex());
-    for (int i = cond.GetStartIndex(); i < cond.GetSize(); ++i)
-      EXPECT_EQ(x.LineData[0][i], cond[i] != 0.0 ? feed.s[kClose][i] : 0.0) << i;
+    ExpectSameLine(x.LineData[0], cond * feed.s[kClose], "signal", 0);
   }
   EXPECT_GT(std::count(cond.Data(), cond.Data() + cond.GetSize(), 1.0), 3);
 }
@@ -160,8 +158,7 @@ TEST(Lookback, ComposedFormulasAddTheirWindows) {
 TEST_F(CalcFixture, SearchEvaluationMatchesCalcForEverySymbol) {
   SIndex x = Bound(kIndexIndicator, {"(c - avg(c, 12)) / stdev(c, 12) + crossup(c, avg(c, 12))"}), full = x;
   x.CalcSrch();  // nothing compiled yet: nothing happens
-  EXPECT_EQ(x.LineData[0].GetSize(), 0);
-  EXPECT_EQ(x.GetMinDataSize(), 13);
+  EXPECT_EQ((std::pair{x.LineData[0].GetSize(), x.GetMinDataSize()}), std::pair(0, 13));
   x.CalcSrch();
   full.Calc();
   ExpectSameLine(x.LineData[0], full.LineData[0], "search evaluation", 0);
@@ -231,11 +228,10 @@ TEST(CheckError, ReportsTheFirstFaultAndTrimsWhatItChecked) {
   SIndex x;
   x.VarName[0] = " len ", x.VarValue[0] = " 1 ", x.VarName[1] = "n", x.VarName[2] = " c ";
   x.SetExpression(0, "  avg(c, len)  ");
-  EXPECT_EQ(x.CheckError().Message.str(), "There is no designated variable equal to n.");
-  EXPECT_EQ(std::tuple(x.VarName[0].str(), x.VarValue[0].str(), x.VarName[2].str()), std::tuple("len", "1", " c "));
+  EXPECT_EQ((std::tuple{x.CheckError().Message.str(), x.VarName[0].str(), x.VarValue[0].str(), x.VarName[2].str()}),
+            std::tuple("There is no designated variable equal to n.", "len", "1", " c "));
   x.VarName[1] = x.VarName[2] = "";
-  EXPECT_EQ(x.CheckError().Message.str(), "");
-  EXPECT_EQ(x.Expression[0].str(), "avg(c, len)");
+  EXPECT_EQ((std::tuple{x.CheckError().Message.str(), x.Expression[0].str()}), std::tuple("", "avg(c, len)"));
 }
 
 TEST(Scale, BarLinesIncludeZeroAndHiddenLinesDoNotCount) {

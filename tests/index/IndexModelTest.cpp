@@ -69,14 +69,12 @@ TEST(IndexModel, LineSettersIgnoreLinesOutsideZeroToFour) {
   }
   for (int k = 0; k < kIndexLines; ++k)
     EXPECT_EQ(dump(x, k), k == 2 ? "c|n|1e-07|70|2|33521728|-1|2" : dump(before, k));
-  EXPECT_EQ(Values(x.LineData[2]), (std::vector<double>{1, 9}));
   x.SetBaseLineStyle(0x1'00AB'CDEFUL, 2, 1);
-  EXPECT_EQ(x.YValueColor, 0xABCDEF);
-  std::string modes;
+  std::string modes;  // modes are 0 to 3
   for (int mode : {0, 3, 4, -1}) x.SetScale(mode), modes += std::to_string(x.MinMaxY);
-  EXPECT_EQ(modes, "0300");  // modes are 0 to 3
   x.SetUserMinMax(-1.5, 2.5);
-  EXPECT_EQ(std::tuple(x.UserMin, x.UserMax), std::tuple(-1.5, 2.5));
+  EXPECT_EQ(std::tuple(Values(x.LineData[2]), x.YValueColor, modes, x.UserMin, x.UserMax),
+            std::tuple(std::vector<double>{1, 9}, 0xABCDEF, "0300", -1.5, 2.5));
 }
 
 // Adding an element of the list itself while the array must grow reads the

@@ -31,6 +31,7 @@ std::string Codes(const int (&a)[kPriceChartTypes]) {
 // slip in the record's own table shows.
 TEST(PriceProperty, EveryChartTypeHasTheDefaultsOfTheSettingsTable) {
   const PP p;
+  // clang-format off
   const std::string got[] = {Codes(p.WhiteLineColor), Codes(p.WhiteLineFill), Codes(p.BlackLineColor),
                              Codes(p.BlackLineFill), Codes(p.VolumeAtPriceColor), Codes(p.BlWhiteLineColor),
                              Codes(p.BlWhiteLineFill), Codes(p.BlBlackLineColor), Codes(p.BlBlackLineFill),
@@ -41,6 +42,7 @@ TEST(PriceProperty, EveryChartTypeHasTheDefaultsOfTheSettingsTable) {
                               "100010100101100110", "000010000000000010", "000010000000000000", "111111111110010111",
                               "111111111110010111", "000001000000000100", "000001000000000100",
                               "10 10 10 10 10 3 3 3 3 3 25 0 0 10 0 10 5 30 ", "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 10 0 0 "};
+  // clang-format on
   for (size_t i = 0; i < std::size(want); ++i) EXPECT_EQ(got[i], want[i]) << "array " << i;
 }
 
@@ -200,13 +202,6 @@ TEST(IndexProp, FindRealKeyIgnoresCaseAndTakesTheFirstMatch) {
 }
 
 // ---- support and resistance lines ---------------------------------------------
-
-// Points the index directory at a fresh directory for one test.
-struct IndexDirScope {
-  IndexDirScope() : dir(TestDir()) { SetIndexDir(dir.c_str()); }
-  ~IndexDirScope() { SetIndexDir("./"); }
-  std::string dir;
-};
 
 // Worked by hand from the previous day's open, high, low and close. The pivot
 // is P = (H + L + C) / 3; DeMark's X weighs the high when the day closed above
