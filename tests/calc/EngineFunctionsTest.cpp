@@ -38,8 +38,9 @@ TEST(EngineFunctions, LocalisedNamesEvaluateAsTheEnglishNameOnlyInTheirLanguage)
     LangScope ko(kLangKorean);
     ExpectSame(reference, Evaluate(bars, Cp949(c.korean) + Cp949(c.koreanArgs ? c.koreanArgs : c.args)), c.korean);
     ExpectSame(reference, Evaluate(bars, english), english + " in Korean mode");
-    if (c.alias && strcasecmp(c.alias, c.english) != 0)
+    if (c.alias && strcasecmp(c.alias, c.english) != 0) {
       EXPECT_GT(Evaluate(bars, std::string(c.alias) + c.args).errors, 0) << c.alias << " in Korean mode";
+    }
   }
 }
 

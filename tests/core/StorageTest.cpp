@@ -375,7 +375,9 @@ TEST(DamagedFiles, AreRefusedByTableAndArchiveAndLeftUntouched) {
                            db.Append("k"), db.WriteRecord(), db.Eof()};
       EXPECT_EQ(got, (Results{0, 0, 0, 0, 0, 1})) << name;
     }
-    if (name != "archive") EXPECT_EQ(a.LoadFile((dir + name).c_str()), 0) << name;
+    if (name != "archive") {
+      EXPECT_EQ(a.LoadFile((dir + name).c_str()), 0) << name;
+    }
     EXPECT_EQ(ReadBytes(dir + name), bytes) << name;
   }
   EXPECT_EQ(std::pair(Listing(dir), a.GetInt("Kept", 0)), std::pair(listing, 1));  // "missing" was not made
