@@ -7,6 +7,7 @@
 #include "chartcalc/CIniFile.h"
 #include "chartcalc/CIniMemFile.h"
 #include "chartcalc/CMemFile.h"
+#include "chartcalc/COrdInfo.h"
 #include "chartcalc/DateTime.h"
 #include "chartcalc/HostObjects.h"
 #include "chartcalc/SBaseData.h"
