@@ -22,7 +22,7 @@ CString R::*const kTexts[] = {&R::textField1, &R::textField2, &R::textField3,
                               &R::textField4, &R::textField5, &R::textField6};
 
 // A record whose every field differs from the defaults and from other seeds.
-R Marker(const char* key, int seed) {
+R Marker(const CString& key, int seed) {
   R r;
   r.key = key;
   for (auto f : kInts) r.*f = ++seed;
@@ -34,8 +34,8 @@ R Marker(const char* key, int seed) {
 // Every field as one text, so one comparison covers whole records.
 std::string Dump(const R& r) {
   std::string s = r.key.str();
-  for (auto f : kInts) s += " " + std::to_string(r.*f);
-  for (auto f : kNumbers) s += " " + std::to_string(r.*f);
+  for (auto f : kInts) s.append(" ").append(std::to_string(r.*f));
+  for (auto f : kNumbers) s.append(" ").append(std::to_string(r.*f));
   for (auto f : kTexts) s.append(" '").append((r.*f).str()).append("'");
   return s + ";";
 }
