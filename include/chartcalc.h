@@ -11,6 +11,7 @@
 #include "chartcalc/DateTime.h"
 #include "chartcalc/HostObjects.h"
 #include "chartcalc/SBaseData.h"
+#include "chartcalc/SChartProperty.h"
 #include "chartcalc/SCalc.h"
 #include "chartcalc/SFunction.h"
 #include "chartcalc/SIndex.h"
