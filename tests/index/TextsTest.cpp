@@ -19,24 +19,20 @@ std::string Utf8(const SString& cp949) { return Cp949ToUtf8Lossy(cp949.c_str());
 // expression on each line whose flag in `lines` is '1'.
 SIndex Indicator(int kind, const std::string& lines = "") {
   SIndex x("X", kind);
-  x.VarName[0] = "period", x.VarValue[0] = "20";
-  x.VarName[3] = "N", x.VarValue[3] = "14";
-  for (size_t k = 0; k < lines.size(); ++k)
-    if (lines[k] == '1') x.Expression[k] = "c";
+  x.VarName[0] = "period", x.VarValue[0] = "20", x.VarName[3] = "N", x.VarValue[3] = "14";
+  for (size_t k = 0; k < lines.size(); ++k) x.Expression[k] = lines[k] == '1' ? "c" : "";
   return x;
 }
 
-// One price record "ABC" of chart type t with open/high/low/close
-// 1021.5/1030/1019/1028 at bar 0 and a tick of 0.5.
+// Price record "ABC" of chart type t (first of `records`): open, high, low,
+// close 1021.5, 1030, 1019, 1028 at bar 0, tick 0.5.
 struct PriceChart {
   SPriceDataList list;
   SIndex x{"Price", kIndexPriceChart};
   explicit PriceChart(int t, int records = 1) {
     for (int i = 0; i < records; ++i) list.Add();
     SPriceData& r = list[0];
-    r.SymbolName = "ABC";
-    r.TickSize = 0.5;
-    r.PriceProperty->PriceChartType = t;
+    r.SymbolName = "ABC", r.TickSize = 0.5, r.PriceProperty->PriceChartType = t;
     for (auto [slot, v] : {std::pair{kOpen, 1021.5}, {kHigh, 1030.0}, {kLow, 1019.0}, {kClose, 1028.0}})
       r.GetSeries(slot).Add(v);
     x.SetData(&list, r.ID);
@@ -51,11 +47,9 @@ TEST(LineTexts, PlaceholdersTakeTheFirstVariableOfTheNameIgnoringCase) {
       {"RSI %m%", "RSI %m%"},
       {"100%%", "100%"},
       {"a%b", "a%b"},
-      {"x %% y %n", "x % y %n"},
+      {"%m%n%", "%m%n%"},
       {"%%%PERIOD%", "%20"},
       {"MA(%period%,%N%)", "MA(20,14)"},
-      {"%m%n%", "%m%n%"},
-      {"", ""},
   };
   SIndex x = Indicator(kIndexIndicator);
   x.VarName[5] = "n", x.VarValue[5] = "99";  // a later variable of the same name loses
@@ -63,91 +57,69 @@ TEST(LineTexts, PlaceholdersTakeTheFirstVariableOfTheNameIgnoringCase) {
     x.ExpName[0] = name;
     EXPECT_EQ(x.GetExpTitleName(0).str(), want) << name;
   }
-  EXPECT_EQ(x.GetExpTitleName(5).str(), "");
+  EXPECT_EQ(x.GetIndexVariable().str(), "(20,14,99)");
+  x.VarValue[0] = "", x.VarName[3] = x.VarName[5] = "";
+  EXPECT_EQ(x.GetIndexVariable().str(), "()");  // a named variable with an empty value
+  x.VarName[0] = "";
+  EXPECT_EQ(x.GetIndexVariable().str(), "");  // no named variable: not "()"
 }
 
-TEST(LineTexts, ArgumentListSkipsUnnamedSlotsAndKeepsEmptyValues) {
-  SIndex x = Indicator(kIndexIndicator);
-  EXPECT_EQ(x.GetIndexVariable().str(), "(20,14)");
-  x.VarValue[0] = "";
-  x.VarName[3] = "", x.VarName[9] = "last", x.VarValue[9] = "7";
-  EXPECT_EQ(x.GetIndexVariable().str(), "(,7)");
-  x.VarName[0] = x.VarName[9] = "";
-  EXPECT_EQ(x.GetIndexVariable().str(), "");  // not "()"
-}
-
-// GetExpName and GetExpNameWithVariable of every kind, in English and Korean.
+// GetExpName and GetExpNameWithVariable by kind; the fixed names in Korean.
 TEST(LineTexts, LineNamesFollowTheKindInBothLanguages) {
-  struct Case {
-    int kind;
-    std::string lines, expName;
-    int line;
-    std::string name, withVariable, koName, koWithVariable;
-  };
+  // kind, lines with an expression, ExpName, line, the two names
+  using Case = std::tuple<int, const char*, const char*, int, const char*, const char*>;
   const Case cases[] = {
-      {0, "1", "MA(%period%)", 0, "MA(20)", "MA(20)", "MA(20)", "MA(20)"},
-      {0, "11", "", 1, "X[1]", "X[1]", "X[1]", "X[1]"},
-      {0, "1", "", 2, "X[2]", "", "X[2]", ""},
-      {1, "1", "Avg(period)", 0, "X", "X", "X", "X"},
-      {1, "", "Avg( period , len)x", 0, "X", "Avg(20,len)x", "X", "Avg(20,len)x"},
-      {1, "", "Avg(period", 0, "X", "Avg(period", "X", "Avg(period"},
-      {2, "11", "", 0, "X Bullish pattern", "X Bullish pattern", "X 강세패턴", "X 강세패턴"},
-      {2, "11", "", 1, "Bearish pattern", "X Bearish pattern", "약세 패턴", "X 약세 패턴"},
-      {2, "01", "", 0, "", "", "", ""},
-      {3, "1111", "", 0, "X Buy", "X New Buy", "X 매수", "X 신규매수"},
-      {3, "1111", "", 1, "Buy clear", "Buy clear", "매수청산", "매수청산"},
-      {3, "1111", "", 2, "Sell", "New Sell", "매도", "신규매도"},
-      {3, "1111", "", 3, "Sell clear", "Sell clear", "매도청산", "매도청산"},
-      {3, "0011", "", 2, "X Sell", "X New Sell", "X 매도", "X 신규매도"},
-      {3, "0011", "", 0, "", "", "", ""},
-      {6, "", "", 0, "Profit Graph", "Profit Graph", "수익곡선", "수익곡선"},
-      {6, "", "", 1, "", "", "", ""},
-      {10, "", "Upper %period%", 0, "Upper %period%", "Upper %period%", "Upper %period%", "Upper %period%"},
-      {30, "1", "", 0, "X", "X", "X", "X"},
-      {4, "1", "f", 0, "", "", "", ""},
-      {0, "11111", "", 5, "", "", "", ""},
+      {0, "1", "MA(%period%)", 0, "MA(20)", "MA(20)"},
+      {0, "1", "", 2, "X[2]", ""},
+      {1, "1", "Avg(period)", 0, "X", "X"},
+      {1, "", "Avg( period , len)x", 0, "X", "Avg(20,len)x"},
+      {1, "", "Avg(period", 0, "X", "Avg(period"},
+      {2, "11", "", 0, "X Bullish pattern", "X Bullish pattern"},
+      {2, "11", "", 1, "Bearish pattern", "X Bearish pattern"},
+      {3, "1111", "", 0, "X Buy", "X New Buy"},
+      {3, "1111", "", 2, "Sell", "New Sell"},
+      {3, "0011", "", 2, "X Sell", "X New Sell"},
+      {3, "0011", "", 0, "", ""},
+      {6, "", "", 0, "Profit Graph", "Profit Graph"},
+      {10, "", "Upper %period%", 0, "Upper %period%", "Upper %period%"},
+      {30, "1", "", 0, "X", "X"},
+      {4, "1", "f", 0, "", ""},
   };
-  for (const Case& c : cases) {
-    SIndex x = Indicator(c.kind, c.lines);
-    if (c.line >= 0 && c.line < kIndexLines) x.ExpName[c.line] = c.expName.c_str();
-    const std::string what = std::to_string(c.kind) + "/" + c.lines + " line " + std::to_string(c.line);
-    {
-      Language ko(kLangKorean);
-      EXPECT_EQ(std::tuple(Utf8(x.GetExpName(c.line)), Utf8(x.GetExpNameWithVariable(c.line))),
-                std::tuple(c.koName, c.koWithVariable))
-          << what;
-    }
-    EXPECT_EQ(std::tuple(x.GetExpName(c.line).str(), x.GetExpNameWithVariable(c.line).str()),
-              std::tuple(c.name, c.withVariable))
-        << what;
-  }
+  const Case korean[] = {
+      {2, "11", "", 0, "X 강세패턴", "X 강세패턴"}, {2, "11", "", 1, "약세 패턴", "X 약세 패턴"},
+      {3, "1111", "", 0, "X 매수", "X 신규매수"},   {3, "0011", "", 2, "X 매도", "X 신규매도"},
+      {6, "", "", 0, "수익곡선", "수익곡선"},
+  };
+  auto check = [](const Case& c) {
+    const auto& [kind, lines, expName, line, name, withVariable] = c;
+    SIndex x = Indicator(kind, lines);
+    x.ExpName[line] = expName;
+    EXPECT_EQ(std::tuple(Utf8(x.GetExpName(line)), Utf8(x.GetExpNameWithVariable(line))),
+              std::tuple(name, withVariable))
+        << kind << "/" << lines << " line " << line;
+  };
+  for (const Case& c : cases) check(c);
+  Language ko(kLangKorean);
+  for (const Case& c : korean) check(c);
 }
 
-TEST(LineTexts, ValueTextsNeedAValueAndTheRecordsTickForPrices) {
+TEST(LineTexts, ValuesNeedAValidBarAndPricedValuesTheRecordsTick) {
   PriceChart chart(kChartCandle);
   SIndex& x = chart.x;
   x.IndexType = kIndexIndicator;
-  x.Expression[1] = "c";
   x.LineData[1] = Series({0, 1.25, 3}, 1);
   chart.list[0].TickSize = 1;
   // bar, GetExpNameWithValue, GetExpValue (with the tick's decimals)
   const std::tuple<int, const char*, const char*> cases[] = {
-      {1, "1.25", "1"}, {2, "3.00", "3"}, {0, "", ""}, {3, "", ""}, {-1, "", ""}};
+      {1, "1.25", "1"}, {2, "3.00", "3"}, {0, "", ""}, {3, "", ""}};
   for (const auto& [bar, plain, priced] : cases)
     EXPECT_EQ(std::tuple(x.GetExpNameWithValue(1, bar).str(), x.GetExpValue(1, bar).str()), std::tuple(plain, priced))
         << bar;
+  x.PriceList = nullptr;
+  EXPECT_EQ(std::tuple(x.GetExpNameWithValue(1, 1).str(), x.GetExpValue(1, 1).str()), std::tuple("1.25", ""));
   x.LineType[1] = 13;
-  EXPECT_EQ(x.GetExpNameWithValue(1, 1).str() + x.GetExpValue(1, 1).str(), "");
-  SIndex unbound = Indicator(kIndexIndicator, "11");
-  unbound.LineData[1] = Series({1.25});
-  EXPECT_EQ(std::tuple(unbound.GetExpNameWithValue(1, 0).str(), unbound.GetExpValue(1, 0).str()),
-            std::tuple("1.25", ""));
-  SIndex system = Indicator(kIndexSystem, "101");
-  EXPECT_EQ(std::tuple(system.GetExpNameWithValue(0, 0).str(), system.GetExpNameWithValue(1, 0).str(),
-                       system.GetExpNameWithValue(2, 0).str()),
-            std::tuple("New Buy", "", "New Sell"));
-  EXPECT_EQ(Indicator(kIndexPattern, "01").GetExpNameWithValue(1, 0).str(), "Bearish pattern");
-  EXPECT_EQ(Indicator(kIndexSingleExpression, "1").GetExpNameWithValue(0, 0).str(), "");
+  EXPECT_EQ(x.GetExpNameWithValue(1, 1).str(), "");
+  EXPECT_EQ(Indicator(kIndexSystem, "1").GetExpNameWithValue(0, 0).str(), "New Buy");
 }
 
 TEST(LineTexts, LegendEntryPutsTheValueInParenthesesAndDropsSpreadSides) {
@@ -156,61 +128,55 @@ TEST(LineTexts, LegendEntryPutsTheValueInParenthesesAndDropsSpreadSides) {
   x.IndexType = kIndexIndicator;
   x.ExpName[0] = "Spread", x.ExpName[1] = "MACD";
   x.LineData[0] = Series({7}), x.LineData[1] = Series({1.25});
-  chart.list[0].TickSize = 0.01;
-  chart.list[0].SymbolName = "ABC Buy/DEF Sell";
+  chart.list[0].TickSize = 0.01, chart.list[0].SymbolName = "ABC Buy/DEF Sell";
   // showName, showValue, withSymbol, line, entry
   const std::tuple<int, int, int, int, const char*> cases[] = {
-      {1, 1, 0, 1, " MACD(1.25) "}, {0, 1, 0, 1, "1.25 "},
-      {1, 0, 0, 1, " MACD "},       {0, 0, 0, 1, ""},
-      {1, 0, 1, 1, " MACD "},       {1, 1, 1, 0, " ABC /DEF  Spread(7.00) "},
-      {1, 0, 0, 0, " Spread "},
+      {1, 1, 0, 1, " MACD(1.25) "},
+      {0, 1, 0, 1, "1.25 "},
+      {0, 0, 0, 1, ""},
+      {1, 0, 1, 1, " MACD "},
+      {1, 1, 1, 0, " ABC /DEF  Spread(7.00) "},
   };
   for (const auto& [name, value, symbol, line, want] : cases)
     EXPECT_EQ(x.GetExpTitle(name, value, symbol, line, 0).str(), want) << name << value << symbol << line;
-  x.ExpName[0] = "Spreads";  // only the spread's own name drops the sides
-  EXPECT_EQ(x.GetExpTitle(1, 0, 1, 0, 0).str(), " ABC Buy/DEF Sell Spreads ");
+  EXPECT_EQ(Indicator(kIndexSingleExpression, "1").GetExpTitle(0, 0, 0, 0, 0).str(), "X ");
   Language ko(kLangKorean);
-  x.ExpName[0] = Cp949("스프레드").c_str();
-  chart.list[0].SymbolName = Cp949("ABC 매수").c_str();
+  x.ExpName[0] = Cp949("스프레드").c_str(), chart.list[0].SymbolName = Cp949("ABC 매수").c_str();
   EXPECT_EQ(Utf8(x.GetExpTitle(1, 0, 1, 0, 0)), " ABC  스프레드 ");
-  SIndex single = Indicator(kIndexSingleExpression, "1");  // nothing asked: the bare name
-  EXPECT_EQ(single.GetExpTitle(0, 0, 0, 0, 0).str(), "X ");
 }
 
 TEST(LineTexts, LongestNameCountsKoreanCharactersNotBytes) {
-  SIndex x = Indicator(kIndexIndicator, "111");
+  SIndex x = Indicator(kIndexIndicator, "11");
   x.ExpName[0] = Cp949("가나다라마바").c_str();  // 6 characters, 12 bytes
   x.ExpName[1] = "ABCDEFGH";
-  x.ExpName[2] = "MA(%period%)";
   x.ExpName[3] = "A much longer name without an expression";
   EXPECT_EQ(x.GetMaxExpNameLength(), 8);
   EXPECT_EQ(Indicator(kIndexUserFunction, "1").GetMaxExpNameLength(), 0);
 }
 
 TEST(PriceTexts, NameShowsTheChartTypesParametersAsItsFlagsSay) {
-  // chart type, BlName1, BlName2, SymbolName, name
-  const std::tuple<int, int, int, const char*, const char*> cases[] = {
-      {kChartCandle, 1, 1, "", "Candle Chart"},
-      {kChartPointFigure, 1, 1, "ABC", "ABC Blank Conversion(3) Blank Size(0) "},
-      {kChartPointFigure, 0, 1, "ABC", "ABC Blank Size(0) "},
-      {kChartKagi, 0, 0, "ABC", "ABC "},
-      {kChartThreeLineBreak, 1, 0, "ABC", "ABC Blank Conversion(3) conversion price(0) "},
-      {kChartMarketProfile, 1, 1, "ABC", "ABC Minute Distince(30) "},
-      {kChartCloseLine, 1, 1, "ABC", "ABC"},
-      {kPriceChartTypes, 1, 1, "", ""},
+  // chart type, BlName1, BlName2, name (symbol ABC; type 18 without a symbol)
+  const std::tuple<int, int, int, const char*> cases[] = {
+      {kChartPointFigure, 1, 1, "ABC Blank Conversion(3) Blank Size(0) "},
+      {kChartPointFigure, 0, 1, "ABC Blank Size(0) "},
+      {kChartKagi, 0, 0, "ABC "},
+      {kChartThreeLineBreak, 1, 0, "ABC Blank Conversion(3) conversion price(0) "},
+      {kChartMarketProfile, 1, 1, "ABC Minute Distince(30) "},
+      {kChartCloseLine, 1, 1, "ABC"},
+      {kPriceChartTypes, 1, 1, ""},
   };
-  for (const auto& [t, first, second, symbol, want] : cases) {
-    PriceChart chart(kChartCandle);
-    SPriceData& r = chart.list[0];
-    r.SymbolName = symbol;
-    r.PriceProperty->PriceChartType = t;
-    if (t < kPriceChartTypes) r.PriceProperty->BlName1[t] = first, r.PriceProperty->BlName2[t] = second;
+  for (const auto& [t, first, second, want] : cases) {
+    PriceChart chart(t);
+    SPriceProperty& p = *chart.list[0].PriceProperty;
+    if (t < kPriceChartTypes) p.BlName1[t] = first, p.BlName2[t] = second;
+    if (t == kPriceChartTypes) chart.list[0].SymbolName = "";
     EXPECT_EQ(chart.x.GetPriceName().str(), want) << t;
   }
+  PriceChart unnamed(kChartCandle);
+  unnamed.list[0].SymbolName = "";
+  EXPECT_EQ(unnamed.x.GetPriceName().str(), "Candle Chart");
   Language ko(kLangKorean);
-  PriceChart chart(kChartCandle);
-  chart.list[0].SymbolName = "";
-  EXPECT_EQ(Utf8(chart.x.GetPriceName()), "봉차트");
+  EXPECT_EQ(Utf8(unnamed.x.GetPriceName()), "봉차트");
   EXPECT_EQ(SIndex("Price", kIndexPriceChart).GetPriceName().str(), "");
 }
 
@@ -220,7 +186,7 @@ TEST(PriceTexts, ValueShowsOnlyTheCloseForLineAndSingleTickCharts) {
   const std::tuple<int, int, double, std::string> cases[] = {
       {kChartCandle, 2, 1.0, all},       {kChartCloseLine, 2, 1.0, "1028.0 "}, {kChartCandle, 0, 1.0, "1028.0 "},
       {kChartCandle, 0, 5.0, all},       {kChartZigZag, 2, 1.0, all},          {kChartPointFigure, 2, 1.0, ""},
-      {kChartMarketProfile, 0, 1.0, ""}, {kPriceChartTypes, 2, 1.0, all},      {-1, 2, 1.0, ""},
+      {kChartMarketProfile, 0, 1.0, ""}, {kPriceChartTypes, 2, 1.0, all},
   };
   for (const auto& [t, period, cycle, want] : cases) {
     PriceChart chart(t);
@@ -231,21 +197,17 @@ TEST(PriceTexts, ValueShowsOnlyTheCloseForLineAndSingleTickCharts) {
   EXPECT_EQ(Utf8(PriceChart(kChartBarOhlc).x.GetPriceValue(0)), "시:1021.5 고:1030.0 저:1019.0 종:1028.0 ");
 }
 
-TEST(PriceTexts, TitleNamesTheSymbolOnlyAmongSeveralRecords) {
-  // records, IndexType, showName, showValue, title
-  const std::tuple<int, int, int, int, const char*> cases[] = {
-      {1, -1, 0, 0, "Price "},
-      {1, -1, 1, 0, " ABC Blank Conversion(3) Blank Size(0)  "},
-      {2, -1, 1, 0, " ABC "},
-      {2, 9, 1, 0, " ABC Blank Conversion(3) Blank Size(0)  "},
-      {2, 10, 1, 1, " ABC Blank Conversion(3) Blank Size(0)   "},
+TEST(PriceTexts, TitleNamesTheChartTypeUnlessSeveralRecordsAreShown) {
+  const std::string typeName = " ABC Blank Conversion(3) Blank Size(0) ";
+  // chart type, records, IndexType, showName, showValue, title
+  const std::tuple<int, int, int, int, int, std::string> cases[] = {
+      {kChartPointFigure, 1, -1, 0, 0, "Price "},      {kChartPointFigure, 1, -1, 1, 0, typeName + " "},
+      {kChartPointFigure, 2, -1, 1, 0, " ABC "},       {kChartPointFigure, 2, 9, 1, 0, typeName + " "},
+      {kChartCloseLine, 2, -1, 1, 1, " ABC 1028.0  "}, {kChartCloseLine, 2, 10, 0, 1, "1028.0  "},
   };
-  for (const auto& [records, kind, name, value, want] : cases) {
-    PriceChart chart(kChartPointFigure, records);
+  for (const auto& [t, records, kind, name, value, want] : cases) {
+    PriceChart chart(t, records);
     chart.x.IndexType = kind;
-    EXPECT_EQ(chart.x.GetPriceTitle(name, value, 0).str(), want) << records << " " << kind;
+    EXPECT_EQ(chart.x.GetPriceTitle(name, value, 0).str(), want) << t << " " << records << " " << kind;
   }
-  PriceChart candle(kChartCloseLine, 2);
-  EXPECT_EQ(candle.x.GetPriceTitle(1, 1, 0).str(), " ABC 1028.0  ");
-  EXPECT_EQ(candle.x.GetPriceTitle(0, 1, 0).str(), "1028.0  ");
 }

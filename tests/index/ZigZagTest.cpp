@@ -9,17 +9,15 @@
 
 namespace {
 
-// An indicator bound to the closes, dated 1001, 1002, ... from bar 0.
+// An indicator bound to the closes (valid from start), dated 1001, 1002, ...
 struct ZigZagChart {
   TestBars bars;
   SIndex x{"ZigZag", kIndexIndicator};
   ZigZagChart(const std::vector<double>& closes, const char* percent, int start = 0) {
     bars[kClose] = Series(closes, start);
     bars[kDateTime] = SVector(static_cast<int>(closes.size()));
-    for (size_t i = 0; i < closes.size(); ++i) bars[kDateTime][static_cast<int>(i)] = 1001.0 + static_cast<double>(i);
-    Feed().Bind(x);  // every slot bound, then close and date-time replaced
-    x.PriceSeries[kClose] = &bars[kClose];
-    x.PriceSeries[kDateTime] = &bars[kDateTime];
+    for (int i = 0; i < bars[kDateTime].GetSize(); ++i) bars[kDateTime][i] = 1001 + i;
+    x.PriceSeries[kClose] = &bars[kClose], x.PriceSeries[kDateTime] = &bars[kDateTime];
     x.VarValue[0] = percent;
   }
 };
@@ -30,64 +28,42 @@ std::vector<double> Marks(const std::vector<double>& closes, const char* percent
   return Values(z.x.LineData[1]);
 }
 
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity(), kNaN = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
 
 TEST(ZigZag, TurningPointsAreMarkedAndTheLastSwingEndsAtItsExtreme) {
-  ZigZagChart z({100, 110, 120, 105, 90}, "10");
+  ZigZagChart z({0, 100, 110, 120, 105, 90}, "10");  // bar 0 has no price
   z.x.CalcZigZagLine(0);
   EXPECT_EQ(Values(z.x.LineData[1]), (std::vector<double>{100, 0, 120, 0, 90}));
-  // The dates lead with the first bar's and run one place behind the marks.
-  EXPECT_EQ(Values(z.x.LineData[0]), (std::vector<double>{1001, 1001, 1002, 1003, 1004, 1005}));
-  for (int line : {2, 3, 4}) EXPECT_EQ(z.x.LineData[line].GetSize(), 0);
-  // Bars without prices before the first close are skipped, dates included.
-  ZigZagChart late({0, 0, 100, 110, 120, 105, 90}, "10");
-  late.x.CalcZigZagLine(0);
-  EXPECT_EQ(Values(late.x.LineData[1]), (std::vector<double>{100, 0, 120, 0, 90}));
-  EXPECT_EQ(late.x.LineData[0][0], 1003);
-  // Falling first, then a rise that turns it.
-  EXPECT_EQ(Marks({100, 95, 80, 85, 99, 97}, "10"), (std::vector<double>{100, 0, 80, 0, 99}));
+  // The dates lead with the first priced bar's and run one place behind.
+  EXPECT_EQ(Values(z.x.LineData[0]), (std::vector<double>{1002, 1002, 1003, 1004, 1005, 1006}));
+  EXPECT_EQ(Marks({100, 95, 80, 85, 99, 97}, "10"), (std::vector<double>{100, 0, 80, 0, 99}));  // falling first
 }
 
 TEST(ZigZag, PercentageIsClampedAndDefaultsToFive) {
   const std::vector<double> wide = {100, 160, 70}, narrow = {100, 100.6}, five = {100, 104, 100};
   // percentage, closes, marks
   const std::tuple<const char*, std::vector<double>, std::vector<double>> cases[] = {
-      {"50", wide, {100, 160, 70}},
-      {"70", wide, {100, 160, 70}},  // 70 acts as 50 (160 would not rise)
-      {"0.5", narrow, {100}},
-      {"0.4", narrow, {100}},  // 0.5 acts as 1
-      {"", five, {100}},
-      {"abc", five, {100}},  // 5
-      {"1", five, {100, 104, 100}},
-      {"-20", five, {100, 104, 100}},  // below the floor: 1
-      {"nan", five, {100}},
+      {"70", wide, {100, 160, 70}},    // as 50: at 70 the rise to 160 would not count
+      {"0.5", narrow, {100}},          // as 1
+      {"", five, {100}},               // 5
+      {"nan", five, {100}},            // 5
+      {"-20", five, {100, 104, 100}},  // 1
       {"1e308", wide, {100, 160, 70}},
   };
   for (const auto& [percent, closes, marks] : cases) EXPECT_EQ(Marks(closes, percent), marks) << percent;
 }
 
-TEST(ZigZag, AllZeroClosesGiveEmptyLinesAndClearOldOnes) {
-  for (int autoPercent : {0, 1}) {
-    ZigZagChart z({0, 0, 0}, "10");
-    z.x.LineData[4] = Series({1, 2});
-    z.x.CalcZigZagLine(autoPercent);
-    for (const SVector& line : z.x.LineData) EXPECT_EQ(line.GetSize(), 0);
-    z.x.LineData[4] = Series({1, 2});
-    z.x.CalcZigZagOrgLine(autoPercent);
-    for (const SVector& line : z.x.LineData) EXPECT_EQ(line.GetSize(), 0);
-  }
-}
-
 TEST(ZigZag, AutomaticPercentageIsAProposedStepOfTheFirstClose) {
-  // first close, VarValue[0] afterwards
+  // first close, VarValue[0] afterwards; all-zero closes give empty lines
   const std::pair<double, const char*> cases[] = {{100, "5"}, {1234, "62"}, {0, "1"}, {-40, "1"}};
   for (const auto& [first, percent] : cases) {
-    ZigZagChart z({0, first, first}, "33");
+    ZigZagChart z({0, first, first * 2}, "33");
+    z.x.LineData[4] = Series({1, 2});
     z.x.CalcZigZagLine(1);
     EXPECT_EQ(z.x.VarValue[0].str(), percent) << first;
+    EXPECT_EQ(std::tuple(z.x.LineData[1].GetSize(), z.x.LineData[4].GetSize()), std::tuple(first ? 2 : 0, 0));
   }
 }
 
@@ -99,7 +75,7 @@ TEST(ZigZag, StepsFollowTheSwingAndMarkTheFirstStepAfterATurn) {
   z.x.CalcZigZagOrgLine(0);
   const std::vector<double> dates = Values(z.x.LineData[0]), bars = Values(z.x.LineData[1]),
                             levels = Values(z.x.LineData[2]), turns = Values(z.x.LineData[3]);
-  const auto down = std::find(bars.begin(), bars.end(), 3.0) - bars.begin();
+  const long down = std::find(bars.begin(), bars.end(), 3.0) - bars.begin();
   ASSERT_GT(down, 9);
   ASSERT_LT(down, static_cast<long>(levels.size()));
   EXPECT_EQ(levels[0], 99);
@@ -110,21 +86,10 @@ TEST(ZigZag, StepsFollowTheSwingAndMarkTheFirstStepAfterATurn) {
               std::tuple(rising ? 1.0 : 3.0, rising ? 1002.0 : 1004.0, k == down ? levels[k] : 0.0))
         << k;
   }
-  EXPECT_GT(levels.back(), 93);
-  EXPECT_LE(levels.back() - 1.1, 93 + 1e-9);
-  EXPECT_EQ(z.x.LineData[4].GetSize(), 0);
-  // No close moves by the percentage: no direction, no steps.
-  ZigZagChart flat({100, 101, 99}, "10");
+  EXPECT_TRUE(levels.back() > 93 && levels.back() - 1.1 <= 93 + 1e-9) << levels.back();
+  ZigZagChart flat({100, 101, 99}, "10");  // no close moves by the percentage: no steps
   flat.x.CalcZigZagOrgLine(0);
   EXPECT_EQ(flat.x.LineData[2].GetSize(), 0);
-}
-
-// Steps that cannot move the level (negative prices give a negative step)
-// add one record per bar instead of looping.
-TEST(ZigZag, StepThatDoesNotMoveTheLevelAddsOneRecordPerBar) {
-  ZigZagChart z({-100, -80, -60, -40}, "10");
-  z.x.CalcZigZagOrgLine(0);
-  EXPECT_EQ(Values(z.x.LineData[1]), (std::vector<double>{1, 2, 3}));
 }
 
 TEST(ZigZag, HostileInputFinishesWithBoundedLines) {
@@ -137,11 +102,10 @@ TEST(ZigZag, HostileInputFinishesWithBoundedLines) {
       {1, 1e300, 1, 1e300, 1e-300},
       growing,
       {-5, 0, 5, -5, 0},
-      {1, 2},
       {},
   };
   for (const auto& c : closes)
-    for (const char* percent : {"10", "-5", "1e308", "0"})
+    for (const char* percent : {"10", "-5", "1e308"})
       for (int autoPercent : {0, 1}) {
         ZigZagChart z(c, percent);
         z.x.CalcZigZagLine(autoPercent);
@@ -153,8 +117,11 @@ TEST(ZigZag, HostileInputFinishesWithBoundedLines) {
         EXPECT_LE(steps, static_cast<int>(kZigZagMaxSteps));
         for (int line : {1, 2, 3}) EXPECT_EQ(z.x.LineData[line].GetSize(), steps);
       }
-  // A start index beyond the closes, and nothing bound at all.
-  ZigZagChart beyond({100, 120, 90}, "10", 7);
+  // Negative prices give a step that cannot move the level: one record a bar.
+  ZigZagChart negative({-100, -80, -60, -40}, "10");
+  negative.x.CalcZigZagOrgLine(0);
+  EXPECT_EQ(Values(negative.x.LineData[1]), (std::vector<double>{1, 2, 3}));
+  ZigZagChart beyond({100, 120, 90}, "10", 7);  // start index past the closes
   beyond.x.CalcZigZagLine(0);
   EXPECT_EQ(beyond.x.LineData[1].GetSize(), 0);
   SIndex unbound;
