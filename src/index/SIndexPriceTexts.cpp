@@ -75,7 +75,8 @@ std::string ParamText(Param rule, int flag, const SString& name, const SString& 
   return name.str() + "(" + value.str() + ") ";
 }
 
-// Price text of one slot at bar ("" past the series).
+// Price text of one slot at bar ("" past the series, which may be shorter
+// than the close).
 std::string PriceAt(SPriceData& record, int slot, int bar) {
   const SVector& s = record.GetSeries(slot);
   return bar >= 0 && bar < s.GetSize() ? GetTickFullFormat(s[bar], record.TickSize).str() : std::string();
@@ -103,6 +104,7 @@ SString SIndex::GetPriceValue(int bar) {
   const int t = ChartTypeOf(*record);
   const ChartLegend* legend = LegendOf(t);
   if (!(legend ? legend->pricesShown : t == kExtraPricedType)) return SString();
+  if (bar < 0 || bar >= record->GetSeries(kClose).GetSize()) return SString();  // no bar, no prices
   const bool closeOnly =
       t == kChartCloseLine || (record->ChartPeriod == kTickPeriod && record->ChartCycle == kSingleTickCycle);
   if (closeOnly) return PriceAt(*record, kClose, bar) + " ";

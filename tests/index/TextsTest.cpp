@@ -195,6 +195,7 @@ TEST(PriceTexts, ValueShowsOnlyTheCloseForLineAndSingleTickCharts) {
   }
   Language ko(kLangKorean);
   EXPECT_EQ(Utf8(PriceChart(kChartBarOhlc).x.GetPriceValue(0)), "시:1021.5 고:1030.0 저:1019.0 종:1028.0 ");
+  EXPECT_EQ(PriceChart(kChartBarOhlc).x.GetPriceValue(1).str(), "");
 }
 
 TEST(PriceTexts, TitleNamesTheChartTypeUnlessSeveralRecordsAreShown) {
