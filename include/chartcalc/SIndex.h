@@ -12,6 +12,9 @@
 //   SIndexLookback.cpp      look-back analysis and the search evaluation
 //   SIndexCandle.cpp        the candle-pattern indicator
 //   SIndexScale.cpp         draw range and extremes
+//   SIndexTexts.cpp         line names and value texts
+//   SIndexPriceTexts.cpp    the price chart's legend and value texts
+//   SIndexZigZag.cpp        zigzag lines over the close
 #pragma once
 
 #include <memory>
@@ -144,6 +147,41 @@ class SIndex : public SIndexProp {
   // Candle patterns (SIndexCandle.cpp): LineData[0] becomes, per bar, the
   // position in CandleList of the last pattern that matched, or -1.
   void CalcCandlePattern();
+
+  // Line names and value texts for legends and value displays, in the
+  // current language; made on demand from the fields. A line outside 0-4,
+  // or a bar outside the line's valid range, gives the empty text.
+  // ExpName[line] with %name% replaced by the variable's value, %% by %.
+  SString GetExpTitleName(int line);
+  // The named variables' values as "(v1,v2)"; empty without named variables.
+  SString GetIndexVariable();
+  // The legend name of a line, by IndexType.
+  SString GetExpName(int line);
+  // The line's name with the variable values worked in.
+  SString GetExpNameWithVariable(int line);
+  // The value at bar as a plain number, or the fixed name of a signal line.
+  SString GetExpNameWithValue(int line, int bar);
+  // The value at bar with the decimals of the current price record's tick.
+  SString GetExpValue(int line, int bar);
+  // The most characters GetExpNameWithVariable gives over lines 0-4.
+  int GetMaxExpNameLength();
+  // The legend entry of a line: name, symbol and value as asked.
+  SString GetExpTitle(int showName, int showValue, int withSymbol, int line, int bar);
+
+  // The price chart's texts (SIndexPriceTexts.cpp), read from the current
+  // price record and its display record; IndexType 9 and 10 ask for the
+  // name form of the legend.
+  SString GetPriceName();
+  SString GetPriceValue(int bar);
+  SString GetPriceTitle(int showName, int showValue, int bar);
+
+  // Zigzag lines over the bound close (SIndexZigZag.cpp); VarValue[0] is
+  // the reversal percentage, set from the first close when autoPercent is
+  // not zero. CalcZigZagLine: LineData[1] the close at each turning point
+  // (0 elsewhere), LineData[0] dates. CalcZigZagOrgLine: one record per
+  // price step over LineData[0]-[3] (date, bar, level, level at a turn).
+  void CalcZigZagLine(int autoPercent);
+  void CalcZigZagOrgLine(int autoPercent);
 
   // Drawing range and extremes of the lines (SIndexScale.cpp).
   void SetDrawRange(int from, int to);

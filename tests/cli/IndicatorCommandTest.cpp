@@ -49,7 +49,42 @@ TEST(IndicatorCommand, CalcPrintsOneColumnPerLineNamedWithItsVariables) {
   for (size_t i = 10; i < rows.size(); ++i) EXPECT_EQ(rows[i][3], average[i][2]) << i;
   EXPECT_EQ(Rows(RunTool({"indicator", "calc", "MACD"}).out)[0][2], "MACD(12,26)");
   EXPECT_EQ(Rows(RunTool({"indicator", "calc", "MACross"}).out)[0],
-            (std::vector<std::string>{"bar", "datetime", "long entry", "long exit", "short entry", "short exit"}));
+            (std::vector<std::string>{"bar", "datetime", "MACross New Buy", "Buy clear", "New Sell", "Sell clear"}));
+  EXPECT_EQ(Rows(RunTool({"indicator", "calc", "MACross", "--lang", "ko"}).out)[0],
+            (std::vector<std::string>{"bar", "datetime", "MACross 신규매수", "매수청산", "신규매도", "매도청산"}));
+}
+
+// The indicator subcommand as it runs once the options are parsed, with
+// flags of its own.
+static ToolRun RunIndicatorWith(const std::vector<std::string>& args, const std::set<std::string>& flags) {
+  CliOptions options;
+  options.args = args;
+  options.flags = flags;
+  options.data = DefaultDataFile();
+  SetIndexDir(DefaultIndexDir().c_str());
+  std::ostringstream out, err;
+  const int status = RunIndicator(options, out, err);
+  SetIndexDir("./");
+  return {status, out.str(), err.str()};
+}
+
+// Each line's entry at the last bar: its name and its value with two
+// decimals, as comment lines before the unchanged CSV.
+TEST(IndicatorCommand, LegendPrintsEachLinesNameAndLastValueBeforeTheCsv) {
+  ToolRun plain = RunTool({"indicator", "calc", "MACD"}), legend = RunIndicatorWith({"calc", "MACD"}, {"legend"});
+  ASSERT_EQ(legend.status, 0) << legend.err;
+  auto rows = Rows(plain.out);
+  std::string want;
+  for (size_t c = 2; c < rows[0].size(); ++c) {
+    char value[64];
+    std::snprintf(value, sizeof value, "%.2f", std::stod(rows.back()[c]));
+    want += "# " + rows[0][c] + "(" + value + ")\n";
+  }
+  EXPECT_EQ(legend.out, want + plain.out);
+  ToolRun streamed = RunIndicatorWith({"calc", "MACD"}, {"legend", "stream"});
+  EXPECT_EQ(streamed.out.substr(0, want.size()), want);
+  ToolRun wrong = RunIndicatorWith({"lookback", "MACD"}, {"legend"});
+  EXPECT_EQ(std::tuple(wrong.status, wrong.err), std::tuple(1, "error: --legend applies to calc only\n"));
 }
 
 // The list names every shipped definition first, with its kind and its

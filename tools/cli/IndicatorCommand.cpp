@@ -4,12 +4,14 @@
 //       name, kind, description, period (single expressions),
 //       variable NAME VALUE [START END STEP] (systems add the range),
 //       parameter NAME (functions), line N NAME FORMULA, base VALUE
-//   calc NAME [--var NAME=VALUE]... [--stream]
+//   calc NAME [--var NAME=VALUE]... [--stream] [--legend]
 //       the definition calculated over the price data, as CSV: bar,datetime,
-//       then one column per calculated line, named by the line names (with
-//       %variable% filled in; systems and patterns by the lines' roles);
-//       a cell is empty before its line's first valid bar. --stream feeds
-//       the bars one at a time through CalcLast, as a host does on ticks.
+//       then one column per calculated line, named by the library's line
+//       names with the variable values worked in (in the language of
+//       --lang); a cell is empty before its line's first valid bar. --stream
+//       feeds the bars one at a time through CalcLast, as a host does on
+//       ticks. --legend first prints each line's legend entry at the last
+//       bar as a comment line "# ENTRY".
 //   check NAME [--var NAME=VALUE]...
 //       "ok", or where the definition is wrong (variable, or line N) and the
 //       message in the chosen language; exit status 2 when wrong
@@ -101,15 +103,31 @@ int ShowDefinition(const std::vector<std::string>& args, const std::vector<int>&
 
 // ---- calculation ------------------------------------------------------------------
 
+// Legend values carry the decimals of this price step, the one the tool
+// assumes for prices elsewhere (backtest's default tick).
+constexpr double kLegendTick = 0.01;
+
+// "# " and the legend entry (name and value at the last bar) of every
+// calculated line, read from the price record the indicator is bound to.
+void PrintLegend(SIndex& x, int lastBar, std::ostream& out) {
+  std::string text;
+  for (int line : CalculatedLines(x)) {
+    std::string entry = Cp949ToUtf8Lossy(x.GetExpTitle(1, 1, 0, line, lastBar).c_str());
+    while (!entry.empty() && entry.back() == ' ') entry.pop_back();
+    text += "#" + entry + "\n";
+  }
+  out << text;
+}
+
 // bar,datetime, then one cell per line: empty before the line's start index
 // and past its end; the datetime is empty past the price data.
-void PrintLines(const SIndex& x, const SVector& dateTime, std::ostream& out) {
+void PrintLines(SIndex& x, const SVector& dateTime, std::ostream& out) {
   const std::vector<int> lines = CalculatedLines(x);
   std::string buf = "bar,datetime";
   int rows = dateTime.GetSize();
   for (int line : lines) {
     buf += ',';
-    buf += ColumnName(x, line);
+    buf += CsvText(Cp949ToUtf8Lossy(x.GetExpNameWithVariable(line).c_str()));
     rows = std::max(rows, x.LineData[line].GetSize());
   }
   buf += "\n";
@@ -142,8 +160,14 @@ void Stream(SIndex& x, const SPriceData& prices, SPriceData& live) {
 int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ostream& out, std::ostream& err) {
   SIndex x;
   if (int status = PrepareNamed(options, kinds, x, err); status != kExitOk) return status;
-  SPriceData prices, live;
+  // The prices are the one record of a list, so the legend reads them as a
+  // host's chart does.
+  SPriceDataList list;
+  const int id = list.Add();
+  SPriceData& prices = list[0];
+  SPriceData live;
   if (!ReadPriceCsv(options.data, prices, err)) return kExitBadInput;
+  prices.TickSize = kLegendTick;
   // The user functions of the index directory (none when it has none).
   SFunctionList functions;
   functions.ReadFunction();
@@ -156,6 +180,10 @@ int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ost
     x.Calc();
   }
   if (!ReportFormulaErrors(x, prices, functions, err)) return kExitFormula;
+  if (options.flags.count("legend")) {
+    x.SetData(&list, id);  // after the calculation: the lines stay as calculated
+    PrintLegend(x, Bars(prices) - 1, out);
+  }
   PrintLines(x, (streamed ? live : prices).GetSeries(kDateTime), out);
   return kExitOk;
 }
@@ -196,10 +224,11 @@ int RunIndicator(const CliOptions& options, std::ostream& out, std::ostream& err
   if (!SelectedKinds(options, kinds, err)) return kExitBadInput;
   std::string action = args.empty() ? "" : args[0];
   const bool calculates = action == "calc" || action == "check" || action == "lookback";
-  if (options.flags.count("stream") && action != "calc") {
-    err << "error: --stream applies to calc only\n";
-    return kExitBadInput;
-  }
+  for (const char* flag : {"stream", "legend"})
+    if (options.flags.count(flag) && action != "calc") {
+      err << "error: --" << flag << " applies to calc only\n";
+      return kExitBadInput;
+    }
   if (HasVariables(options) && !calculates) {
     err << "error: --var applies to calc, check and lookback only\n";
     return kExitBadInput;
