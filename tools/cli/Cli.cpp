@@ -29,7 +29,7 @@ const Command kCommands[] = {
      "Lists, adds or removes the user functions of the index directory.\n"
      "      list prints one function per line: NAME, FORMULA, then each PARAM, tab-separated."},
     {"indicator", RunIndicator,
-     "chartcalc indicator list | show NAME | calc NAME [--var NAME=VALUE]... [--stream] | check NAME\n"
+     "chartcalc indicator list | show NAME | calc NAME [--var NAME=VALUE]... [--stream] [--legend] | check NAME\n"
      "      | lookback NAME [--kind indicator|expression|pattern|system|function] [--index-dir DIR] [--data FILE]",
      "Lists the definitions of the index directory (of one kind with --kind), one per line:\n"
      "      NAME, KIND, DESCRIPTION, tab-separated; show prints one definition's variables,\n"
