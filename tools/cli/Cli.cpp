@@ -35,10 +35,10 @@ const Command kCommands[] = {
      "      NAME, KIND, DESCRIPTION, tab-separated; show prints one definition's variables,\n"
      "      formulas and line names. calc calculates a definition over the price data and prints\n"
      "      CSV: bar,datetime, then one column per line named by the line names; --var sets a\n"
-     "      variable's value, --stream feeds the bars one at a time as live ticks do. check\n"
-     "      checks the variables and parentheses; lookback prints the bars needed before the\n"
-     "      first value.",
-     "kind var", "stream"},
+     "      variable's value, --stream feeds the bars one at a time as live ticks do, --legend\n"
+     "      prints each line's legend for the last bar as a # comment first. check checks the\n"
+     "      variables and parentheses; lookback prints the bars needed before the first value.",
+     "kind var", "stream legend"},
     {"backtest", RunBacktest,
      "chartcalc backtest SYSTEM [--var NAME=VALUE]... [--settings FILE.ini] [--set KEY=VALUE]...\n"
      "      [--tick SIZE] [--csv] [--trades FILE] [--equity FILE]",
