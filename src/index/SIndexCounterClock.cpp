@@ -1,0 +1,5 @@
+// Placeholder: this chart-type transform is being written.
+#include "chartcalc/SIndex.h"
+
+void SIndex::CalcCounterClock(int) {}
+void SIndex::CalcCandleVolume(int) {}
