@@ -1,4 +1,27 @@
-// Placeholder: this chart-type transform is being written.
+// The Renko chart of the bound close series. VarValue[0] is the brick size;
+// a zero one falls back to its default and is rewritten.
 #include "chartcalc/SIndex.h"
+#include "chartcalc/TextHelpers.h"
+#include "transform/Renko.h"
 
-void SIndex::CalcRenko(int) {}
+using namespace chartcalc::detail;
+
+namespace {
+
+constexpr double kDefaultBrick = 1.0;
+// A reset proposes a brick of this share of the first price.
+constexpr double kResetBrickShare = 0.04;
+
+}  // namespace
+
+void SIndex::CalcRenko(int reset) {
+  const TransformBars bars = BoundBars(PriceSeries[kClose], PriceSeries[kDateTime]);
+  const double first = PriceSeries[kClose] ? PriceSeries[kClose]->GetFirstNonZeroValue() : 0.0;
+  if (reset) ResetStepText(VarValue[0], first * kResetBrickShare);
+  double box = AnsiStringToFloat(VarValue[0], kDefaultBrick);
+  if (box == 0.0) {
+    box = kDefaultBrick;
+    VarValue[0] = static_cast<int>(kDefaultBrick);
+  }
+  WriteColumnLines(RenkoBricks(bars, first, box), LineData);
+}
