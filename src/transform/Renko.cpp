@@ -17,20 +17,29 @@ class Renko {
         down_(first - box),
         steps_(std::min(LevelSteps::BudgetFor(bars.close.size()), kMaxBricks)) {}
 
-  std::vector<ColumnPoint> Run() {
+  std::vector<PriceColumn> Run() {
     const size_t s = static_cast<size_t>(bars_.start);
     ChooseDirection(s);
-    points_.push_back(Point(s, bars_.close[s]));
+    lastEnd_ = bars_.close[s];
     for (size_t i = s; i < bars_.close.size(); ++i) {
       steps_.StartBar();
       Bar(i, bars_.close[i]);
     }
-    return std::move(points_);
+    return std::move(bricks_);
   }
 
  private:
-  ColumnPoint Point(size_t i, double price) const {
-    return {ValueAt(bars_.dateTime, i), static_cast<double>(i), price};
+  // Each brick runs from the previous brick's end, except that a brick turning
+  // the direction starts where the previous brick started.
+  void AddBrick(size_t i, double end) {
+    double start = lastEnd_;
+    if (!bricks_.empty()) {
+      if (end > start && prevStart_ >= prevEnd_) start = prevStart_;
+      if (start >= end && prevEnd_ > prevStart_) start = prevStart_;
+    }
+    prevStart_ = start;
+    prevEnd_ = lastEnd_ = end;
+    bricks_.push_back({ValueAt(bars_.dateTime, i), static_cast<double>(i), start, end});
   }
 
   // The first close beyond either level sets the direction; the levels stay.
@@ -54,7 +63,7 @@ class Renko {
 
   void RisingBricks(size_t i, double c) {
     while (c > up_ && steps_.Take(up_, up_ + box_, true)) {
-      points_.push_back(Point(i, up_));
+      AddBrick(i, up_);
       down_ = up_ - 2.0 * box_;
       up_ += box_;
     }
@@ -62,7 +71,7 @@ class Renko {
 
   void FallingBricks(size_t i, double c) {
     while (down_ >= c && steps_.Take(down_, down_ - box_, false)) {
-      points_.push_back(Point(i, down_));
+      AddBrick(i, down_);
       up_ = down_ + 2.0 * box_;
       down_ -= box_;
     }
@@ -73,35 +82,16 @@ class Renko {
   double up_, down_;
   bool rising_ = false;
   LevelSteps steps_;
-  std::vector<ColumnPoint> points_;
+  double lastEnd_ = 0.0, prevStart_ = 0.0, prevEnd_ = 0.0;
+  std::vector<PriceColumn> bricks_;
 };
-
-// Brick k runs from point k - 1 to point k, except that a brick turning the
-// direction starts where the previous brick started.
-std::vector<PriceColumn> ToBricks(const std::vector<ColumnPoint>& points) {
-  std::vector<PriceColumn> bricks;
-  bricks.reserve(points.size());
-  double prevStart = 0.0, prevEnd = 0.0;
-  for (size_t k = 1; k < points.size(); ++k) {
-    double start = points[k - 1].price;
-    const double end = points[k].price;
-    if (k > 1) {
-      if (end > start && prevStart >= prevEnd) start = prevStart;
-      if (start >= end && prevEnd > prevStart) start = prevStart;
-    }
-    prevStart = start;
-    prevEnd = end;
-    bricks.push_back({points[k].dateTime, points[k].bar, start, end});
-  }
-  return bricks;
-}
 
 }  // namespace
 
 std::vector<PriceColumn> RenkoBricks(const TransformBars& bars, double first, double box) {
   // A start index outside the series leaves no bar to start from.
   if (first == 0.0 || bars.start < 0 || static_cast<size_t>(bars.start) >= bars.close.size()) return {};
-  return ToBricks(Renko(bars, first, box).Run());
+  return Renko(bars, first, box).Run();
 }
 
 }  // namespace chartcalc::detail
