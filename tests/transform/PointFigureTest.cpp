@@ -5,155 +5,84 @@
 
 #include "index/IndexTestUtil.h"
 
+namespace transform_test {
+
+using Cols = std::vector<std::array<double, 3>>;  // bar, start, end of each output element
+constexpr double kDate0 = 20240101;
+
+// Runs a column-list chart type over closes (0 below `start`) dated
+// kDate0 + bar; vars are its parameter texts before and after the call. Also
+// used by the Renko tests.
+Cols RunChart(void (SIndex::*calc)(int), const std::vector<double>& closes, int start, std::vector<SString>& vars,
+              int reset) {
+  Feed feed;
+  SIndex x("chart", kIndexPriceChart);
+  for (double c : closes) feed[kClose].Add(c), feed[kDateTime].Add(kDate0 + feed[kDateTime].GetSize());
+  feed[kClose].SetStartIndex(start);
+  feed.Bind(x);
+  std::copy(vars.begin(), vars.end(), x.VarValue);
+  (x.*calc)(reset);
+  std::copy(x.VarValue, x.VarValue + vars.size(), vars.begin());
+  Cols cols;
+  for (int k = 0; k < x.LineData[0].GetSize(); ++k) {
+    EXPECT_EQ(x.LineData[0][k], kDate0 + x.LineData[1][k]);
+    cols.push_back({x.LineData[1][k], x.LineData[2][k], x.LineData[3][k]});
+  }
+  for (int line : {1, 2, 3}) EXPECT_EQ(x.LineData[line].GetSize(), static_cast<int>(cols.size()));
+  EXPECT_EQ(x.LineData[4].GetSize(), 0);
+  return cols;
+}
+
+}  // namespace transform_test
+
 namespace {
 
-constexpr double kFirstDate = 20240101;
+using namespace transform_test;
 
-// One expected column: the bar that ended it, its start and end prices.
-struct Col {
-  double bar, start, end;
-  bool operator==(const Col&) const = default;
-  friend std::ostream& operator<<(std::ostream& o, const Col& c) {
-    return o << "{bar " << c.bar << ": " << c.start << " -> " << c.end << "}";
-  }
-};
-
-// An indicator bound to the closes (bars below `start` are 0), dated
-// kFirstDate + bar.
-struct PnFChart {
-  Feed feed;
-  SIndex x{"pnf", kIndexPriceChart};
-
-  PnFChart(std::vector<double> closes, int start = 0) {
-    for (size_t i = 0; i < closes.size(); ++i) {
-      feed[kClose].Add(closes[i]);
-      feed[kDateTime].Add(kFirstDate + static_cast<double>(i));
-    }
-    feed[kClose].SetStartIndex(start);
-    feed.Bind(x);
-  }
-  std::vector<Col> Calc(const char* reversal, const char* box, int reset = 0) {
-    x.VarValue[0] = SString(reversal);
-    x.VarValue[1] = SString(box);
-    x.CalcPnF(reset);
-    std::vector<Col> cols;
-    for (int k = 0; k < x.LineData[1].GetSize(); ++k) {
-      EXPECT_EQ(x.LineData[0][k], kFirstDate + x.LineData[1][k]) << "column " << k << " dated at its bar";
-      cols.push_back({x.LineData[1][k], x.LineData[2][k], x.LineData[3][k]});
-    }
-    return cols;
-  }
-};
-
-struct ColumnCase {
-  const char* name;
-  std::vector<double> closes;
-  int start;
-  const char* reversal;
-  const char* box;
-  std::vector<Col> expected;
-};
-
-// Every expected column below is worked out by hand from the level rules.
-const ColumnCase kColumnCases[] = {
-    // The scan finds 104 >= 103 and starts rising; bar 1 adds five boxes, bar 2 reverses.
-    {"SeveralBoxesOneBarThenReversal", {100, 104, 100}, 0, "3", "1", {{2, 100, 105}, {2, 104, 99}}},
-    {"StartIndexAboveZeroShiftsBars", {0, 0, 100, 104, 100}, 2, "3", "1", {{4, 100, 105}, {4, 104, 99}}},
-    // A close exactly on the reversal level of a rising column reverses it ...
-    {"CloseOnDownLevelReverses", {100, 104, 101}, 0, "3", "1", {{2, 100, 105}, {2, 104, 100}}},
-    // ... a close just above it does not, and a column of three boxes or more is
-    // confirmed again at every bar.
-    {"CloseAboveDownLevelDoesNotReverse", {100, 104, 101.01}, 0, "3", "1", {{2, 100, 105}}},
-    // No trigger: falling with levels 99 and 101, so 101 already reverses.
-    {"NoTriggerStartsFallingOneBoxAway", {100, 101, 102}, 0, "3", "1", {{1, 100, 99}, {2, 100, 103}}},
-    {"TwoBoxColumnIsNotOutput", {100, 101}, 0, "1", "1", {}},
-    {"FallingScanStartsAtFirst", {100, 96, 95}, 0, "3", "1", {{2, 100, 94}}},
-    {"AllZeroClosesGiveNoColumn", {0, 0, 0}, 0, "3", "1", {}},
-    {"EmptySeriesGivesNoColumn", {}, 0, "3", "1", {}},
-};
-
-class PointFigureColumns : public ::testing::TestWithParam<ColumnCase> {};
-
-TEST_P(PointFigureColumns, MatchHandWorkedColumns) {
-  const ColumnCase& c = GetParam();
-  PnFChart chart(c.closes, c.start);
-  EXPECT_EQ(chart.Calc(c.reversal, c.box), c.expected);
-  EXPECT_EQ(chart.x.LineData[4].GetSize(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(PointFigure, PointFigureColumns, ::testing::ValuesIn(kColumnCases),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-struct ParamCase {
-  const char* reversal;
-  const char* box;
-  int reset;
-  const char* reversalAfter;
-  const char* boxAfter;
-};
-
-const ParamCase kParamCases[] = {
-    {"0", "0", 0, "3", "1"},    // zeros fall back and are rewritten
-    {"", "abc", 0, "", "abc"},  // unreadable: defaults, texts kept
-    {"2", "-1", 0, "2", "-1"},  // negative box used as it is
-    {"7", "9", 1, "3", "25"},   // reset: 3 and 2 % of 1234.5 on the price grid
-};
-
-TEST(PointFigure, ParameterTextsAreRewrittenOnlyForZeroOrReset) {
-  for (const ParamCase& p : kParamCases) {
-    PnFChart chart({0, 1234.5, 1250, 1200}, 0);
-    chart.Calc(p.reversal, p.box, p.reset);
-    EXPECT_STREQ(chart.x.VarValue[0].c_str(), p.reversalAfter) << p.reversal << " " << p.box;
-    EXPECT_STREQ(chart.x.VarValue[1].c_str(), p.boxAfter) << p.reversal << " " << p.box;
-  }
-}
-
-TEST(PointFigure, AllZeroClosesLeaveTextsAndEmptyOldLines) {
-  PnFChart chart({0, 0});
-  for (SVector& line : chart.x.LineData) line.Add(1.0);
-  chart.Calc("4", "2.5");
-  EXPECT_STREQ(chart.x.VarValue[0].c_str(), "4");
-  EXPECT_STREQ(chart.x.VarValue[1].c_str(), "2.5");
-  for (const SVector& line : chart.x.LineData) EXPECT_EQ(line.GetSize(), 0);
-}
-
-// Read literally these never leave a level loop or index outside the closes;
-// each must finish with four lines of equal length.
-TEST(PointFigure, EndlessLevelLoopsAndBadStartsFinish) {
-  const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+TEST(PointFigure, ColumnsMatchHandWorkedLevels) {
   const struct {
     std::vector<double> closes;
     int start;
-    const char* reversal;
-    const char* box;
+    Cols expected;
   } cases[] = {
-      {{100, 130, 80, 120}, 0, "3", "-1"},        // negative box
-      {{100, 130, 80, 120}, 0, "-3", "1"},        // negative reversal
-      {{100, 130, 80, 120}, 0, "3", "1e-20"},     // box lost against the price
-      {{100, 130, 80, 120}, 0, "3", "1e-12"},     // box tiny but moving the level
-      {{100, inf, -inf, nan, 90}, 0, "3", "1"},   // infinite and NaN closes
-      {{100, 130, 80}, 0, "2147483647", "1"},     // reversal + 1 overflows an int
-      {{100, 130, 80}, 7, "3", "1"},              // start index past the end
-      {{100, 130, 80}, -5, "3", "1"},             // negative start index
-      {{1e308, -1e308, 1e308}, 0, "1", "1e308"},  // levels overflow to infinity
+      {{100, 104, 100}, 0, {{2, 100, 105}, {2, 104, 99}}},        // five boxes from bar 1, then a reversal
+      {{0, 0, 100, 104, 100}, 2, {{4, 100, 105}, {4, 104, 99}}},  // start index above 0
+      {{100, 104, 101}, 0, {{2, 100, 105}, {2, 104, 100}}},       // close on the reversal level reverses
+      {{100, 104, 101.01}, 0, {{2, 100, 105}}},                   // just above it: confirmed again at bar 2
+      {{100, 101, 102}, 0, {{1, 100, 99}, {2, 100, 103}}},        // no trigger: falling, 101 already reverses
+      {{100, 101}, 0, {{1, 100, 99}}},                            // the running two-box column is not output
+      {{100, 96, 95}, 0, {{2, 100, 94}}},                         // falling trigger
+      {{0, 0, 0}, 0, {}},
+      {{}, 0, {}},
   };
   for (const auto& c : cases) {
-    PnFChart chart(c.closes, c.start);
-    chart.Calc(c.reversal, c.box);
-    const int n = chart.x.LineData[0].GetSize();
-    for (int k = 1; k < 4; ++k) EXPECT_EQ(chart.x.LineData[k].GetSize(), n) << c.box;
-    EXPECT_LE(n, static_cast<int>(c.closes.size()) + 1) << c.box;
+    std::vector<SString> vars = {"3", "1"};
+    EXPECT_EQ(RunChart(&SIndex::CalcPnF, c.closes, c.start, vars, 0), c.expected) << c.closes.size() << " bars";
   }
 }
 
-TEST(PointFigure, MissingDateTimesGiveZeroDates) {
-  PnFChart chart({100, 104, 100});
-  chart.feed[kDateTime].ClearData();
-  chart.x.VarValue[0] = SString("3");
-  chart.x.VarValue[1] = SString("1");
-  chart.x.CalcPnF(0);
-  ASSERT_EQ(chart.x.LineData[0].GetSize(), 2);
-  EXPECT_EQ(chart.x.LineData[0][1], 0.0);
+// Zeros fall back and are rewritten, unreadable and negative texts stay, a
+// reset writes 3 and 2 % of 1234.5 on the price grid. Then negative, lost or
+// tiny boxes, infinite closes, an overflowing reversal and starts outside the
+// series: each finishes with at most one column per bar.
+TEST(PointFigure, BadParametersAndClosesFinishWithTextsAsDocumented) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::vector<double> swing = {0, 1234.5, 1250, 1200, 10}, wild = {100, inf, -inf, std::nan(""), 1e308, -1e308};
+  const struct {
+    const std::vector<double>& closes;
+    int start, reset;
+    std::vector<SString> before, after;
+  } cases[] = {{swing, 0, 0, {"0", "0"}, {"3", "1"}},         {swing, 0, 0, {"", "abc"}, {"", "abc"}},
+               {swing, 0, 0, {"2", "-1"}, {"2", "-1"}},       {swing, 0, 1, {"7", "9"}, {"3", "25"}},
+               {swing, 0, 0, {"-3", "1"}, {"-3", "1"}},       {swing, 0, 0, {"3", "1e-20"}, {"3", "1e-20"}},
+               {swing, 0, 0, {"3", "1e-12"}, {"3", "1e-12"}}, {wild, 0, 0, {"1", "1e308"}, {"1", "1e308"}},
+               {wild, 0, 0, {"3", "1"}, {"3", "1"}},          {swing, 0, 0, {"2147483647", "1"}, {"2147483647", "1"}},
+               {swing, 9, 0, {"3", "1"}, {"3", "1"}},         {swing, -5, 0, {"3", "1"}, {"3", "1"}}};
+  for (const auto& c : cases) {
+    std::vector<SString> vars = c.before;
+    EXPECT_LE(RunChart(&SIndex::CalcPnF, c.closes, c.start, vars, c.reset).size(), c.closes.size());
+    EXPECT_EQ(vars[0].str() + " " + vars[1].str(), c.after[0].str() + " " + c.after[1].str());
+  }
 }
 
 }  // namespace
