@@ -26,7 +26,8 @@ void SIndex::CalcKagi(int reset) {
   }
   double reversal = AnsiStringToFloat(VarValue[0], kDefaultReversal);
   if (reversal == 0.0) reversal = kDefaultReversal;
-  WriteChartSegments(KagiSegments(in, reversal), LineData);
+  SegmentWriter out(LineData);
+  KagiSegments(in, reversal, out);
 }
 
 void SIndex::CalcSwing(int reset) { CalcKagi(reset); }

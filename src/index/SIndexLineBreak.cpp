@@ -23,8 +23,11 @@ void SIndex::CalcThreeLineBreak(int reset) {
     VarValue[0] = kDefaultLineCount;
     count = kDefaultLineCount;
   }
-  const LineBreakChart chart = LineBreakLines(in, static_cast<int>(count));
-  WriteChartSegments(chart.lines, LineData);
+  LineBreakChart chart;
+  {
+    SegmentWriter out(LineData);
+    chart = LineBreakLines(in, static_cast<int>(count), out);
+  }
   if (chart.drawn) VarValue[1] = chart.lastThreshold;
 }
 

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <climits>
 
+#include "index/LineGrowth.h"
+
 namespace chartcalc::detail {
 
 CloseInput CloseInputOf(const SVector* close, const SVector* dateTime) {
@@ -48,10 +50,10 @@ struct KagiLine {
   double downLevel;
   double price;  // where the next segment starts
   int lastBar;   // the bar of the last turn
-  std::vector<ChartSegment> segments;
+  SegmentWriter& out;
 
   void Turn(int bar, double to) {
-    segments.push_back({in.DateTime(bar), static_cast<double>(bar), price, to});
+    out.Add({in.DateTime(bar), static_cast<double>(bar), price, to});
     price = to;
     lastBar = bar;
   }
@@ -81,32 +83,39 @@ struct KagiLine {
 
 }  // namespace
 
-std::vector<ChartSegment> KagiSegments(const CloseInput& in, double reversal) {
+void KagiSegments(const CloseInput& in, double reversal, SegmentWriter& out) {
   const double first = FirstNonZeroClose(in);
-  if (first == 0.0) return {};
+  if (first == 0.0) return;
   const double upLevel = first + reversal;
   const double downLevel = first - reversal;
   KagiLine line{in,       reversal, StartsRising(in, upLevel, downLevel), upLevel, downLevel, in.close[in.start],
-                in.start, {}};
+                in.start, out};
   for (int i = in.start; i < in.Size(); ++i) line.Step(i);
   // The closing segment is dated at the last turn and ends at the upper
   // level whichever way the line runs: the chart draws it that way.
   if (line.lastBar < in.Size() - 1) line.Turn(line.lastBar, line.upLevel);
-  return std::move(line.segments);
 }
 
-void WriteChartSegments(std::span<const ChartSegment> segments, SVector (&lines)[kIndexLines]) {
-  for (SVector& line : lines) line.ClearData();
-  // A line holds at most INT_MAX elements; SetSize may also stop short when
-  // memory runs out, so only the elements that fit are written.
-  const int n = static_cast<int>(std::min<size_t>(segments.size(), INT_MAX));
-  constexpr double ChartSegment::*kFields[] = {&ChartSegment::dateTime, &ChartSegment::bar, &ChartSegment::start,
-                                               &ChartSegment::end};
-  for (int k = 0; k < 4; ++k) {
-    lines[k].SetSize(n);
-    double* out = lines[k].Data();
-    for (int j = 0; j < lines[k].GetSize(); ++j) out[j] = segments[j].*kFields[k];
+SegmentWriter::SegmentWriter(SVector (&lines)[kIndexLines]) : lines_(lines) {
+  for (SVector& line : lines_) line.ClearData();
+}
+
+SegmentWriter::~SegmentWriter() {
+  for (int k = 0; k < kSegmentLines; ++k) lines_[k].SetSize(n_);
+}
+
+// The lines grow by a quarter at a time, keeping what was written; the
+// common capacity is that of the smallest line.
+bool SegmentWriter::Grow() {
+  if (n_ == INT_MAX) return false;
+  capacity_ = INT_MAX;
+  for (int k = 0; k < kSegmentLines; ++k) {
+    lines_[k].SetSize(n_);
+    GrowLineTo(lines_[k], n_ + 1);
+    capacity_ = std::min(capacity_, lines_[k].GetCapacity());
+    data_[k] = lines_[k].Data();
   }
+  return n_ < capacity_;
 }
 
 }  // namespace chartcalc::detail

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <span>
-#include <vector>
 
 #include "chartcalc/SIndexProp.h"
 #include "chartcalc/SVector.h"
@@ -42,11 +41,39 @@ struct ChartSegment {
   double end;
 };
 
-// The Kagi segments of the closes for a reversal amount (any finite or
-// infinite value; the caller replaces 0). Empty when every close is 0.
-std::vector<ChartSegment> KagiSegments(const CloseInput& in, double reversal);
+// Writes segments straight into an indicator's lines: lines 0 to 3 receive
+// each segment's fields, line 4 stays empty. The lines keep their buffers
+// from the last calculation, so a recalculation allocates nothing (a
+// temporary list of segments would cost more than the pass itself).
+class SegmentWriter {
+ public:
+  explicit SegmentWriter(SVector (&lines)[kIndexLines]);
+  ~SegmentWriter();  // sets the lines' sizes
+  SegmentWriter(const SegmentWriter&) = delete;
+  SegmentWriter& operator=(const SegmentWriter&) = delete;
 
-// Lines 0 to 3 receive the segments' fields in order, line 4 is emptied.
-void WriteChartSegments(std::span<const ChartSegment> segments, SVector (&lines)[kIndexLines]);
+  void Add(const ChartSegment& s) {
+    if (n_ == capacity_ && !Grow()) return;
+    data_[0][n_] = s.dateTime;
+    data_[1][n_] = s.bar;
+    data_[2][n_] = s.start;
+    data_[3][n_] = s.end;
+    ++n_;
+  }
+  int Count() const { return n_; }
+
+ private:
+  static constexpr int kSegmentLines = 4;
+  bool Grow();  // false when the lines cannot grow (no memory, INT_MAX)
+
+  SVector (&lines_)[kIndexLines];
+  double* data_[kSegmentLines] = {};
+  int n_ = 0;
+  int capacity_ = 0;
+};
+
+// Writes the Kagi segments of the closes for a reversal amount (any finite
+// or infinite value; the caller replaces 0). Nothing when every close is 0.
+void KagiSegments(const CloseInput& in, double reversal, SegmentWriter& out);
 
 }  // namespace chartcalc::detail

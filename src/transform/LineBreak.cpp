@@ -61,8 +61,9 @@ bool StartsRising(const CloseInput& in) {
 
 class LineBreakBuilder {
  public:
-  LineBreakBuilder(const CloseInput& in, int count, double first)
+  LineBreakBuilder(const CloseInput& in, int count, double first, SegmentWriter& out)
       : in_(in),
+        out_(out),
         count_(count),
         rising_(StartsRising(in)),
         topLevel_(first),
@@ -95,7 +96,7 @@ class LineBreakBuilder {
     }
   }
 
-  LineBreakChart Take() { return {std::move(lines_), lastThreshold_, true}; }
+  LineBreakChart Result() const { return {lastThreshold_, true}; }
 
  private:
   // A rising line runs from the previous line's top up to c.
@@ -130,17 +131,18 @@ class LineBreakBuilder {
   void Append(int i, double c) {
     double start = price_;
     const double end = c;
-    if (!lines_.empty()) {
+    if (out_.Count() > 0) {
       if (end > start && prevStart_ >= prevEnd_) start = prevStart_;
       if (start >= end && prevEnd_ > prevStart_) start = prevStart_;
     }
     prevStart_ = start;
     prevEnd_ = end;
     price_ = c;
-    lines_.push_back({in_.DateTime(i), static_cast<double>(i), start, end});
+    out_.Add({in_.DateTime(i), static_cast<double>(i), start, end});
   }
 
   const CloseInput& in_;
+  SegmentWriter& out_;
   const int count_;
   bool rising_;
   double topLevel_, bottomLevel_, thrUp_, thrDown_;
@@ -151,17 +153,16 @@ class LineBreakBuilder {
   double prevStart_ = 0.0, prevEnd_ = 0.0;
   WindowExtreme<std::greater<>> tops_;
   WindowExtreme<std::less<>> bottoms_;
-  std::vector<ChartSegment> lines_;
 };
 
 }  // namespace
 
-LineBreakChart LineBreakLines(const CloseInput& in, int count) {
+LineBreakChart LineBreakLines(const CloseInput& in, int count, SegmentWriter& out) {
   const double first = FirstNonZeroClose(in);
   if (first == 0.0) return {};
-  LineBreakBuilder builder(in, count, first);
+  LineBreakBuilder builder(in, count, first, out);
   for (int i = in.start + 1; i < in.Size(); ++i) builder.Bar(i);
-  return builder.Take();
+  return builder.Result();
 }
 
 }  // namespace chartcalc::detail

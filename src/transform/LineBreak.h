@@ -4,7 +4,6 @@
 #pragma once
 
 #include <span>
-#include <vector>
 
 #include "transform/Kagi.h"
 
@@ -17,7 +16,6 @@ namespace chartcalc::detail {
 double ChangeValue(int mode, std::span<const double> values, int end, int count, int lowerBound);
 
 struct LineBreakChart {
-  std::vector<ChartSegment> lines;
   // The turn level computed last: the close the next bar must break to turn
   // the chart (0 when no line was drawn).
   double lastThreshold = 0.0;
@@ -25,8 +23,8 @@ struct LineBreakChart {
   bool drawn = false;
 };
 
-// The line-break chart of the closes over the last `count` lines (count >= 1;
-// the caller replaces other counts).
-LineBreakChart LineBreakLines(const CloseInput& in, int count);
+// Writes the line-break chart of the closes over the last `count` lines
+// (count >= 1; the caller replaces other counts).
+LineBreakChart LineBreakLines(const CloseInput& in, int count, SegmentWriter& out);
 
 }  // namespace chartcalc::detail
