@@ -109,10 +109,11 @@ void Letter(const ProfileBars& bars, const std::vector<int>& next, int n, Profil
   out.dayStart[s] = 1.0;
   double letter = kProfileFirstLetter;
   int nextStart = next[next[0] + 1];
-  int prevLetterBar = s;
+  long prevLetterDay = GetLongDate(bars.dateTime[s]);  // the day of the previous letter bar
   for (int i = s + 1; i < n; ++i) {
     if (out.letter[i] == 0.0) continue;
-    if (GetLongDate(bars.dateTime[i]) > GetLongDate(bars.dateTime[prevLetterBar])) {
+    const long day = GetLongDate(bars.dateTime[i]);
+    if (day > prevLetterDay) {
       letter = kProfileFirstLetter;
       nextStart = next[nextStart + 1];
       out.dayStart[i] = 1.0;
@@ -121,7 +122,7 @@ void Letter(const ProfileBars& bars, const std::vector<int>& next, int n, Profil
       nextStart = next[nextStart + 1];
     }
     out.letter[i] = letter;
-    prevLetterBar = i;
+    prevLetterDay = day;
   }
 }
 
