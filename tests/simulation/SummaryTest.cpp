@@ -111,7 +111,11 @@ TEST(Summary, WithoutLossesTheProfitFactorAndLossAveragesAreEmpty) {
 
 TEST(Summary, TableKeepsAtMost199RowsAndDropsTheRestSilently) {
   SSimulation sim;
-  for (int k = 0; k < 205; ++k) sim.InsertSummary({SString(k)});
+  for (int k = 0; k < 205; ++k) {
+    SSummary row;
+    row.GroupID = SString(k);
+    sim.InsertSummary(row);
+  }
   EXPECT_EQ(sim.SummaryCount, 199);
   EXPECT_EQ(sim.Summary[198].GroupID.str() + sim.Summary[199].GroupID.str(), "198");
   sim.SummaryCount = -3;  // a host's garbage count must not write outside the table
