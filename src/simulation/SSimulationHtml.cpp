@@ -138,7 +138,7 @@ std::string LabelText(const Label& label) {
   return out;
 }
 
-constexpr Label kTitle{TxSimSystem, TxSimTrade, TxSimSpecification};
+constexpr Label kTitle{TxSimSystem, TxSimTrade, TxSimDetails};
 constexpr Label kHeadingText{TxSimReportHeading};
 
 // One row of the run header: label and summary-info field, twice.

@@ -209,7 +209,7 @@ SString Compose(const Label& label) {
   return SString(text);
 }
 
-struct RowSpec {
+struct RowLayout {
   int subGroup;
   Label subGroupName;
   Label name1;
@@ -219,7 +219,7 @@ struct RowSpec {
 };
 
 // The 14 rows of one group, in Sequence order.
-const RowSpec kRows[] = {
+const RowLayout kRows[] = {
     {0, Word(TxSimProfitLossSummary), Word(TxSimTotalProfitLoss), kVTotalProfitLoss, Word(TxSimProfitFactor),
      kVProfitFactor},
     {0, Word(TxSimProfitLossSummary), Word(TxSimTotalProfit), kVGrossProfit, Word(TxSimTotalLoss), kVGrossLoss},
@@ -396,16 +396,16 @@ void SSimulation::CalcSummary(int side) {
   const ValueTexts values = FormatValues(stats, drawdown.fall, stdev, digits);
   const SString groupId = SString(side + 1), groupName = GroupName(side);
   int sequence = 0;
-  for (const RowSpec& spec : kRows) {
+  for (const RowLayout& row : kRows) {
     SummaryRow = {groupId,
                   groupName,
-                  SString(spec.subGroup),
-                  Compose(spec.subGroupName),
+                  SString(row.subGroup),
+                  Compose(row.subGroupName),
                   SString(sequence++),
-                  Compose(spec.name1),
-                  values[spec.value1],
-                  Compose(spec.name2),
-                  values[spec.value2]};
+                  Compose(row.name1),
+                  values[row.value1],
+                  Compose(row.name2),
+                  values[row.value2]};
     InsertSummary(SummaryRow);
   }
   if (side != -1) return;

@@ -1,5 +1,8 @@
 #include "Cli.h"
 
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -22,8 +25,7 @@ const Command kCommands[] = {
     {"eval", RunEval, "chartcalc eval [--data FILE] [--lang en|ko] [--index-dir DIR] FORMULA",
      "Evaluates a formula over the price data and prints CSV: bar,datetime,value.\n"
      "      The user functions of the index directory may be called in it."},
-    {"function", RunFunction,
-     "chartcalc function list | add NAME FORMULA [PARAM...] | remove NAME [--index-dir DIR]",
+    {"function", RunFunction, "chartcalc function list | add NAME FORMULA [PARAM...] | remove NAME [--index-dir DIR]",
      "Lists, adds or removes the user functions of the index directory.\n"
      "      list prints one function per line: NAME, FORMULA, then each PARAM, tab-separated."},
     {"indicator", RunIndicator,
@@ -63,8 +65,7 @@ const Command kCommands[] = {
      "      by default into Rpt/shard-I-of-N/; join shards with report merge. --max-runs N (default\n"
      "      1000000) bounds the grid. Ctrl-C stops after the runs in progress (exit status 130).",
      "var systems compress settings set tick out jobs shard shard-count max-runs top sort", ""},
-    {"report", RunReport,
-     "chartcalc report RUN --html DIR [--report-dir DIR] | report merge OUT SHARD_DIR...",
+    {"report", RunReport, "chartcalc report RUN --html DIR [--report-dir DIR] | report merge OUT SHARD_DIR...",
      "Writes the HTML pages of run RUN (the run of SummaryRUN.rpt and TradeListRUN.rpt) of the\n"
      "      report folder (default: the index directory's Rpt/) into DIR: summary.html and\n"
      "      trades.html with the plain heading, summary2.html and trades2.html with the framed one\n"
@@ -116,21 +117,27 @@ bool ParseOptions(const std::vector<std::string>& args, size_t from, const Comma
       std::string flag = std::string("--") + name;
       return a == flag || a.rfind(flag + "=", 0) == 0;
     };
-    if (a == "--help" || a == "-h") o.help = true;
-    else if (is("data")) { if (!value("data", o.data)) return false; }
-    else if (is("lang")) { if (!value("lang", o.lang)) return false; }
-    else if (is("index-dir")) { if (!value("index-dir", o.indexDir)) return false; }
-    else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(c.ownFlags, a.substr(2))) {
+    if (a == "--help" || a == "-h")
+      o.help = true;
+    else if (is("data")) {
+      if (!value("data", o.data)) return false;
+    } else if (is("lang")) {
+      if (!value("lang", o.lang)) return false;
+    } else if (is("index-dir")) {
+      if (!value("index-dir", o.indexDir)) return false;
+    } else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(c.ownFlags, a.substr(2))) {
       o.flags.insert(a.substr(2));
-    }
-    else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(c.ownOptions, a.substr(2, a.find('=') - 2))) {
+    } else if (a.size() > 2 && a[0] == '-' && a[1] == '-' && IsOwnOption(c.ownOptions, a.substr(2, a.find('=') - 2))) {
       std::string name = a.substr(2, a.find('=') - 2);
       if (!value(name.c_str(), o.own[name])) return false;
       o.ownAll.emplace_back(name, o.own[name]);
-    }
-    else if (a == "--") { o.args.insert(o.args.end(), args.begin() + static_cast<long>(i) + 1, args.end()); break; }
-    else if (a.size() > 1 && a[0] == '-' && a[1] == '-') return error = "unknown option " + a, false;
-    else o.args.push_back(a);
+    } else if (a == "--") {
+      o.args.insert(o.args.end(), args.begin() + static_cast<long>(i) + 1, args.end());
+      break;
+    } else if (a.size() > 1 && a[0] == '-' && a[1] == '-')
+      return error = "unknown option " + a, false;
+    else
+      o.args.push_back(a);
   }
   if (o.lang != "en" && o.lang != "ko") return error = "--lang must be en or ko", false;
   if (o.data.empty()) o.data = DefaultDataFile();
@@ -184,4 +191,28 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
   }
   err << "error: unknown subcommand '" << args[0] << "' (see chartcalc --help)\n";
   return kExitBadInput;
+}
+
+bool ParseNumber(const std::string& text, double& v) {
+  char* end = nullptr;
+  v = std::strtod(text.c_str(), &end);
+  return !text.empty() && end != text.c_str() && *end == '\0' && std::isfinite(v);
+}
+
+bool ParseInteger(const std::string& text, long long& v) {
+  char* end = nullptr;
+  errno = 0;
+  v = std::strtoll(text.c_str(), &end, 10);
+  return !text.empty() && end != text.c_str() && *end == '\0' && errno == 0;
+}
+
+std::vector<std::string> Split(const std::string& text, char sep) {
+  std::vector<std::string> parts(1);
+  for (char c : text) {
+    if (c == sep)
+      parts.emplace_back();
+    else
+      parts.back().push_back(c);
+  }
+  return parts;
 }

@@ -24,9 +24,15 @@ struct CliOptions {
   bool help = false;
   std::map<std::string, std::string> own;  // the subcommand's own --NAME VALUE options (the last of each)
   std::vector<std::pair<std::string, std::string>> ownAll;  // every one of them, in order
-  std::set<std::string> flags;  // the subcommand's own --NAME options without a value
+  std::set<std::string> flags;                              // the subcommand's own --NAME options without a value
   std::vector<std::string> args;
 };
+
+// Option and field texts: a whole finite decimal, a whole integer (no
+// overflow), the parts between separators (an empty text is one empty part).
+bool ParseNumber(const std::string& text, double& v);
+bool ParseInteger(const std::string& text, long long& v);
+std::vector<std::string> Split(const std::string& text, char sep);
 
 // Runs the tool on its arguments (without the program name).
 int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);

@@ -60,13 +60,11 @@ const char* Text(Label label) { return GetLangType() == kLangKorean ? kLabels[la
 // ---- reading --------------------------------------------------------------------
 
 // Report figures are plain decimals; thousands separators are tolerated.
-bool ParseNumber(const std::string& text, double& value) {
+bool ParseFigure(const std::string& text, double& value) {
   std::string digits;
   for (char c : text)
     if (c != ',' && c != ' ') digits += c;
-  char* end = nullptr;
-  value = std::strtod(digits.c_str(), &end);
-  return !digits.empty() && *end == '\0' && std::isfinite(value);
+  return ParseNumber(digits, value);
 }
 
 bool AllDigits(const std::string& text, size_t from, size_t count) {
@@ -140,8 +138,8 @@ bool ReadEquityTrades(const std::string& path, double lastDay, std::vector<Equit
     const std::string number = std::to_string(trades.size() + 1);
     if (!ParseTradeDay(entryDate, entryTime, t.entry))
       return error = "trade " + number + " of " + path + " has no entry date", false;
-    if (!ParseNumber(Field(db, "ProfitLoss"), t.profitLoss) ||
-        !ParseNumber(Field(db, "CumProfitLoss"), t.cumProfitLoss))
+    if (!ParseFigure(Field(db, "ProfitLoss"), t.profitLoss) ||
+        !ParseFigure(Field(db, "CumProfitLoss"), t.cumProfitLoss))
       return error = "trade " + number + " of " + path + " has no profit/loss figures", false;
     t.open = !ParseTradeDay(exitDate, exitTime, t.exit) || t.exit < t.entry;
     if (t.open) t.exit = std::max(lastDay, t.entry);

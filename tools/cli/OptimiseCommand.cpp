@@ -65,32 +65,6 @@ constexpr char kJobDirPrefix[] = ".job-";
 constexpr char kReportMark[] = ".rpt";
 constexpr char kShardCountVariable[] = "CHARTCALC_SHARD_COUNT";
 
-// ---- numbers in options ----------------------------------------------------------
-
-bool ParseNumber(const std::string& text, double& v) {
-  char* end = nullptr;
-  v = std::strtod(text.c_str(), &end);
-  return !text.empty() && end != text.c_str() && *end == '\0' && std::isfinite(v);
-}
-
-bool ParseInteger(const std::string& text, long long& v) {
-  char* end = nullptr;
-  errno = 0;
-  v = std::strtoll(text.c_str(), &end, 10);
-  return !text.empty() && end != text.c_str() && *end == '\0' && errno == 0;
-}
-
-std::vector<std::string> Split(const std::string& text, char sep) {
-  std::vector<std::string> parts(1);
-  for (char c : text) {
-    if (c == sep)
-      parts.emplace_back();
-    else
-      parts.back().push_back(c);
-  }
-  return parts;
-}
-
 // ---- the grid ---------------------------------------------------------------------
 
 // One variable's range as written (the optimiser reads the texts) and read.

@@ -70,9 +70,7 @@ bool ReadTick(const CliOptions& options, double& tick, std::ostream& err) {
   tick = kDefaultTick;
   auto it = options.own.find("tick");
   if (it == options.own.end()) return true;
-  char* end = nullptr;
-  tick = std::strtod(it->second.c_str(), &end);
-  if (end != it->second.c_str() && *end == '\0' && std::isfinite(tick) && tick > 0) return true;
+  if (ParseNumber(it->second, tick) && tick > 0) return true;
   err << "error: --tick takes a positive number, not '" << it->second << "'\n";
   return false;
 }
