@@ -49,7 +49,8 @@ constexpr char kStyle[] =
     "<style>\n"
     "text{font-family:sans-serif;font-size:11px;fill:#444}\n"
     ".title{font-size:15px;font-weight:bold;fill:#222}\n.frame{fill:#fcfcfd;stroke:#c8cfdb}\n"
-    ".grid{stroke:#e6e9ef;stroke-width:1}\n.value{text-anchor:end}\n.date{text-anchor:middle}\n"
+    ".grid{stroke:#e6e9ef;stroke-width:1}\n.box{stroke:#eef0f4;stroke-width:0.6}\n.value{text-anchor:end}\n.date{text-"
+    "anchor:middle}\n"
     ".note{fill:#666;font-style:italic}\n"
     ".x{fill:none;stroke:#1a7f37;stroke-width:1.4}\n.o{fill:none;stroke:#c62828;stroke-width:1.4}\n"
     ".xbar{fill:#1a7f37}\n.obar{fill:#c62828}\n"
@@ -103,12 +104,13 @@ class Svg {
 
 // ---- frame and axes -----------------------------------------------------------
 
-constexpr double kMarginLeft = 80, kMarginRight = 28, kMarginTop = 48, kMarginBottom = 46;
+constexpr double kMarginLeft = 80, kMarginRight = 48, kMarginTop = 48, kMarginBottom = 46;
 constexpr double kPlotHeight = 440;
 constexpr double kMinPlotWidth = 860, kMaxPlotWidth = 12000;  // wider charts scroll; beyond, marks get thinner
 constexpr int kPriceTicks = 8, kVolumeTicks = 6;
 constexpr double kDateLabelSpacing = 120;        // pixels between date labels
 constexpr double kIntradayDateTime = 100000000;  // larger date-time numbers carry hhmmss
+constexpr double kTimeOfDay = 1000000;           // hhmmss
 
 struct Frame {
   double left, top, width, height;
@@ -117,8 +119,8 @@ struct Frame {
 };
 
 // A plot wide enough for count marks pitch pixels apart.
-Frame FrameFor(double count, double pitch) {
-  return {kMarginLeft, kMarginTop, std::clamp(count * pitch, kMinPlotWidth, kMaxPlotWidth), kPlotHeight};
+Frame FrameFor(double count, double pitch, double height = kPlotHeight) {
+  return {kMarginLeft, kMarginTop, std::clamp(count * pitch, kMinPlotWidth, kMaxPlotWidth), height};
 }
 
 Svg Canvas(const Frame& f, const std::string& title) {
@@ -177,7 +179,7 @@ std::string Amount(double v, int decimals) {
 
 // Horizontal grid and labels of a price axis at the left.
 Scale PriceAxis(Svg& svg, const Frame& f, double lo, double hi) {
-  const Axis a = NiceAxis(lo, hi, kPriceTicks);
+  const Axis a = NiceAxis(lo, hi, static_cast<int>(kPriceTicks * f.height / kPlotHeight));
   const Scale y{a.lo, a.hi, f.Bottom(), f.top};
   const int decimals = StepDecimals(a.step);
   for (double v = a.lo; v <= a.hi + a.step * 1e-6; v += a.step) {
@@ -202,13 +204,17 @@ Scale VolumeAxis(Svg& svg, const Frame& f, double lo, double hi, const std::stri
 // "2015-01-02", or "2024-11-04 09:30" for an intraday date-time.
 std::string DateText(double dateTime) {
   long long v = std::llround(dateTime), time = -1;
-  if (dateTime > kIntradayDateTime) time = v % 1000000, v /= 1000000;
+  const auto timeOfDay = static_cast<long long>(kTimeOfDay);
+  if (dateTime > kIntradayDateTime) time = v % timeOfDay, v /= timeOfDay;
   char text[40];
   std::snprintf(text, sizeof text, "%04lld-%02lld-%02lld", v / 10000 % 10000, v / 100 % 100, v % 100);
   std::string out = text;
   if (time >= 0) std::snprintf(text, sizeof text, " %02lld:%02lld", time / 10000, time / 100 % 100), out += text;
   return out;
 }
+
+// The date of a date-time number.
+double DayOf(double dateTime) { return dateTime > kIntradayDateTime ? std::floor(dateTime / kTimeOfDay) : dateTime; }
 
 // Date labels under marks at x positions, spaced so that they never meet.
 void DateLabels(Svg& svg, const Frame& f, const std::vector<std::pair<double, double>>& xAndDate) {
@@ -256,6 +262,8 @@ void ElementDates(Svg& svg, const Frame& f, const TransformPicture& p, double pi
 
 constexpr double kMinGlyph = 3;   // smaller boxes are drawn as a solid column
 constexpr int kMostGlyphs = 400;  // per column; more are drawn as a solid column
+constexpr double kBoxPixels = 9;  // the grid's square cell, while the plot stays below its tallest
+constexpr double kTallestPlot = 1400;
 
 void Column(Svg& svg, double x, double pitch, double start, double end, double box, const Scale& y) {
   const bool rising = end > start;
@@ -281,16 +289,28 @@ void Column(Svg& svg, double x, double pitch, double start, double end, double b
   svg.Close();
 }
 
+// The box levels, counted from the first column's start, while they lie
+// far enough apart to be seen.
+void BoxGrid(Svg& svg, const Frame& f, double origin, double box, const Scale& y) {
+  constexpr double kMinGridPixels = 4;
+  if (!(box > 0) || std::fabs(y(box) - y(0)) < kMinGridPixels) return;
+  const double lo = y.lo + std::fmod(origin - y.lo, box) - box;
+  for (double v = lo; v <= y.hi; v += box)
+    if (v >= y.lo) svg.Line("box", f.left, y(v), f.Right(), y(v));
+}
+
 std::string PointFigure(const TransformPicture& p) {
   const auto [lo, hi] = Range(p, {2, 3});
   const double box = std::fabs(Param(p, 1));
-  const double boxPixels = box > 0 ? kPlotHeight * box / std::max(hi - lo, box) : 0;
-  const double pitch = std::clamp(boxPixels, 6.0, 14.0);
-  const Frame f = FrameFor(Count(p), pitch);
+  // Boxes as tall as they are wide; the price axis may add up to a step
+  // above and below the columns.
+  const double boxes = box > 0 ? (hi - lo) / box + 2 : 0;
+  const Frame f = FrameFor(Count(p), kBoxPixels, std::clamp(boxes * kBoxPixels, kPlotHeight, kTallestPlot));
   Svg svg = Canvas(f, p.title);
   const Scale y = PriceAxis(svg, f, lo, hi);
-  ElementDates(svg, f, p, f.width / std::max(Count(p), 1));
   const double step = f.width / std::max(Count(p), 1);
+  BoxGrid(svg, f, Line(p, 2, p.first), box, y);
+  ElementDates(svg, f, p, step);
   for (int k = p.first; k < p.end; ++k)
     Column(svg, f.left + (k - p.first + 0.5) * step, step, Line(p, 2, k), Line(p, 3, k), box > 0 ? box : 1, y);
   return svg.Finish();
@@ -453,7 +473,7 @@ std::string LetterText(double code) {
 std::vector<ProfileDay> ProfileDays(const TransformPicture& p, double rowStep) {
   std::vector<ProfileDay> days;
   for (int k = p.first; k < p.end; ++k) {
-    if (days.empty() || Line(p, 2, k) != 0) days.emplace_back().dateTime = Line(p, 0, k);
+    if (days.empty() || Line(p, 2, k) != 0) days.emplace_back().dateTime = DayOf(Line(p, 0, k));
     if (Line(p, 1, k) == 0) continue;
     const long row = std::lround(Price(p, kClose, k) / rowStep);
     days.back().letters.emplace_back(row, Line(p, 1, k));
@@ -486,7 +506,7 @@ std::string Profile(const TransformPicture& p) {
       const double lx = x + (kLetterPitch * (placed[row]++ + 1)) * scale;
       svg.Text("mark letter", lx, y(row * rowStep) + 3.5, LetterText(code));
     }
-    dates.emplace_back(x + 4, days[d].dateTime);
+    dates.emplace_back(x + widths[d] * scale / 2, days[d].dateTime);
     x += widths[d] * scale;
     svg.Line("day", x, f.top, x, f.Bottom());
   }
