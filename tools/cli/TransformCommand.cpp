@@ -325,17 +325,17 @@ void PrintRows(const TransformType& t, const SIndex& x, std::ostream& out) {
 
 // ---- the command --------------------------------------------------------------
 
-int WritePicture(const TransformType& t, const SIndex& x, int from, int to, const std::string& path,
-                 std::ostream& err) {
+bool WritePicture(const TransformType& t, const SIndex& x, int from, int to, const std::string& path,
+                  std::ostream& err) {
   const RowRange rows = RowsOf(t, x);
   const std::string params = ParamText(t, x);
   const TransformPicture picture{
       t.drawing,  x,        params.empty() ? t.title : std::string(t.title) + " (" + params + ")",
       rows.first, rows.end, rows.barOffset,
       from,       to};
-  if (WriteWholeFile(path, TransformSvg(picture))) return kExitOk;
+  if (WriteWholeFile(path, TransformSvg(picture))) return true;
   err << "error: cannot write " << path << "\n";
-  return kExitBadInput;
+  return false;
 }
 
 }  // namespace
@@ -373,8 +373,10 @@ int RunTransform(const CliOptions& options, std::ostream& out, std::ostream& err
   if (!BarRange(*t, options, Bars(prices), from, to, err)) return kExitBadInput;
   BindPrices(x, prices);
   t->calc(x, options.flags.count("reset") > 0, from, to);
+  // The picture first: a run that fails prints no rows.
+  const auto svg = options.own.find("svg");
+  if (svg != options.own.end() && !WritePicture(*t, x, from, to, svg->second, err)) return kExitBadInput;
   PrintRows(*t, x, out);
   err << t->name << (t->p1.kind == ParamKind::kNone ? "" : ": ") << ParamText(*t, x) << "\n";
-  const auto svg = options.own.find("svg");
-  return svg == options.own.end() ? kExitOk : WritePicture(*t, x, from, to, svg->second, err);
+  return kExitOk;
 }
