@@ -130,7 +130,10 @@ TEST(TransformCommand, BadTypesParametersAndRangesAreRefused) {
       {{"transform", "vap", "--to", "100000"}, 1, "", "error: --to must be a bar from 0 to 2607, not '100000'"},
       {{"transform", "vap", "--from", "-1"}, 1, "", "error: --from must be a bar from 0 to"},
       {{"transform", "pnf", "--data", "/no/such/file.csv"}, 1, "", "error: /no/such/file.csv: cannot open"},
-      {{"transform", "pnf", "--svg", "/dev/null/chart.svg"}, 1, "", "error: cannot write /dev/null/chart.svg"}});
+      {{"transform", "pnf", "--svg", "/dev/null/chart.svg"}, 1, "", "error: cannot write /dev/null/chart.svg"},
+      {{"transform", "vap", "--p1", "100001"}, 1, "", "must be a whole number from 2 to 100000"},
+      {{"transform", "renko", "--p1", "0.001", "--svg", WriteFile("tf-many.svg", "")}, 1, "",
+       "elements are too many to draw (at most 200000)"}});
   // clang-format on
 }
 

@@ -31,6 +31,7 @@ struct Param {
   const char* meaning = "";   // in --help
   const char* fallback = "";  // used when the option is not given
   long least = 1;             // the smallest count accepted
+  long most = 1000000;        // the largest: no chart shows more periods, lines or bands
 };
 
 // Which elements of the lines are rows, and which bar a row stands for.
@@ -59,7 +60,9 @@ struct TransformType {
   TransformDrawing drawing;
 };
 
-constexpr long kLargestCount = 1000000;  // no chart shows more periods, lines or bands
+// A picture of more marks than this would take minutes to open; the CSV
+// has no such limit.
+constexpr int kMostMarks = 200000;
 
 // The columns of the types whose lines 0-3 hold one element each.
 constexpr Column kElementColumns[] = {
@@ -147,7 +150,7 @@ const TransformType kTypes[] = {
     {"vap",
      "Volume at price",
      [](SIndex& x, int reset, int from, int to) { x.CalcVolumeAtPrice(reset, from, to); },
-     {ParamKind::kCount, "bands", "price bands", "15", 2},
+     {ParamKind::kCount, "bands", "price bands", "15", 2, 100000},  // the calculation draws no more
      {},
      RowSpan::kElements,
      kBandColumns,
@@ -178,9 +181,9 @@ bool CheckParam(const TransformType& t, int k, const Param& p, const std::string
     err << "error: " << what << " (" << p.meaning << ") must be a positive number, not '" << text << "'\n";
     return false;
   }
-  if (p.kind == ParamKind::kCount && !(ParseInteger(text, count) && count >= p.least && count <= kLargestCount)) {
-    err << "error: " << what << " (" << p.meaning << ") must be a whole number from " << p.least << " to "
-        << kLargestCount << ", not '" << text << "'\n";
+  if (p.kind == ParamKind::kCount && !(ParseInteger(text, count) && count >= p.least && count <= p.most)) {
+    err << "error: " << what << " (" << p.meaning << ") must be a whole number from " << p.least << " to " << p.most
+        << ", not '" << text << "'\n";
     return false;
   }
   return true;
@@ -328,6 +331,11 @@ void PrintRows(const TransformType& t, const SIndex& x, std::ostream& out) {
 bool WritePicture(const TransformType& t, const SIndex& x, int from, int to, const std::string& path,
                   std::ostream& err) {
   const RowRange rows = RowsOf(t, x);
+  if (rows.end - rows.first > kMostMarks) {
+    err << "error: " << rows.end - rows.first << " elements are too many to draw (at most " << kMostMarks
+        << "); choose larger parameters\n";
+    return false;
+  }
   const std::string params = ParamText(t, x);
   const TransformPicture picture{
       t.drawing,  x,        params.empty() ? t.title : std::string(t.title) + " (" + params + ")",
