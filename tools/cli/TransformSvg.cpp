@@ -27,18 +27,30 @@ void Append(std::string& out, const char* format, Numbers... numbers) {
 constexpr char kStyle[] =
     "<style>\n"
     "text{font-family:sans-serif;font-size:11px;fill:#444}\n"
-    ".title{font-size:15px;font-weight:bold;fill:#222}\n.frame{fill:#fcfcfd;stroke:#c8cfdb}\n"
-    ".grid{stroke:#e6e9ef;stroke-width:1}\n.box{stroke:#eef0f4;stroke-width:0.6}\n.value{text-anchor:end}\n.date{text-"
-    "anchor:middle}\n"
+    ".title{font-size:15px;font-weight:bold;fill:#222}\n"
+    ".frame{fill:#fcfcfd;stroke:#c8cfdb}\n"
+    ".grid{stroke:#e6e9ef;stroke-width:1}\n"
+    ".box{stroke:#eef0f4;stroke-width:0.6}\n"
+    ".value{text-anchor:end}\n"
+    ".date{text-anchor:middle}\n"
     ".note{fill:#666;font-style:italic}\n"
-    ".x{fill:none;stroke:#1a7f37;stroke-width:1.4}\n.o{fill:none;stroke:#c62828;stroke-width:1.4}\n"
-    ".xbar{fill:#1a7f37}\n.obar{fill:#c62828}\n"
-    ".yang{stroke:#1a7f37;stroke-width:3.2;fill:none}\n.yin{stroke:#c62828;stroke-width:1;fill:none}\n"
-    ".up{fill:#fff;stroke:#1a7f37;stroke-width:1}\n.down{fill:#c62828;stroke:#8e1b1b;stroke-width:1}\n"
-    ".wick{stroke:#555;stroke-width:1}\n.path{fill:none;stroke:#9aa7b8;stroke-width:1}\n"
-    ".start{fill:#1a7f37}\n.end{fill:#c62828}\n"
-    ".letter{font-family:monospace;font-size:10px;text-anchor:middle}\n.day{stroke:#d5dae3}\n"
-    ".band{fill:#6c8ebf}\n.poc{fill:#e69a00}\n.last{stroke:#333;stroke-dasharray:4 3}\n"
+    ".x{fill:none;stroke:#1a7f37;stroke-width:1.4}\n"
+    ".o{fill:none;stroke:#c62828;stroke-width:1.4}\n"
+    ".xbar{fill:#1a7f37}\n"
+    ".obar{fill:#c62828}\n"
+    ".yang{stroke:#1a7f37;stroke-width:3.2;fill:none}\n"
+    ".yin{stroke:#c62828;stroke-width:1;fill:none}\n"
+    ".up{fill:#fff;stroke:#1a7f37;stroke-width:1}\n"
+    ".down{fill:#c62828;stroke:#8e1b1b;stroke-width:1}\n"
+    ".wick{stroke:#555;stroke-width:1}\n"
+    ".path{fill:none;stroke:#9aa7b8;stroke-width:1}\n"
+    ".start{fill:#1a7f37}\n"
+    ".end{fill:#c62828}\n"
+    ".letter{font-family:monospace;font-size:10px;text-anchor:middle}\n"
+    ".day{stroke:#d5dae3}\n"
+    ".band{fill:#6c8ebf}\n"
+    ".poc{fill:#e69a00}\n"
+    ".last{stroke:#333;stroke-dasharray:4 3}\n"
     "</style>\n";
 
 class Svg {
@@ -199,15 +211,15 @@ constexpr double kTallestPlot = 1400;
 
 void Column(Svg& svg, double x, double pitch, double start, double end, double box, const Scale& y) {
   const bool rising = end > start;
-  const int boxes = std::max(1, static_cast<int>(std::lround(std::fabs(end - start) / box)));
+  const double count = std::fabs(end - start) / box;
   const double boxPixels = std::fabs(y(box) - y(0)), size = std::min(pitch, boxPixels) * 0.4;
   svg.Open(rising ? "mark x" : "mark o");
-  if (size < kMinGlyph / 2 || boxes > kMostGlyphs) {
+  if (size < kMinGlyph / 2 || !(count <= kMostGlyphs)) {
     svg.Rect(rising ? "xbar" : "obar", x - pitch * 0.35, y(std::max(start, end)), pitch * 0.7,
              std::fabs(y(end) - y(start)));
   } else {
     std::string d;
-    for (int i = 0; i < boxes; ++i) {
+    for (int i = 0, boxes = std::max(1, static_cast<int>(std::lround(count))); i < boxes; ++i) {
       const double cy = y(start + (rising ? 1 : -1) * (i + 0.5) * box);
       if (!rising) {
         svg.Circle("o", x, cy, size);
