@@ -57,7 +57,9 @@ TEST(TransformCommand, HandCountedElementsArePrintedWithTheirBarAndDate) {
        "n,datetime,bar,weight\n1,20240102,0,2\n2,20240103,1,4\n3,20240104,2,6\n", "candlevolume\n"},
       // Nothing to compute from zero closes: the header alone.
       {{"transform", "pnf", "--data", zero}, 0, head, ""},
-      {{"transform", "swing", "--data", zero}, 0, head, ""}});
+      {{"transform", "swing", "--data", zero}, 0, head, ""},
+      // No line drawn: no turn level to report.
+      {{"transform", "linebreak", "--data", zero}, 0, head, "linebreak: lines 3\n"}});
   // clang-format on
 }
 

@@ -215,7 +215,8 @@ std::string ParamText(const TransformType& t, const SIndex& x) {
   std::string text;
   const Param* params[] = {&t.p1, &t.p2};
   for (int k = 0; k < 2; ++k) {
-    if (params[k]->kind == ParamKind::kNone) continue;
+    // A result the calculation never reached stays empty.
+    if (params[k]->kind == ParamKind::kNone || x.VarValue[k].IsEmpty()) continue;
     if (!text.empty()) text += ", ";
     text += std::string(params[k]->word) + " " + x.VarValue[k].c_str();
   }

@@ -160,12 +160,13 @@ std::string DateText(double dateTime) {
 // The date of a date-time number.
 double DayOf(double dateTime) { return dateTime > kIntradayDateTime ? std::floor(dateTime / kTimeOfDay) : dateTime; }
 
-// Date labels under marks at x positions, spaced so that they never meet.
-void DateLabels(Svg& svg, const Frame& f, const std::vector<std::pair<double, double>>& xAndDate) {
+// Date labels under marks at x positions, spaced so that they never meet,
+// with a grid line above each unless the chart draws its own.
+void DateLabels(Svg& svg, const Frame& f, const std::vector<std::pair<double, double>>& xAndDate, bool grid = true) {
   double next = -1e300;
   for (const auto& [x, dateTime] : xAndDate) {
     if (x < next || x > f.Right() - 30) continue;
-    svg.Line("grid", x, f.top, x, f.Bottom());
+    if (grid) svg.Line("grid", x, f.top, x, f.Bottom());
     svg.Text("date", x, f.Bottom() + 16, DateText(dateTime));
     next = x + kDateLabelSpacing;
   }
@@ -454,7 +455,7 @@ std::string Profile(const TransformPicture& p) {
     x += widths[d] * scale;
     svg.Line("day", x, f.top, x, f.Bottom());
   }
-  DateLabels(svg, f, dates);
+  DateLabels(svg, f, dates, false);
   return svg.Finish();
 }
 
