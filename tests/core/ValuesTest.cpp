@@ -186,18 +186,18 @@ TEST(DateTimeNumbers, NextTimeCrossesMidnightAndNormalisesImpossibleDays) {
     double next;
   };
   const Case cases[] = {
-      {20240105233000.0, 29, 20240105235900.0},  // the last minute stays in the day
-      {20240105233000.0, 30, 20240106000000.0},  // midnight is the next day
-      {20240105000000.0, -1, 20240104235900.0},  // a step back leaves the day
-      {20240105093045.0, 30, 20240105100045.0},  // seconds are carried
-      {20240230093000.0, 30, 20240301100000.0},  // the 30th of February
-      {20230229120000.0, 0, 20230301120000.0},   // a leap day in a common year
-      {20240229120000.0, 0, 20240229120000.0},   // and in a leap year
-      {19000229, 60, 19000301010000.0},          // centuries are common years
-      {20000229, 60, 20000229010000.0},          // unless they divide by 400
-      {20240431, 0, 20240501000000.0},           // the 31st of a 30-day month
-      {20240105256100.0, 0, 20240106020100.0},   // 25:61 is past midnight
-      {20240105, 2147483647, 61070128020700.0},  // the largest step does not overflow
+      {20240105233000.0, 29, 20240105235900.0},          // the last minute stays in the day
+      {20240105233000.0, 30, 20240106000000.0},          // midnight is the next day
+      {20240105000000.0, -1, 20240104235900.0},          // a step back leaves the day
+      {20240105093045.0, 30, 20240105100045.0},          // seconds are carried
+      {20240230093000.0, 30, 20240301100000.0},          // the 30th of February
+      {20230229120000.0, 0, 20230301120000.0},           // a leap day in a common year
+      {20240229120000.0, 0, 20240229120000.0},           // and in a leap year
+      {19000229, 60, 19000301010000.0},                  // centuries are common years
+      {20000229, 60, 20000229010000.0},                  // unless they divide by 400
+      {20240431, 0, 20240501000000.0},                   // the 31st of a 30-day month
+      {20240105256100.0, 0, 20240106020100.0},           // 25:61 is past midnight
+      {20240105000100.0, 2147483647, 61070128020800.0},  // the largest step does not overflow
   };
   for (const Case& c : cases) EXPECT_EQ(GetNextTime(c.from, c.minutes), c.next) << std::fixed << c.from;
 }
