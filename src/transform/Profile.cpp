@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "chartcalc/DateTime.h"
+#include "core/DateTime.h"
 
 namespace chartcalc::detail {
 
@@ -31,14 +31,15 @@ std::vector<int> PeriodStarts(std::span<const double> dateTime, int start, int n
   std::vector<int> next(static_cast<size_t>(n) + 1, -1);
   std::fill(next.begin(), next.begin() + start + 1, start);
   int last = start;
-  double boundary = GetNextTime(dateTime[start], minutes);
+  NextTimes step(minutes);
+  double boundary = step.After(dateTime[start]);
   for (int i = start + 1; i < n; ++i) {
     // Written as "not at or past the boundary" so that a NaN date-time stays
     // in its period, as the comparison reads.
     if (!(dateTime[i] >= boundary)) continue;
     std::fill(next.begin() + last + 1, next.begin() + i + 1, i);
     last = i;
-    boundary = GetNextTime(dateTime[i], minutes);
+    boundary = step.After(dateTime[i]);
   }
   return next;
 }
