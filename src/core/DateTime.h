@@ -58,4 +58,27 @@ class NextTimes {
   int64_t realDay_ = INT64_MIN;  // no int date equals it
 };
 
+// GetLongDate over bars in time order: a date-time inside the intraday
+// range of the day last answered is of that day without a conversion.
+class BarDays {
+ public:
+  long Of(double dt) {
+    if (dt >= first_ && dt <= last_) return day_;
+    day_ = GetLongDate(dt);
+    // Every value of [D000000, D235959 and past] reads as day D: its whole
+    // part is within the day, since doubles this large are finer than the
+    // 0.001 the whole part adds. A day too small to be intraday keeps the
+    // range empty.
+    const double first = static_cast<double>(day_) * 1000000.0;
+    const bool intraday = dt > kIntradayThreshold && first > kIntradayThreshold;
+    first_ = intraday ? first : 1.0;
+    last_ = intraday ? first + 999999.0 : 0.0;
+    return day_;
+  }
+
+ private:
+  long day_ = 0;
+  double first_ = 1.0, last_ = 0.0;  // empty
+};
+
 }  // namespace chartcalc::detail

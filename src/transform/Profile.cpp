@@ -110,10 +110,11 @@ void Letter(const ProfileBars& bars, const std::vector<int>& next, int n, Profil
   out.dayStart[s] = 1.0;
   double letter = kProfileFirstLetter;
   int nextStart = next[next[0] + 1];
-  long prevLetterDay = GetLongDate(bars.dateTime[s]);  // the day of the previous letter bar
+  BarDays days;
+  long prevLetterDay = days.Of(bars.dateTime[s]);  // the day of the previous letter bar
   for (int i = s + 1; i < n; ++i) {
     if (out.letter[i] == 0.0) continue;
-    const long day = GetLongDate(bars.dateTime[i]);
+    const long day = days.Of(bars.dateTime[i]);
     if (day > prevLetterDay) {
       letter = kProfileFirstLetter;
       nextStart = next[nextStart + 1];
