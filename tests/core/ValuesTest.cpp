@@ -9,6 +9,7 @@
 #include <tuple>
 
 #include "calc/CalcTestUtil.h"
+#include "core/DateTime.h"
 
 namespace {
 
@@ -200,6 +201,33 @@ TEST(DateTimeNumbers, NextTimeCrossesMidnightAndNormalisesImpossibleDays) {
       {20240105000100.0, 2147483647, 61070128020800.0},  // the largest step does not overflow
   };
   for (const Case& c : cases) EXPECT_EQ(GetNextTime(c.from, c.minutes), c.next) << std::fixed << c.from;
+}
+
+// One stepper and one day reader over bars in a row, as the market profile
+// uses them: a day they have seen must not carry over to a bar of another
+// day, an impossible day or a value just past the day's range.
+TEST(DateTimeNumbers, BarsInARowAreNotTakenForTheDayBefore) {
+  struct Bar {
+    double dt;
+    double next;  // 30 minutes later
+    long day;
+  };
+  const Bar bars[] = {
+      {20240229233000.0, 20240301000000.0, 20240229},
+      {20240229000000.0, 20240229003000.0, 20240229},
+      {20230229000000.0, 20230301003000.0, 20230229},  // the day kept is not a real one
+      {20230229010000.0, 20230301013000.0, 20230229},  // nor the second time
+      {20240229235959.9, 20240301002959.0, 20240229},  // still inside the day's range
+      {20240301000000.0, 20240301003000.0, 20240301},
+      {20240301, 20240301003000.0, 20240301},  // a daily bar of the same day
+      {20240229235959.0, 20240301002959.0, 20240229},
+  };
+  NextTimes step(30);
+  BarDays days;
+  for (const Bar& b : bars) {
+    EXPECT_EQ(step.After(b.dt), b.next) << std::fixed << b.dt;
+    EXPECT_EQ(days.Of(b.dt), b.day) << std::fixed << b.dt;
+  }
 }
 
 // ---- texts --------------------------------------------------------------------
