@@ -5,6 +5,7 @@
 
 #include "chartcalc/SIndex.h"
 #include "transform/CounterClock.h"
+#include "transform/TransformCommon.h"
 
 using namespace chartcalc::detail;
 
@@ -13,12 +14,6 @@ namespace {
 // The two formula lines: average close and average volume.
 constexpr int kAverageCloseLine = 2;
 constexpr int kAverageVolumeLine = 3;
-
-std::span<const double> BoundSeries(const SIndex& x, int slot) {
-  const SVector* v = x.PriceSeries[slot];
-  if (!v || v->GetSize() <= 0) return {};
-  return {v->Data(), static_cast<size_t>(v->GetSize())};
-}
 
 // Evaluates the converted formula of a line as the indicator calculation
 // does, through a working buffer of the usual size.
@@ -41,7 +36,7 @@ void SIndex::CalcCounterClock(int reset) {
   calc.SetVariables(PriceSeries);
   EvaluateLine(*this, calc, kAverageCloseLine);
   EvaluateLine(*this, calc, kAverageVolumeLine);
-  FillBarAxes(BoundSeries(*this, kDateTime), period, LineData[0], LineData[1]);
+  FillBarAxes(SeriesSpan(PriceSeries[kDateTime]), period, LineData[0], LineData[1]);
 }
 
 void SIndex::CalcCandleVolume(int) {
@@ -51,7 +46,7 @@ void SIndex::CalcCandleVolume(int) {
   // A start index outside the series (a failed calculation marks it with the
   // largest int) leaves no bar to weigh.
   const int first = std::clamp(close->GetStartIndex(), 0, close->GetSize());
-  const std::span<const double> volume = BoundSeries(*this, kVolume);
+  const std::span<const double> volume = SeriesSpan(PriceSeries[kVolume]);
   CandleVolumeWeights(volume.subspan(std::min(volume.size(), static_cast<size_t>(first))), close->GetSize() - first,
                       LineData[0]);
 }

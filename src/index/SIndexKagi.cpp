@@ -16,13 +16,10 @@ constexpr double kDefaultReversal = 1.0;
 }  // namespace
 
 void SIndex::CalcKagi(int reset) {
-  const CloseInput in = CloseInputOf(PriceSeries[kClose], PriceSeries[kDateTime]);
+  const TransformBars in = BoundBars(PriceSeries[kClose], PriceSeries[kDateTime]);
   const double first = FirstNonZeroClose(in);
   if (reset) {
-    // Written and read back as text first, so the proposal is the number the
-    // host would show, then made a usable step.
-    VarValue[0] = first * kProposedReversalShare;
-    VarValue[0] = conditionProove(AnsiStringToFloat(VarValue[0], kDefaultReversal));
+    ResetStepText(VarValue[0], first * kProposedReversalShare);
   }
   double reversal = AnsiStringToFloat(VarValue[0], kDefaultReversal);
   if (reversal == 0.0) reversal = kDefaultReversal;

@@ -14,7 +14,7 @@ constexpr int kDefaultLineCount = 3;
 }  // namespace
 
 void SIndex::CalcThreeLineBreak(int reset) {
-  const CloseInput in = CloseInputOf(PriceSeries[kClose], PriceSeries[kDateTime]);
+  const TransformBars in = BoundBars(PriceSeries[kClose], PriceSeries[kDateTime]);
   if (reset) VarValue[0] = kDefaultLineCount;
   long count = AnsiStringToInt(VarValue[0], kDefaultLineCount);
   // A negative count would look past the lines in use, so it is corrected

@@ -18,10 +18,9 @@ constexpr double kResetBoxShare = 0.02;
 
 void SIndex::CalcPnF(int reset) {
   const TransformBars bars = BoundBars(PriceSeries[kClose], PriceSeries[kDateTime]);
-  const double first = PriceSeries[kClose] ? PriceSeries[kClose]->GetFirstNonZeroValue() : 0.0;
   if (reset) {
     VarValue[0] = kDefaultReversal;
-    ResetStepText(VarValue[1], first * kResetBoxShare);
+    ResetStepText(VarValue[1], FirstNonZeroClose(bars) * kResetBoxShare);
   }
   int reversal = static_cast<int>(AnsiStringToInt(VarValue[0], kDefaultReversal));
   double box = AnsiStringToFloat(VarValue[1], kDefaultBox);
@@ -33,5 +32,6 @@ void SIndex::CalcPnF(int reset) {
     box = kDefaultBox;
     VarValue[1] = static_cast<int>(kDefaultBox);
   }
-  WriteColumnLines(PointFigureColumns(bars, first, reversal, box), LineData);
+  SegmentWriter out(LineData);
+  PointFigureColumns(bars, reversal, box, out);
 }

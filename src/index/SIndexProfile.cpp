@@ -5,19 +5,15 @@
 #include "chartcalc/SIndex.h"
 #include "chartcalc/TextHelpers.h"
 #include "transform/Profile.h"
+#include "transform/TransformCommon.h"
 
 using namespace chartcalc::detail;
 
 namespace {
 
-std::span<const double> Whole(const SVector* v) {
-  if (!v || v->GetSize() <= 0) return {};
-  return {v->Data(), static_cast<size_t>(v->GetSize())};
-}
-
 // Bars [first, last] of a series, as much of them as it holds.
 std::span<const double> Bars(const SVector* v, int first, int last) {
-  const std::span<const double> all = Whole(v);
+  const std::span<const double> all = SeriesSpan(v);
   if (first > last || static_cast<size_t>(first) >= all.size()) return {};
   return all.subspan(first, std::min(all.size() - first, static_cast<size_t>(last - first) + 1));
 }
@@ -30,7 +26,7 @@ void SIndex::CalcMarketProfile(int) {
   if (PriceSeries[kDateTime]) LineData[0] = *PriceSeries[kDateTime];
   const SVector* close = PriceSeries[kClose];
   if (!close) return;
-  const ProfileBars bars{Whole(close), Whole(PriceSeries[kVolume]), Whole(PriceSeries[kDateTime]),
+  const ProfileBars bars{SeriesSpan(close), SeriesSpan(PriceSeries[kVolume]), SeriesSpan(PriceSeries[kDateTime]),
                          close->GetStartIndex()};
   MarketProfile(bars, minutes, {LineData[1], LineData[2], LineData[3], LineData[4]});
 }

@@ -16,12 +16,12 @@ constexpr double kResetBrickShare = 0.04;
 
 void SIndex::CalcRenko(int reset) {
   const TransformBars bars = BoundBars(PriceSeries[kClose], PriceSeries[kDateTime]);
-  const double first = PriceSeries[kClose] ? PriceSeries[kClose]->GetFirstNonZeroValue() : 0.0;
-  if (reset) ResetStepText(VarValue[0], first * kResetBrickShare);
+  if (reset) ResetStepText(VarValue[0], FirstNonZeroClose(bars) * kResetBrickShare);
   double box = AnsiStringToFloat(VarValue[0], kDefaultBrick);
   if (box == 0.0) {
     box = kDefaultBrick;
     VarValue[0] = static_cast<int>(kDefaultBrick);
   }
-  WriteColumnLines(RenkoBricks(bars, first, box), LineData);
+  SegmentWriter out(LineData);
+  RenkoBricks(bars, box, out);
 }

@@ -5,34 +5,14 @@
 #include "transform/Kagi.h"
 
 #include <algorithm>
-#include <climits>
-
-#include "index/LineGrowth.h"
 
 namespace chartcalc::detail {
-
-CloseInput CloseInputOf(const SVector* close, const SVector* dateTime) {
-  CloseInput in;
-  if (close && close->IsSeries() && close->GetSize() > 0) {
-    in.close = {close->Data(), static_cast<size_t>(close->GetSize())};
-    in.start = std::clamp(close->GetStartIndex(), 0, close->GetSize());
-  }
-  if (dateTime && dateTime->IsSeries() && dateTime->GetSize() > 0)
-    in.dateTime = {dateTime->Data(), static_cast<size_t>(dateTime->GetSize())};
-  return in;
-}
-
-double FirstNonZeroClose(const CloseInput& in) {
-  for (int i = in.start; i < in.Size(); ++i)
-    if (in.close[i] != 0.0) return in.close[i];
-  return 0.0;
-}
 
 namespace {
 
 // The line starts rising when a close reaches the upper level before any
 // close reaches the lower one, falling otherwise (also when neither does).
-bool StartsRising(const CloseInput& in, double upLevel, double downLevel) {
+bool StartsRising(const TransformBars& in, double upLevel, double downLevel) {
   for (int i = in.start; i < in.Size(); ++i) {
     if (in.close[i] >= upLevel) return true;
     if (in.close[i] <= downLevel) return false;
@@ -43,7 +23,7 @@ bool StartsRising(const CloseInput& in, double upLevel, double downLevel) {
 // The moving state of the line and the segments drawn so far; each turn
 // appends the segment from the previous turning price to the new one.
 struct KagiLine {
-  const CloseInput& in;
+  const TransformBars& in;
   double reversal;
   bool rising;
   double upLevel;
@@ -83,7 +63,7 @@ struct KagiLine {
 
 }  // namespace
 
-void KagiSegments(const CloseInput& in, double reversal, SegmentWriter& out) {
+void KagiSegments(const TransformBars& in, double reversal, SegmentWriter& out) {
   const double first = FirstNonZeroClose(in);
   if (first == 0.0) return;
   const double upLevel = first + reversal;
@@ -94,28 +74,6 @@ void KagiSegments(const CloseInput& in, double reversal, SegmentWriter& out) {
   // The closing segment is dated at the last turn and ends at the upper
   // level whichever way the line runs: the chart draws it that way.
   if (line.lastBar < in.Size() - 1) line.Turn(line.lastBar, line.upLevel);
-}
-
-SegmentWriter::SegmentWriter(SVector (&lines)[kIndexLines]) : lines_(lines) {
-  for (SVector& line : lines_) line.ClearData();
-}
-
-SegmentWriter::~SegmentWriter() {
-  for (int k = 0; k < kSegmentLines; ++k) lines_[k].SetSize(n_);
-}
-
-// The lines grow by a quarter at a time, keeping what was written; the
-// common capacity is that of the smallest line.
-bool SegmentWriter::Grow() {
-  if (n_ == INT_MAX) return false;
-  capacity_ = INT_MAX;
-  for (int k = 0; k < kSegmentLines; ++k) {
-    lines_[k].SetSize(n_);
-    GrowLineTo(lines_[k], n_ + 1);
-    capacity_ = std::min(capacity_, lines_[k].GetCapacity());
-    data_[k] = lines_[k].Data();
-  }
-  return n_ < capacity_;
 }
 
 }  // namespace chartcalc::detail

@@ -51,7 +51,7 @@ class WindowExtreme {
 
 // The initial direction: that of the first pair of unequal closes from the
 // start index on; falling when there is none.
-bool StartsRising(const CloseInput& in) {
+bool StartsRising(const TransformBars& in) {
   for (int i = in.start + 1; i < in.Size(); ++i) {
     if (in.close[i] > in.close[i - 1]) return true;
     if (in.close[i - 1] > in.close[i]) return false;
@@ -61,7 +61,7 @@ bool StartsRising(const CloseInput& in) {
 
 class LineBreakBuilder {
  public:
-  LineBreakBuilder(const CloseInput& in, int count, double first, SegmentWriter& out)
+  LineBreakBuilder(const TransformBars& in, int count, double first, SegmentWriter& out)
       : in_(in),
         out_(out),
         count_(count),
@@ -70,9 +70,9 @@ class LineBreakBuilder {
         bottomLevel_(first),
         thrUp_(first),
         thrDown_(first),
-        price_(in.close[in.start]),
-        top_(price_),
-        bottom_(price_) {
+        stack_(in.close[in.start]),
+        top_(in.close[in.start]),
+        bottom_(in.close[in.start]) {
     tops_.Push(0, top_);
     bottoms_.Push(0, bottom_);
   }
@@ -125,39 +125,24 @@ class LineBreakBuilder {
   // The last N line entries, but none below the close series' start index.
   long long WindowStart() const { return std::max<long long>(static_cast<long long>(n_) - count_, in_.start); }
 
-  // The drawn line as the chart shows it: a line that continues the direction
-  // starts where the previous one ended, a turning line at the far end of the
-  // previous one.
-  void Append(int i, double c) {
-    double start = price_;
-    const double end = c;
-    if (out_.Count() > 0) {
-      if (end > start && prevStart_ >= prevEnd_) start = prevStart_;
-      if (start >= end && prevEnd_ > prevStart_) start = prevStart_;
-    }
-    prevStart_ = start;
-    prevEnd_ = end;
-    price_ = c;
-    out_.Add({in_.DateTime(i), static_cast<double>(i), start, end});
-  }
+  void Append(int i, double c) { out_.Add(stack_.Next(in_.DateTime(i), static_cast<double>(i), c)); }
 
-  const CloseInput& in_;
+  const TransformBars& in_;
   SegmentWriter& out_;
   const int count_;
   bool rising_;
   double topLevel_, bottomLevel_, thrUp_, thrDown_;
   double lastThreshold_ = 0.0;
-  double price_;         // the close of the last column entry
-  double top_, bottom_;  // of the last line
-  int n_ = 1;            // line entries in use, the starting point included
-  double prevStart_ = 0.0, prevEnd_ = 0.0;
+  StackedSegments stack_;  // the lines drawn, from the starting close
+  double top_, bottom_;    // of the last line
+  int n_ = 1;              // line entries in use, the starting point included
   WindowExtreme<std::greater<>> tops_;
   WindowExtreme<std::less<>> bottoms_;
 };
 
 }  // namespace
 
-LineBreakChart LineBreakLines(const CloseInput& in, int count, SegmentWriter& out) {
+LineBreakChart LineBreakLines(const TransformBars& in, int count, SegmentWriter& out) {
   const double first = FirstNonZeroClose(in);
   if (first == 0.0) return {};
   LineBreakBuilder builder(in, count, first, out);

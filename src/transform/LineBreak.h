@@ -25,6 +25,6 @@ struct LineBreakChart {
 
 // Writes the line-break chart of the closes over the last `count` lines
 // (count >= 1; the caller replaces other counts).
-LineBreakChart LineBreakLines(const CloseInput& in, int count, SegmentWriter& out);
+LineBreakChart LineBreakLines(const TransformBars& in, int count, SegmentWriter& out);
 
 }  // namespace chartcalc::detail

@@ -10,41 +10,28 @@ namespace {
 
 class Renko {
  public:
-  Renko(const TransformBars& bars, double first, double box)
+  Renko(const TransformBars& bars, double first, double box, SegmentWriter& out)
       : bars_(bars),
+        out_(out),
         box_(box),
         up_(first + box),
         down_(first - box),
         steps_(std::min(LevelSteps::BudgetFor(bars.close.size()), kMaxBricks)) {}
 
-  std::vector<PriceColumn> Run() {
-    const size_t s = static_cast<size_t>(bars_.start);
-    ChooseDirection(s);
-    lastEnd_ = bars_.close[s];
-    for (size_t i = s; i < bars_.close.size(); ++i) {
+  void Run() {
+    ChooseDirection(bars_.start);
+    for (int i = bars_.start; i < bars_.Size(); ++i) {
       steps_.StartBar();
       Bar(i, bars_.close[i]);
     }
-    return std::move(bricks_);
   }
 
  private:
-  // Each brick runs from the previous brick's end, except that a brick turning
-  // the direction starts where the previous brick started.
-  void AddBrick(size_t i, double end) {
-    double start = lastEnd_;
-    if (!bricks_.empty()) {
-      if (end > start && prevStart_ >= prevEnd_) start = prevStart_;
-      if (start >= end && prevEnd_ > prevStart_) start = prevStart_;
-    }
-    prevStart_ = start;
-    prevEnd_ = lastEnd_ = end;
-    bricks_.push_back({ValueAt(bars_.dateTime, i), static_cast<double>(i), start, end});
-  }
+  void AddBrick(int i, double end) { out_.Add(stack_.Next(bars_.DateTime(i), static_cast<double>(i), end)); }
 
   // The first close beyond either level sets the direction; the levels stay.
-  void ChooseDirection(size_t s) {
-    for (size_t i = s; i < bars_.close.size(); ++i) {
+  void ChooseDirection(int s) {
+    for (int i = s; i < bars_.Size(); ++i) {
       const double c = bars_.close[i];
       if (c >= up_) {
         rising_ = true;
@@ -56,12 +43,12 @@ class Renko {
 
   // A close beyond the level against the direction turns it; then the bricks
   // of the (possibly new) direction follow while the close is beyond them.
-  void Bar(size_t i, double c) {
+  void Bar(int i, double c) {
     if (rising_ ? down_ >= c : c > up_) rising_ = !rising_;
     rising_ ? RisingBricks(i, c) : FallingBricks(i, c);
   }
 
-  void RisingBricks(size_t i, double c) {
+  void RisingBricks(int i, double c) {
     while (c > up_ && steps_.Take(up_, up_ + box_, true)) {
       AddBrick(i, up_);
       down_ = up_ - 2.0 * box_;
@@ -69,7 +56,7 @@ class Renko {
     }
   }
 
-  void FallingBricks(size_t i, double c) {
+  void FallingBricks(int i, double c) {
     while (down_ >= c && steps_.Take(down_, down_ - box_, false)) {
       AddBrick(i, down_);
       up_ = down_ + 2.0 * box_;
@@ -78,20 +65,20 @@ class Renko {
   }
 
   const TransformBars& bars_;
+  SegmentWriter& out_;
   const double box_;
   double up_, down_;
   bool rising_ = false;
   LevelSteps steps_;
-  double lastEnd_ = 0.0, prevStart_ = 0.0, prevEnd_ = 0.0;
-  std::vector<PriceColumn> bricks_;
+  StackedSegments stack_{bars_.close[bars_.start]};
 };
 
 }  // namespace
 
-std::vector<PriceColumn> RenkoBricks(const TransformBars& bars, double first, double box) {
-  // A start index outside the series leaves no bar to start from.
-  if (first == 0.0 || bars.start < 0 || static_cast<size_t>(bars.start) >= bars.close.size()) return {};
-  return Renko(bars, first, box).Run();
+void RenkoBricks(const TransformBars& bars, double box, SegmentWriter& out) {
+  const double first = FirstNonZeroClose(bars);
+  if (first == 0.0) return;
+  Renko(bars, first, box, out).Run();
 }
 
 }  // namespace chartcalc::detail

@@ -1,8 +1,7 @@
-// Renko bricks of a close series. They share the column list, its output
-// lines and the level-loop guard with the point-and-figure columns.
+// Renko bricks of a close series.
 #pragma once
 
-#include "transform/PointFigure.h"
+#include "transform/TransformCommon.h"
 
 namespace chartcalc::detail {
 
@@ -10,11 +9,11 @@ namespace chartcalc::detail {
 // price range would otherwise fill memory one brick per step.
 inline constexpr int64_t kMaxBricks = 1 << 22;
 
-// The bricks of the closes from bars.start on, for a brick of size `box` (used
-// as given), starting from `first`, the first non-zero close. A brick follows
-// each close beyond the next level (strictly when rising, a close on the level
-// already when falling); a brick against the direction starts at the far end
-// of the previous brick.
-std::vector<PriceColumn> RenkoBricks(const TransformBars& bars, double first, double box);
+// Writes the bricks of the closes for a brick of size `box` (used as given),
+// starting from the first non-zero close. A brick follows each close beyond
+// the next level (strictly when rising, a close on the level already when
+// falling); a brick against the direction starts at the far end of the
+// previous brick.
+void RenkoBricks(const TransformBars& bars, double box, SegmentWriter& out);
 
 }  // namespace chartcalc::detail
