@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "chartcalc/DateTime.h"
+#include "core/DateTime.h"
 
 namespace chartcalc::detail {
 
@@ -31,14 +31,15 @@ std::vector<int> PeriodStarts(std::span<const double> dateTime, int start, int n
   std::vector<int> next(static_cast<size_t>(n) + 1, -1);
   std::fill(next.begin(), next.begin() + start + 1, start);
   int last = start;
-  double boundary = GetNextTime(dateTime[start], minutes);
+  NextTimes step(minutes);
+  double boundary = step.After(dateTime[start]);
   for (int i = start + 1; i < n; ++i) {
     // Written as "not at or past the boundary" so that a NaN date-time stays
     // in its period, as the comparison reads.
     if (!(dateTime[i] >= boundary)) continue;
     std::fill(next.begin() + last + 1, next.begin() + i + 1, i);
     last = i;
-    boundary = GetNextTime(dateTime[i], minutes);
+    boundary = step.After(dateTime[i]);
   }
   return next;
 }
@@ -109,10 +110,11 @@ void Letter(const ProfileBars& bars, const std::vector<int>& next, int n, Profil
   out.dayStart[s] = 1.0;
   double letter = kProfileFirstLetter;
   int nextStart = next[next[0] + 1];
-  long prevLetterDay = GetLongDate(bars.dateTime[s]);  // the day of the previous letter bar
+  BarDays days;
+  long prevLetterDay = days.Of(bars.dateTime[s]);  // the day of the previous letter bar
   for (int i = s + 1; i < n; ++i) {
     if (out.letter[i] == 0.0) continue;
-    const long day = GetLongDate(bars.dateTime[i]);
+    const long day = days.Of(bars.dateTime[i]);
     if (day > prevLetterDay) {
       letter = kProfileFirstLetter;
       nextStart = next[nextStart + 1];
