@@ -5,8 +5,8 @@
 #include "transform/LineBreak.h"
 
 #include <algorithm>
-#include <deque>
 #include <functional>
+#include <vector>
 
 namespace chartcalc::detail {
 
@@ -32,21 +32,29 @@ template <class Better>
 class WindowExtreme {
  public:
   void Push(int entry, double v) {
-    while (!queue_.empty() && !Better{}(queue_.back().value, v)) queue_.pop_back();
-    queue_.push_back({entry, v});
+    while (items_.size() > head_ && !Better{}(items_.back().value, v)) items_.pop_back();
+    items_.push_back({entry, v});
   }
   // An empty window reads entry lo, which no line has written yet: 0.
   double Get(long long lo, int end) {
-    while (!queue_.empty() && queue_.front().entry < lo) queue_.pop_front();
-    return lo > end - 1 || queue_.empty() ? 0.0 : queue_.front().value;
+    while (head_ < items_.size() && items_[head_].entry < lo) ++head_;
+    // The entries that left the window are dropped in blocks, so the queue
+    // stays one flat buffer that is reused rather than reallocated.
+    if (head_ >= kCompactAt && 2 * head_ >= items_.size()) {
+      items_.erase(items_.begin(), items_.begin() + static_cast<std::ptrdiff_t>(head_));
+      head_ = 0;
+    }
+    return lo > end - 1 || head_ == items_.size() ? 0.0 : items_[head_].value;
   }
 
  private:
+  static constexpr size_t kCompactAt = 1024;
   struct Item {
     int entry;
     double value;
   };
-  std::deque<Item> queue_;
+  std::vector<Item> items_;
+  size_t head_ = 0;  // the first entry still in the window
 };
 
 // The initial direction: that of the first pair of unequal closes from the
