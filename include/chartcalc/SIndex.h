@@ -183,6 +183,24 @@ class SIndex : public SIndexProp {
   void CalcZigZagLine(int autoPercent);
   void CalcZigZagOrgLine(int autoPercent);
 
+  // Chart-type transforms of the bound close series (SIndexPnF.cpp,
+  // SIndexKagi.cpp, SIndexRenko.cpp, SIndexLineBreak.cpp,
+  // SIndexCounterClock.cpp, SIndexProfile.cpp; the computations themselves
+  // are in src/transform/). Each reads its parameters from VarValue (reset:
+  // the defaults are written there first) and writes LineData.
+  void CalcPnF(int reset);
+  void CalcKagi(int reset);
+  void CalcSwing(int reset);
+  void CalcRenko(int reset);
+  void CalcThreeLineBreak(int reset);
+  // The highest (mode 0) or lowest (any other mode) of values[s .. end - 1],
+  // s = max(end - count, the close series' start index).
+  double MakeChangeValue(int mode, SVector& values, int end, int count);
+  void CalcCounterClock(int reset);
+  void CalcCandleVolume(int reset);
+  void CalcMarketProfile(int reset);
+  void CalcVolumeAtPrice(int reset, int from, int to);
+
   // Drawing range and extremes of the lines (SIndexScale.cpp).
   void SetDrawRange(int from, int to);
   double GetMax(int from, int to, int mode);

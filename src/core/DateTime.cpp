@@ -1,7 +1,7 @@
 // Date-time numbers of bars: YYYYMMDD for daily bars, YYYYMMDDhhmmss for
 // intraday bars. All conversions go through 64-bit integers so that any double
 // (even a corrupt one) gives a defined answer.
-#include "chartcalc/DateTime.h"
+#include "core/DateTime.h"
 
 #include <cmath>
 #include <cstdint>
@@ -9,14 +9,6 @@
 using namespace chartcalc::detail;
 
 namespace {
-
-// The integer part of a date-time, clamped to a range that holds every
-// YYYYMMDDhhmmss value; NaN reads as 0.
-int64_t Whole(double dt) {
-  if (!(dt > 0.0)) return 0;
-  if (dt > 9.9e15) return 0;
-  return static_cast<int64_t>(dt + 0.001);
-}
 
 bool IsIntraday(double dt) { return dt > kIntradayThreshold; }
 
@@ -46,13 +38,13 @@ int64_t CivilFromDays(int64_t z) {
 }  // namespace
 
 int GetCompDate(double dt) {
-  int64_t w = Whole(dt);
+  int64_t w = WholeDateTime(dt);
   return static_cast<int>(IsIntraday(dt) ? w / 1000000 : w);
 }
 
 long GetLongDate(double dt) { return GetCompDate(dt); }
 
-int chartcalc::detail::GetTimeOfDay(double dt) { return IsIntraday(dt) ? static_cast<int>(Whole(dt) % 1000000) : 0; }
+int chartcalc::detail::GetTimeOfDay(double dt) { return IsIntraday(dt) ? static_cast<int>(WholeDateTime(dt) % 1000000) : 0; }
 
 int GetYear(double dt) { return GetCompDate(dt) / 10000; }
 int GetMonth(double dt) { return GetCompDate(dt) / 100 % 100; }
@@ -70,14 +62,27 @@ bool chartcalc::detail::IsValidDate(int yyyymmdd) {
   return CivilFromDays(DaysFromCivil(y, m, d)) == yyyymmdd;
 }
 
-double GetNextTime(double dt, int minutes) {
-  int date = GetCompDate(dt);
-  int tod = GetTimeOfDay(dt);
-  int64_t days = DaysFromCivil(date / 10000, date / 100 % 100, date % 100);
-  int64_t total = days * 1440 + (tod / 10000) * 60 + tod / 100 % 100 + minutes;
-  int64_t day = total >= 0 ? total / 1440 : (total - 1439) / 1440;
-  int64_t minute = total - day * 1440;
-  int64_t ymd = CivilFromDays(day);
-  int64_t hhmmss = (minute / 60) * 10000 + (minute % 60) * 100 + tod % 100;
+namespace {
+
+constexpr int kDaysInMonth[13] = {0, 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+bool IsLeapYear(int64_t y) { return y % 4 == 0 && (y % 100 != 0 || y % 400 == 0); }
+
+}  // namespace
+
+bool chartcalc::detail::IsRealDay(int yyyymmdd) {
+  const int y = yyyymmdd / 10000, m = yyyymmdd / 100 % 100, d = yyyymmdd % 100;
+  if (y < 0 || m < 1 || m > 12 || d < 1) return false;
+  return d <= kDaysInMonth[m] || (m == 2 && d == 29 && IsLeapYear(y));
+}
+
+double NextTimes::AcrossDays(int date, int tod, int64_t minuteOfDay) {
+  const int64_t total = DaysFromCivil(date / 10000, date / 100 % 100, date % 100) * kMinutesPerDay + minuteOfDay;
+  const int64_t day = total >= 0 ? total / kMinutesPerDay : (total - kMinutesPerDay + 1) / kMinutesPerDay;
+  const int64_t minute = total - day * kMinutesPerDay;
+  const int64_t ymd = CivilFromDays(day);
+  const int64_t hhmmss = (minute / 60) * 10000 + (minute % 60) * 100 + tod % 100;
   return static_cast<double>(ymd) * 1000000.0 + static_cast<double>(hhmmss);
 }
+
+double GetNextTime(double dt, int minutes) { return NextTimes(minutes).After(dt); }

@@ -9,6 +9,7 @@
 #include <tuple>
 
 #include "calc/CalcTestUtil.h"
+#include "core/DateTime.h"
 
 namespace {
 
@@ -174,6 +175,59 @@ TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
   const Doubles next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
                         GetNextTime(20231231, 24 * 60)};
   EXPECT_EQ(next, (Doubles{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
+}
+
+// Steps that end on either side of midnight, and dates or times no calendar
+// has, which come back as the real moment they count up to even when the
+// step stays inside the day.
+TEST(DateTimeNumbers, NextTimeCrossesMidnightAndNormalisesImpossibleDays) {
+  struct Case {
+    double from;
+    int minutes;
+    double next;
+  };
+  const Case cases[] = {
+      {20240105233000.0, 29, 20240105235900.0},          // the last minute stays in the day
+      {20240105233000.0, 30, 20240106000000.0},          // midnight is the next day
+      {20240105000000.0, -1, 20240104235900.0},          // a step back leaves the day
+      {20240105093045.0, 30, 20240105100045.0},          // seconds are carried
+      {20240230093000.0, 30, 20240301100000.0},          // the 30th of February
+      {20230229120000.0, 0, 20230301120000.0},           // a leap day in a common year
+      {20240229120000.0, 0, 20240229120000.0},           // and in a leap year
+      {19000229, 60, 19000301010000.0},                  // centuries are common years
+      {20000229, 60, 20000229010000.0},                  // unless they divide by 400
+      {20240431, 0, 20240501000000.0},                   // the 31st of a 30-day month
+      {20240105256100.0, 0, 20240106020100.0},           // 25:61 is past midnight
+      {20240105000100.0, 2147483647, 61070128020800.0},  // the largest step does not overflow
+  };
+  for (const Case& c : cases) EXPECT_EQ(GetNextTime(c.from, c.minutes), c.next) << std::fixed << c.from;
+}
+
+// One stepper and one day reader over bars in a row, as the market profile
+// uses them: a day they have seen must not carry over to a bar of another
+// day, an impossible day or a value just past the day's range.
+TEST(DateTimeNumbers, BarsInARowAreNotTakenForTheDayBefore) {
+  struct Bar {
+    double dt;
+    double next;  // 30 minutes later
+    long day;
+  };
+  const Bar bars[] = {
+      {20240229233000.0, 20240301000000.0, 20240229},
+      {20240229000000.0, 20240229003000.0, 20240229},
+      {20230229000000.0, 20230301003000.0, 20230229},  // the day kept is not a real one
+      {20230229010000.0, 20230301013000.0, 20230229},  // nor the second time
+      {20240229235959.9, 20240301002959.0, 20240229},  // still inside the day's range
+      {20240301000000.0, 20240301003000.0, 20240301},
+      {20240301, 20240301003000.0, 20240301},  // a daily bar of the same day
+      {20240229235959.0, 20240301002959.0, 20240229},
+  };
+  NextTimes step(30);
+  BarDays days;
+  for (const Bar& b : bars) {
+    EXPECT_EQ(step.After(b.dt), b.next) << std::fixed << b.dt;
+    EXPECT_EQ(days.Of(b.dt), b.day) << std::fixed << b.dt;
+  }
 }
 
 // ---- texts --------------------------------------------------------------------

@@ -17,8 +17,9 @@ struct Command {
   int (*run)(const CliOptions&, std::ostream&, std::ostream&);
   const char* usage;
   const char* summary;
-  const char* ownOptions = "";  // the subcommand's own --NAME VALUE options, blank-separated
-  const char* ownFlags = "";    // the subcommand's own --NAME options without a value
+  const char* ownOptions = "";         // the subcommand's own --NAME VALUE options, blank-separated
+  const char* ownFlags = "";           // the subcommand's own --NAME options without a value
+  std::string (*details)() = nullptr;  // more help, printed after the summary by --help
 };
 
 const Command kCommands[] = {
@@ -73,6 +74,14 @@ const Command kCommands[] = {
      "      drawdown and one marker per trade. --lang sets the labels. report merge joins the\n"
      "      report folders of shards into one.",
      "html report-dir", ""},
+    {"transform", RunTransform,
+     "chartcalc transform TYPE [--p1 VALUE] [--p2 VALUE] [--reset] [--from BAR --to BAR] [--svg FILE]",
+     "Computes a chart type from the closes (and volumes) and prints one CSV row per element:\n"
+     "      n, then datetime and bar where the element has them, then its values (pnf, kagi,\n"
+     "      swing, renko, linebreak: n,datetime,bar,start,end). The parameters as the calculation\n"
+     "      leaves them go to standard error as one line. --reset lets the calculation choose them\n"
+     "      from the data; --from and --to (vap only) limit the bars; --svg FILE draws the chart.",
+     "p1 p2 from to svg", "reset", TransformTypesHelp},
 };
 
 const char kCommonHelp[] =
@@ -182,7 +191,7 @@ int RunChartcalc(const std::vector<std::string>& args, std::ostream& out, std::o
       return kExitBadInput;
     }
     if (options.help) {
-      out << "usage: " << c.usage << "\n" << c.summary << "\n\n" << kCommonHelp;
+      out << "usage: " << c.usage << "\n" << c.summary << "\n" << (c.details ? c.details() : "") << "\n" << kCommonHelp;
       return kExitOk;
     }
     SetLangType(options.lang == "ko" ? kLangKorean : kLangEnglish);

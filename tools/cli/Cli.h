@@ -52,3 +52,6 @@ int RunOptimise(const CliOptions& options, std::ostream& out, std::ostream& err)
 int RunReport(const CliOptions& options, std::ostream& out, std::ostream& err);
 // `report merge OUT SHARD_DIR...` (options.args without the word merge).
 int RunReportMerge(const CliOptions& options, std::ostream& out, std::ostream& err);
+int RunTransform(const CliOptions& options, std::ostream& out, std::ostream& err);
+// The chart types of transform with their parameters, for --help.
+std::string TransformTypesHelp();

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "ChartAxis.h"
 #include "Cli.h"
 #include "chartcalc.h"
 
@@ -164,53 +165,6 @@ constexpr int kValueTicks = 5, kDrawdownTicks = 3;
 constexpr size_t kMaxDateTicks = 8;
 constexpr size_t kManyTrades = 400;  // beyond this the markers get smaller
 
-struct Scale {
-  double lo, hi, pixelLo, pixelHi;
-  double operator()(double v) const { return pixelLo + (v - lo) / (hi - lo) * (pixelHi - pixelLo); }
-};
-
-// A step of 1, 2, 2.5 or 5 times a power of ten near range / ticks.
-double NiceStep(double range, int ticks) {
-  static const double kMantissas[] = {1, 2, 2.5, 5, 10};
-  const double raw = range / ticks, power = std::pow(10.0, std::floor(std::log10(raw)));
-  for (double m : kMantissas)
-    if (m * power >= raw) return m * power;
-  return 10 * power;
-}
-
-struct ValueAxis {
-  double lo, hi, step;
-};
-
-// [lo, hi] widened to whole steps, never empty.
-ValueAxis NiceAxis(double lo, double hi, int ticks) {
-  if (hi - lo < 1e-9 * std::max(1.0, std::fabs(hi))) hi = lo + std::max(1.0, std::fabs(lo) * 0.1);
-  const double step = NiceStep(hi - lo, ticks);
-  return {std::floor(lo / step + 1e-9) * step, std::ceil(hi / step - 1e-9) * step, step};
-}
-
-// The decimals a value axis needs to show its step exactly (up to 6).
-int StepDecimals(double step) {
-  int d = 0;
-  while (d < 6 && std::fabs(step * std::pow(10.0, d) - std::round(step * std::pow(10.0, d))) > 1e-6) ++d;
-  return d;
-}
-
-// v with thousands separators and the given decimals; never "-0".
-std::string Amount(double v, int decimals) {
-  if (std::fabs(v) < 0.5 * std::pow(10.0, -decimals)) v = 0;
-  char text[64];
-  std::snprintf(text, sizeof text, "%.*f", decimals, v);
-  const std::string s = text;
-  const size_t begin = s[0] == '-' ? 1 : 0, point = std::min(s.find('.'), s.size());
-  std::string out = s.substr(0, begin);
-  for (size_t i = begin; i < point; ++i) {
-    out += s[i];
-    if (i + 1 < point && (point - i - 1) % 3 == 0) out += ',';
-  }
-  return out + s.substr(point);
-}
-
 // Date ticks fall on whole units: minutes and days on multiples of the step
 // since 1970, months and years on calendar boundaries.
 enum class Unit { kMinute, kDay, kMonth, kYear };
@@ -297,29 +251,6 @@ std::vector<DateTick> DateTicks(double lo, double hi) {
 }
 
 // ---- drawing --------------------------------------------------------------------
-
-std::string Escaped(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
 
 template <typename... Numbers>
 void Append(std::string& out, const char* format, Numbers... numbers) {
