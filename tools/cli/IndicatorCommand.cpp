@@ -127,7 +127,7 @@ void PrintLines(SIndex& x, const SVector& dateTime, std::ostream& out) {
   int rows = dateTime.GetSize();
   for (int line : lines) {
     buf += ',';
-    buf += CsvText(Cp949ToUtf8Lossy(x.GetExpNameWithVariable(line).c_str()));
+    buf += ColumnName(x, line);
     rows = std::max(rows, x.LineData[line].GetSize());
   }
   buf += "\n";

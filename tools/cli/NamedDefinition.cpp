@@ -101,30 +101,6 @@ bool ApplyVariables(const CliOptions& options, SIndex& x, std::ostream& err) {
   return true;
 }
 
-namespace {
-
-// The line name with each %variable% replaced by the variable's value and
-// "%%" by "%"; an unknown name or a lone "%" stays as written.
-std::string FillPlaceholders(const SIndex& x, const std::string& name) {
-  std::string out;
-  for (size_t i = 0; i < name.size();) {
-    const size_t close = name[i] == '%' ? name.find('%', i + 1) : std::string::npos;
-    if (close == std::string::npos) {
-      out += name[i++];
-      continue;
-    }
-    const std::string key = name.substr(i + 1, close - i - 1);
-    const SString* value = nullptr;
-    for (int k = 0; k < kIndexVars && !value && !key.empty(); ++k)
-      if (!x.VarName[k].IsEmpty() && strcasecmp(x.VarName[k].c_str(), key.c_str()) == 0) value = &x.VarValue[k];
-    out += key.empty() ? "%" : value ? value->str() : name.substr(i, close - i + 1);
-    i = close + 1;
-  }
-  return out;
-}
-
-}  // namespace
-
 // A CSV cell holding text: quoted when it holds a comma, a quote or a line break.
 std::string CsvText(const std::string& text) {
   if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
@@ -133,17 +109,8 @@ std::string CsvText(const std::string& text) {
   return quoted + "\"";
 }
 
-std::string ColumnName(const SIndex& x, int line) {
-  std::string name;
-  if (x.IndexType == kIndexIndicator && !x.ExpName[line].IsEmpty())
-    name = FillPlaceholders(x, x.ExpName[line].str());
-  else if (x.IndexType == kIndexIndicator)
-    name = x.IndexName.str() + "[" + std::to_string(line) + "]";
-  else if (x.IndexType == kIndexSystem || x.IndexType == kIndexPattern)
-    name = RoleOf(x.IndexType, line);
-  else
-    name = x.IndexName.str();
-  return CsvText(Cp949ToUtf8Lossy(name));
+std::string ColumnName(SIndex& x, int line) {
+  return CsvText(Cp949ToUtf8Lossy(x.GetExpNameWithVariable(line).c_str()));
 }
 
 // The lines that were calculated: those with a formula after substitution.

@@ -44,8 +44,9 @@ bool ApplyVariables(const CliOptions& options, SIndex& x, std::ostream& err);
 int PrepareNamed(const CliOptions& options, const std::vector<int>& kinds, SIndex& x, std::ostream& err);
 // A CSV cell holding text: quoted when it holds a comma, a quote or a line break.
 std::string CsvText(const std::string& text);
-// A line's CSV column name: its line name with %variable% filled in, or its role.
-std::string ColumnName(const SIndex& x, int line);
+// A line's CSV column name: the library's line name with the variable values
+// worked in, in the current language.
+std::string ColumnName(SIndex& x, int line);
 // The lines that were calculated: those with a formula after substitution.
 std::vector<int> CalculatedLines(const SIndex& x);
 // Reports the first formula error of a line without a valid bar. False after one.
