@@ -1,6 +1,7 @@
 // The chart display records: defaults of plain and embedded charts, the
-// style comparison, every archive key both ways, and the base-font metrics
-// with the machine's fonts, with a host's source and with no font at all.
+// style comparison, every archive key both ways, the pane record, and the
+// base-font metrics with the machine's fonts, with a host's source and with
+// no font at all.
 #include <atomic>
 #include <thread>
 #include <variant>
@@ -168,9 +169,10 @@ TEST(ChartProperty, EveryKeyHasItsDefaultAndLoadsIntoItsOwnFieldAndBack) {
         << row.key;
   }
   LangScope korean(kLangKorean);  // the base font is the language's at construction
-  CFBArchive ar;
-  CP().Store(ar);
-  EXPECT_EQ(ar.GetStr("BaseFontName", "").str(), "\xB1\xBC\xB8\xB2");  // 굴림 in code page 949
+  CFBArchive before, after;
+  defaults.Store(before), CP().Store(after);
+  EXPECT_EQ(std::pair(before.GetStr("BaseFontName", "").str(), after.GetStr("BaseFontName", "").str()),
+            std::pair(std::string("Arial"), std::string("\xB1\xBC\xB8\xB2")));  // 굴림 in code page 949
 }
 
 TEST(ChartPane, KeysGoToTheIndexedCategoryAndHostFieldsStayOut) {
