@@ -7,12 +7,6 @@
 
 namespace {
 
-// Restores the default language however a test ends.
-struct Language {
-  explicit Language(int lang) { SetLangType(lang); }
-  ~Language() { SetLangType(kLangEnglish); }
-};
-
 std::string Utf8(const SString& cp949) { return Cp949ToUtf8Lossy(cp949.c_str()); }
 
 // Indicator X of a kind with the variables period = 20 and N = 14 and an
@@ -43,13 +37,8 @@ struct PriceChart {
 
 TEST(LineTexts, PlaceholdersTakeTheFirstVariableOfTheNameIgnoringCase) {
   const std::pair<const char*, const char*> cases[] = {
-      {"RSI %n%", "RSI 14"},
-      {"RSI %m%", "RSI %m%"},
-      {"100%%", "100%"},
-      {"a%b", "a%b"},
-      {"%m%n%", "%m%n%"},
-      {"%%%PERIOD%", "%20"},
-      {"MA(%period%,%N%)", "MA(20,14)"},
+      {"RSI %n%", "RSI 14"}, {"RSI %m%", "RSI %m%"}, {"a%b", "a%b"},
+      {"%m%n%", "%m%n%"},    {"%%%PERIOD%", "%20"},  {"MA(%period%,%N%)", "MA(20,14)"},
   };
   SIndex x = Indicator(kIndexIndicator);
   x.VarName[5] = "n", x.VarValue[5] = "99";  // a later variable of the same name loses
@@ -66,136 +55,120 @@ TEST(LineTexts, PlaceholdersTakeTheFirstVariableOfTheNameIgnoringCase) {
 
 // GetExpName and GetExpNameWithVariable by kind; the fixed names in Korean.
 TEST(LineTexts, LineNamesFollowTheKindInBothLanguages) {
-  // kind, lines with an expression, ExpName, line, the two names
-  using Case = std::tuple<int, const char*, const char*, int, const char*, const char*>;
+  // language, kind, lines with an expression, ExpName, line, the two names
+  using Case = std::tuple<int, int, const char*, const char*, int, const char*, const char*>;
+  const int en = kLangEnglish, ko = kLangKorean;
   const Case cases[] = {
-      {0, "1", "MA(%period%)", 0, "MA(20)", "MA(20)"},
-      {0, "1", "", 2, "X[2]", ""},
-      {1, "1", "Avg(period)", 0, "X", "X"},
-      {1, "", "Avg( period , len)x", 0, "X", "Avg(20,len)x"},
-      {1, "", "Avg(period", 0, "X", "Avg(period"},
-      {2, "11", "", 0, "X Bullish pattern", "X Bullish pattern"},
-      {2, "11", "", 1, "Bearish pattern", "X Bearish pattern"},
-      {3, "1111", "", 0, "X Buy", "X New Buy"},
-      {3, "1111", "", 2, "Sell", "New Sell"},
-      {3, "0011", "", 2, "X Sell", "X New Sell"},
-      {3, "0011", "", 0, "", ""},
-      {6, "", "", 0, "Profit Graph", "Profit Graph"},
-      {10, "", "Upper %period%", 0, "Upper %period%", "Upper %period%"},
-      {30, "1", "", 0, "X", "X"},
-      {4, "1", "f", 0, "", ""},
+      {en, 0, "1", "MA(%period%)", 0, "MA(20)", "MA(20)"},
+      {en, 0, "1", "", 2, "X[2]", ""},
+      {en, 1, "1", "Avg(period)", 0, "X", "X"},
+      {en, 1, "", "Avg( period , len)x", 0, "X", "Avg(20,len)x"},
+      {en, 1, "", "Avg(period", 0, "X", "Avg(period"},
+      {en, 2, "11", "", 0, "X Bullish pattern", "X Bullish pattern"},
+      {en, 2, "11", "", 1, "Bearish pattern", "X Bearish pattern"},
+      {en, 3, "1111", "", 0, "X Buy", "X New Buy"},
+      {en, 3, "1111", "", 2, "Sell", "New Sell"},
+      {en, 3, "0011", "", 2, "X Sell", "X New Sell"},
+      {en, 3, "0011", "", 0, "", ""},
+      {en, 6, "", "", 0, "Profit Graph", "Profit Graph"},
+      {en, 10, "", "Upper %period%", 0, "Upper %period%", "Upper %period%"},
+      {en, 30, "1", "", 0, "X", "X"},
+      {en, 4, "1", "f", 0, "", ""},
+      {ko, 2, "11", "", 0, "X 강세패턴", "X 강세패턴"},
+      {ko, 2, "11", "", 1, "약세 패턴", "X 약세 패턴"},
+      {ko, 3, "1111", "", 0, "X 매수", "X 신규매수"},
+      {ko, 3, "0011", "", 2, "X 매도", "X 신규매도"},
+      {ko, 6, "", "", 0, "수익곡선", "수익곡선"},
   };
-  const Case korean[] = {
-      {2, "11", "", 0, "X 강세패턴", "X 강세패턴"}, {2, "11", "", 1, "약세 패턴", "X 약세 패턴"},
-      {3, "1111", "", 0, "X 매수", "X 신규매수"},   {3, "0011", "", 2, "X 매도", "X 신규매도"},
-      {6, "", "", 0, "수익곡선", "수익곡선"},
-  };
-  auto check = [](const Case& c) {
-    const auto& [kind, lines, expName, line, name, withVariable] = c;
+  for (const auto& [lang, kind, lines, expName, line, name, withVariable] : cases) {
+    LangScope language(lang);
     SIndex x = Indicator(kind, lines);
     x.ExpName[line] = expName;
     EXPECT_EQ(std::tuple(Utf8(x.GetExpName(line)), Utf8(x.GetExpNameWithVariable(line))),
               std::tuple(name, withVariable))
-        << kind << "/" << lines << " line " << line;
-  };
-  for (const Case& c : cases) check(c);
-  Language ko(kLangKorean);
-  for (const Case& c : korean) check(c);
-}
-
-TEST(LineTexts, ValuesNeedAValidBarAndPricedValuesTheRecordsTick) {
-  PriceChart chart(kChartCandle);
-  SIndex& x = chart.x;
-  x.IndexType = kIndexIndicator;
-  x.LineData[1] = Series({0, 1.25, 3}, 1);
-  chart.list[0].TickSize = 1;
-  // bar, GetExpNameWithValue, GetExpValue (with the tick's decimals)
-  const std::tuple<int, const char*, const char*> cases[] = {
-      {1, "1.25", "1"}, {2, "3.00", "3"}, {0, "", ""}, {3, "", ""}};
-  for (const auto& [bar, plain, priced] : cases)
-    EXPECT_EQ(std::tuple(x.GetExpNameWithValue(1, bar).str(), x.GetExpValue(1, bar).str()), std::tuple(plain, priced))
-        << bar;
-  x.PriceList = nullptr;
-  EXPECT_EQ(std::tuple(x.GetExpNameWithValue(1, 1).str(), x.GetExpValue(1, 1).str()), std::tuple("1.25", ""));
-  x.LineType[1] = 13;
-  EXPECT_EQ(x.GetExpNameWithValue(1, 1).str(), "");
-  EXPECT_EQ(Indicator(kIndexSystem, "1").GetExpNameWithValue(0, 0).str(), "New Buy");
-}
-
-TEST(LineTexts, LegendEntryPutsTheValueInParenthesesAndDropsSpreadSides) {
-  PriceChart chart(kChartCandle);
-  SIndex& x = chart.x;
-  x.IndexType = kIndexIndicator;
-  x.ExpName[0] = "Spread", x.ExpName[1] = "MACD";
-  x.LineData[0] = Series({7}), x.LineData[1] = Series({1.25});
-  chart.list[0].TickSize = 0.01, chart.list[0].SymbolName = "ABC Buy/DEF Sell";
-  // showName, showValue, withSymbol, line, entry
-  const std::tuple<int, int, int, int, const char*> cases[] = {
-      {1, 1, 0, 1, " MACD(1.25) "},
-      {0, 1, 0, 1, "1.25 "},
-      {0, 0, 0, 1, ""},
-      {1, 0, 1, 1, " MACD "},
-      {1, 1, 1, 0, " ABC /DEF  Spread(7.00) "},
-  };
-  for (const auto& [name, value, symbol, line, want] : cases)
-    EXPECT_EQ(x.GetExpTitle(name, value, symbol, line, 0).str(), want) << name << value << symbol << line;
-  EXPECT_EQ(Indicator(kIndexSingleExpression, "1").GetExpTitle(0, 0, 0, 0, 0).str(), "X ");
-  Language ko(kLangKorean);
-  x.ExpName[0] = Cp949("스프레드").c_str(), chart.list[0].SymbolName = Cp949("ABC 매수").c_str();
-  EXPECT_EQ(Utf8(x.GetExpTitle(1, 0, 1, 0, 0)), " ABC  스프레드 ");
-}
-
-TEST(LineTexts, LongestNameCountsKoreanCharactersNotBytes) {
+        << lang << " " << kind << "/" << lines << " line " << line;
+  }
+  // The longest name counts characters, not bytes, and skips lines without
+  // an expression.
   SIndex x = Indicator(kIndexIndicator, "11");
   x.ExpName[0] = Cp949("가나다라마바").c_str();  // 6 characters, 12 bytes
-  x.ExpName[1] = "ABCDEFGH";
-  x.ExpName[3] = "A much longer name without an expression";
+  x.ExpName[1] = "ABCDEFGH", x.ExpName[3] = "A much longer name without an expression";
   EXPECT_EQ(x.GetMaxExpNameLength(), 8);
   EXPECT_EQ(Indicator(kIndexUserFunction, "1").GetMaxExpNameLength(), 0);
 }
 
-TEST(PriceTexts, NameShowsTheChartTypesParametersAsItsFlagsSay) {
-  // chart type, BlName1, BlName2, name (symbol ABC; type 18 without a symbol)
-  const std::tuple<int, int, int, const char*> cases[] = {
-      {kChartPointFigure, 1, 1, "ABC Blank Conversion(3) Blank Size(0) "},
-      {kChartPointFigure, 0, 1, "ABC Blank Size(0) "},
-      {kChartKagi, 0, 0, "ABC "},
-      {kChartThreeLineBreak, 1, 0, "ABC Blank Conversion(3) conversion price(0) "},
-      {kChartMarketProfile, 1, 1, "ABC Minute Distince(30) "},
-      {kChartCloseLine, 1, 1, "ABC"},
-      {kPriceChartTypes, 1, 1, ""},
+// Values need a valid bar of an indicator's line; priced values use the
+// record's tick. The legend puts the value in parentheses and names only the
+// legs of a spread's symbol.
+TEST(LineTexts, ValuesNeedAValidBarAndLegendsDropSpreadSides) {
+  PriceChart chart(kChartCandle);
+  SIndex& x = chart.x;
+  x.IndexType = kIndexIndicator;
+  x.ExpName[0] = "Spread", x.ExpName[1] = "MACD";
+  x.LineData[0] = Series({7}), x.LineData[1] = Series({0, 1.25, 3}, 1);
+  chart.list[0].TickSize = 1, chart.list[0].SymbolName = "ABC Buy/DEF Sell";
+  // bar of line 1, GetExpNameWithValue, GetExpValue
+  const std::tuple<int, const char*, const char*> values[] = {
+      {1, "1.25", "1"}, {2, "3.00", "3"}, {0, "", ""}, {3, "", ""}};
+  for (const auto& [bar, plain, priced] : values)
+    EXPECT_EQ(std::tuple(x.GetExpNameWithValue(1, bar).str(), x.GetExpValue(1, bar).str()), std::tuple(plain, priced))
+        << bar;
+  // showName, showValue, withSymbol, line, bar, entry
+  const std::tuple<int, int, int, int, int, const char*> legends[] = {
+      {1, 1, 0, 1, 2, " MACD(3) "}, {0, 1, 0, 1, 2, "3 "},     {0, 0, 0, 1, 2, ""},
+      {1, 0, 1, 1, 2, " MACD "},    {1, 1, 0, 1, 0, " MACD "}, {1, 1, 1, 0, 0, " ABC /DEF  Spread(7) "},
   };
-  for (const auto& [t, first, second, want] : cases) {
+  for (const auto& [name, value, symbol, line, bar, want] : legends)
+    EXPECT_EQ(x.GetExpTitle(name, value, symbol, line, bar).str(), want) << name << value << symbol << line << bar;
+  EXPECT_EQ(Indicator(kIndexSingleExpression, "1").GetExpTitle(0, 0, 0, 0, 0).str(), "X ");
+  {
+    LangScope ko(kLangKorean);
+    x.ExpName[0] = Cp949("스프레드").c_str(), chart.list[0].SymbolName = Cp949("ABC 매수").c_str();
+    EXPECT_EQ(Utf8(x.GetExpTitle(1, 0, 1, 0, 0)), " ABC  스프레드 ");
+  }
+  x.PriceList = nullptr;  // no record: no priced value
+  EXPECT_EQ(std::tuple(x.GetExpNameWithValue(1, 1).str(), x.GetExpValue(1, 1).str()), std::tuple("1.25", ""));
+  x.LineType[1] = 13;  // a marker line shows no value
+  EXPECT_EQ(x.GetExpNameWithValue(1, 1).str(), "");
+  EXPECT_EQ(Indicator(kIndexSystem, "1").GetExpNameWithValue(0, 0).str(), "New Buy");
+}
+
+// The name of the price chart and the bar's prices by chart type, its
+// legend parameters' flags and the record's period and cycle.
+TEST(PriceTexts, NameAndValueFollowTheChartType) {
+  const std::string all = "O(Open Price):1021.5 High:1030.0 L(Low Price):1019.0 C(Close Price):1028.0 ";
+  // chart type, BlName1, BlName2, ChartPeriod, ChartCycle, name, value
+  using Case = std::tuple<int, int, int, int, double, const char*, std::string>;
+  const Case cases[] = {
+      {kChartPointFigure, 1, 1, 2, 1.0, "ABC Blank Conversion(3) Blank Size(0) ", ""},
+      {kChartPointFigure, 0, 1, 2, 1.0, "ABC Blank Size(0) ", ""},
+      {kChartKagi, 0, 0, 2, 1.0, "ABC ", ""},
+      {kChartThreeLineBreak, 1, 0, 2, 1.0, "ABC Blank Conversion(3) conversion price(0) ", ""},
+      {kChartMarketProfile, 1, 1, 0, 1.0, "ABC Minute Distince(30) ", ""},
+      {kChartCloseLine, 1, 1, 2, 1.0, "ABC", "1028.0 "},
+      {kChartCandle, 1, 1, 2, 1.0, "ABC", all},
+      {kChartCandle, 1, 1, 0, 1.0, "ABC", "1028.0 "},  // one tick a bar
+      {kChartCandle, 1, 1, 0, 5.0, "ABC", all},
+      {kChartZigZag, 0, 0, 2, 1.0, "ABC ", all},
+      {kPriceChartTypes, 1, 1, 2, 1.0, "", all},  // and no symbol
+  };
+  for (const auto& [t, first, second, period, cycle, name, value] : cases) {
     PriceChart chart(t);
-    SPriceProperty& p = *chart.list[0].PriceProperty;
-    if (t < kPriceChartTypes) p.BlName1[t] = first, p.BlName2[t] = second;
-    if (t == kPriceChartTypes) chart.list[0].SymbolName = "";
-    EXPECT_EQ(chart.x.GetPriceName().str(), want) << t;
+    SPriceData& r = chart.list[0];
+    if (t < kPriceChartTypes) r.PriceProperty->BlName1[t] = first, r.PriceProperty->BlName2[t] = second;
+    if (t == kPriceChartTypes) r.SymbolName = "";
+    r.ChartPeriod = period, r.ChartCycle = cycle;
+    EXPECT_EQ(std::tuple(chart.x.GetPriceName().str(), chart.x.GetPriceValue(0).str()), std::tuple(name, value))
+        << t << " " << period << " " << cycle;
+    EXPECT_EQ(chart.x.GetPriceValue(1).str(), "") << t;  // past the last bar
   }
   PriceChart unnamed(kChartCandle);
   unnamed.list[0].SymbolName = "";
   EXPECT_EQ(unnamed.x.GetPriceName().str(), "Candle Chart");
-  Language ko(kLangKorean);
-  EXPECT_EQ(Utf8(unnamed.x.GetPriceName()), "봉차트");
+  LangScope ko(kLangKorean);
+  EXPECT_EQ(std::tuple(Utf8(unnamed.x.GetPriceName()), Utf8(unnamed.x.GetPriceValue(0))),
+            std::tuple("봉차트", "시:1021.5 고:1030.0 저:1019.0 종:1028.0 "));
   EXPECT_EQ(SIndex("Price", kIndexPriceChart).GetPriceName().str(), "");
-}
-
-TEST(PriceTexts, ValueShowsOnlyTheCloseForLineAndSingleTickCharts) {
-  const std::string all = "O(Open Price):1021.5 High:1030.0 L(Low Price):1019.0 C(Close Price):1028.0 ";
-  // chart type, ChartPeriod, ChartCycle, text
-  const std::tuple<int, int, double, std::string> cases[] = {
-      {kChartCandle, 2, 1.0, all},       {kChartCloseLine, 2, 1.0, "1028.0 "}, {kChartCandle, 0, 1.0, "1028.0 "},
-      {kChartCandle, 0, 5.0, all},       {kChartZigZag, 2, 1.0, all},          {kChartPointFigure, 2, 1.0, ""},
-      {kChartMarketProfile, 0, 1.0, ""}, {kPriceChartTypes, 2, 1.0, all},
-  };
-  for (const auto& [t, period, cycle, want] : cases) {
-    PriceChart chart(t);
-    chart.list[0].ChartPeriod = period, chart.list[0].ChartCycle = cycle;
-    EXPECT_EQ(chart.x.GetPriceValue(0).str(), want) << t << " " << period << " " << cycle;
-  }
-  Language ko(kLangKorean);
-  EXPECT_EQ(Utf8(PriceChart(kChartBarOhlc).x.GetPriceValue(0)), "시:1021.5 고:1030.0 저:1019.0 종:1028.0 ");
-  EXPECT_EQ(PriceChart(kChartBarOhlc).x.GetPriceValue(1).str(), "");
 }
 
 TEST(PriceTexts, TitleNamesTheChartTypeUnlessSeveralRecordsAreShown) {

@@ -32,27 +32,27 @@ constexpr double kInf = std::numeric_limits<double>::infinity(), kNaN = std::num
 
 }  // namespace
 
-TEST(ZigZag, TurningPointsAreMarkedAndTheLastSwingEndsAtItsExtreme) {
-  ZigZagChart z({0, 100, 110, 120, 105, 90}, "10");  // bar 0 has no price
-  z.x.CalcZigZagLine(0);
-  EXPECT_EQ(Values(z.x.LineData[1]), (std::vector<double>{100, 0, 120, 0, 90}));
-  // The dates lead with the first priced bar's and run one place behind.
-  EXPECT_EQ(Values(z.x.LineData[0]), (std::vector<double>{1002, 1002, 1003, 1004, 1005, 1006}));
-  EXPECT_EQ(Marks({100, 95, 80, 85, 99, 97}, "10"), (std::vector<double>{100, 0, 80, 0, 99}));  // falling first
-}
-
-TEST(ZigZag, PercentageIsClampedAndDefaultsToFive) {
+// Marks keep the turning points and the last extreme; the percentage is
+// clamped to 1..50 and is 5 when it is not a number.
+TEST(ZigZag, TurningPointsFollowTheClampedPercentage) {
   const std::vector<double> wide = {100, 160, 70}, narrow = {100, 100.6}, five = {100, 104, 100};
   // percentage, closes, marks
   const std::tuple<const char*, std::vector<double>, std::vector<double>> cases[] = {
-      {"70", wide, {100, 160, 70}},    // as 50: at 70 the rise to 160 would not count
-      {"0.5", narrow, {100}},          // as 1
-      {"", five, {100}},               // 5
-      {"nan", five, {100}},            // 5
-      {"-20", five, {100, 104, 100}},  // 1
+      {"10", {100, 95, 80, 85, 99, 97}, {100, 0, 80, 0, 99}},  // falling first
+      {"70", wide, {100, 160, 70}},                            // as 50: at 70 the rise to 160 would not count
+      {"0.5", narrow, {100}},                                  // as 1
+      {"", five, {100}},                                       // 5
+      {"nan", five, {100}},                                    // 5
+      {"-20", five, {100, 104, 100}},                          // 1
       {"1e308", wide, {100, 160, 70}},
   };
   for (const auto& [percent, closes, marks] : cases) EXPECT_EQ(Marks(closes, percent), marks) << percent;
+  // Rising first after a bar without a price; the dates lead with the first
+  // priced bar's and run one place behind.
+  ZigZagChart z({0, 100, 110, 120, 105, 90}, "10");
+  z.x.CalcZigZagLine(0);
+  EXPECT_EQ(Values(z.x.LineData[1]), (std::vector<double>{100, 0, 120, 0, 90}));
+  EXPECT_EQ(Values(z.x.LineData[0]), (std::vector<double>{1002, 1002, 1003, 1004, 1005, 1006}));
 }
 
 TEST(ZigZag, AutomaticPercentageIsAProposedStepOfTheFirstClose) {

@@ -1,6 +1,7 @@
 // The chart display records: defaults of plain and embedded charts, the
-// style comparison, every archive key both ways, and the base-font metrics
-// with the machine's fonts, with a host's source and with no font at all.
+// style comparison, every archive key both ways, the pane record, and the
+// base-font metrics with the machine's fonts, with a host's source and with
+// no font at all.
 #include <atomic>
 #include <thread>
 #include <variant>
@@ -100,109 +101,87 @@ struct SourceScope {
   FontMetricSource* before;
 };
 
-std::vector<int> EmbeddedFields(const CP& p) {
-  return {p.GetIntChart(), p.ScrollBarVisible, p.ZoomSliderVisible, p.ToolButtonVisible, p.PopupMenuType};
+// What a device context guarantees of any font's metrics, with the em in
+// pixels.
+void ExpectMetricInvariants(const TextMetrics& m, int em, const std::string& what) {
+  EXPECT_EQ(m.Height - m.Descent, m.Ascent) << what;
+  EXPECT_EQ(m.Height - m.InternalLeading, em) << what;
+  EXPECT_LE(m.AveCharWidth, m.MaxCharWidth) << what;
 }
 
-TEST(ChartProperty, EmbeddedChartGetsScrollZoomToolsAndPopupMenu) {
-  EXPECT_EQ(EmbeddedFields(CP()), std::vector<int>({0, 0, 0, 0, 0}));
-  EXPECT_EQ(EmbeddedFields(CP(1)), std::vector<int>({1, 1, 1, 1, 2}));
-  EXPECT_EQ(EmbeddedFields(CP(7)), std::vector<int>({7, 1, 1, 1, 2}));
+// IntChart, scroll bar, zoom slider, tool buttons, popup menu, bar spacing.
+std::vector<double> EmbeddedFields(const CP& p) {
+  return {double(p.GetIntChart()),     double(p.ScrollBarVisible), double(p.ZoomSliderVisible),
+          double(p.ToolButtonVisible), double(p.PopupMenuType),    p.BarSpacing};
+}
+
+TEST(ChartProperty, EmbeddedChartGetsScrollZoomToolsAndPopupMenuOnConstructionOrReset) {
+  CP kept, reset, loaded(1);
+  kept.BarSpacing = reset.BarSpacing = 9.5;
+  kept.SetIntChart(1, 0), reset.SetIntChart(1, 1);
   CFBArchive empty;
-  CP loaded(1);
   loaded.PopupMenuType = 0;
   loaded.Load(empty);  // a missing key gives the embedded chart's default
-  EXPECT_EQ(EmbeddedFields(loaded), std::vector<int>({1, 1, 1, 1, 2}));
-}
-
-TEST(ChartProperty, SetIntChartResetsFieldsOnlyWhenAsked) {
-  CP p;
-  p.BarSpacing = 9.5;
-  p.SetIntChart(1, 0);
-  EXPECT_EQ(EmbeddedFields(p), std::vector<int>({1, 0, 0, 0, 0}));
-  EXPECT_EQ(p.BarSpacing, 9.5);
-  p.SetIntChart(1, 1);
-  EXPECT_EQ(EmbeddedFields(p), std::vector<int>({1, 1, 1, 1, 2}));
-  EXPECT_EQ(p.BarSpacing, 6.0);
+  const std::pair<CP, std::vector<double>> cases[] = {
+      {CP(), {0, 0, 0, 0, 0, 6}},  {CP(1), {1, 1, 1, 1, 2, 6}},  {CP(7), {7, 1, 1, 1, 2, 6}},
+      {reset, {1, 1, 1, 1, 2, 6}}, {kept, {1, 0, 0, 0, 0, 9.5}}, {loaded, {1, 1, 1, 1, 2, 6}},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(EmbeddedFields(cases[i].first), cases[i].second) << i;
 }
 
 TEST(ChartProperty, CompStyleComparesOnlyFieldsThatChangeTheLook) {
-  struct Case {
-    const char* what;
-    void (*change)(CP&);
-    int same;
+  // key, a value unlike its default, whether the look counts as the same
+  const std::tuple<const char*, const char*, int> cases[] = {
+      {"ChartBorderColor", "1", 0},   {"BarSpacing", "7", 1},
+      {"ShowLastCloseFluct", "0", 0}, {"LastCloseType", "1", 1},
+      {"BaseFontName", "arial", 0},   {"HGridWidth", "2", 0},
+      {"XAxisDivideValue", "2", 1},   {"ToolButtonVisible", "1", 0},
+      {"PopupMenuType", "2", 1},      {"Align", "1", 0},
   };
-  const Case cases[] = {
-      {"nothing", [](CP&) {}, 1},
-      {"ChartBorderColor", [](CP& p) { p.ChartBorderColor = 1; }, 0},
-      {"BarSpacing", [](CP& p) { p.BarSpacing = 7; }, 1},
-      {"ShowLastCloseFluct", [](CP& p) { p.ShowLastCloseFluct = 0; }, 0},
-      {"LastCloseType", [](CP& p) { p.LastCloseType = 1; }, 1},
-      {"BaseFontName", [](CP& p) { p.BaseFontName = "arial"; }, 0},
-      {"HGridWidth", [](CP& p) { p.HGridWidth = 2; }, 0},
-      {"XAxisDivideValue", [](CP& p) { p.XAxisDivideValue = 2; }, 1},
-      {"ToolButtonVisible", [](CP& p) { p.ToolButtonVisible = 1; }, 0},
-      {"PopupMenuType", [](CP& p) { p.PopupMenuType = 2; }, 1},
-      {"Align", [](CP& p) { p.Align = 1; }, 0},
-  };
-  for (const Case& c : cases) {
-    const CP a;
-    CP b;
-    c.change(b);
-    EXPECT_EQ(a.CompStyle(b), c.same) << c.what;
-    EXPECT_EQ(b.CompStyle(a), c.same) << c.what;
-    EXPECT_EQ(CP(b).CompStyle(b), 1) << c.what;
+  const CP plain;
+  for (const auto& [key, value, same] : cases) {
+    CFBArchive ar;  // only this key: the rest take their defaults
+    ar.SetCategory("ChartProperty");
+    ar.SetStr(key, value);
+    CP changed;
+    changed.Load(ar);
+    EXPECT_EQ(std::pair(plain.CompStyle(changed), changed.CompStyle(plain)), std::pair(same, same)) << key;
   }
 }
 
-TEST(ChartProperty, DefaultRecordHasEveryDefaultAndStoresOnlyThem) {
-  CP p;
-  CFBArchive ar;
-  p.Store(ar);
-  EXPECT_EQ(ar.GetCategory(), "ChartProperty");
-  EXPECT_EQ(ar.GetEntryCount(), static_cast<int>(std::size(kKeys)));
-  for (const KeyRow& row : kKeys) {
-    EXPECT_EQ(MemberText(p, row), row.dflt) << row.key;
-    EXPECT_EQ(ArchiveText(ar, row), row.dflt) << row.key;
-  }
-}
-
-TEST(ChartProperty, EveryKeyLoadsIntoItsOwnFieldAndStoresBack) {
-  CFBArchive in, out;
+// Defaults, loading and storing share the record's key table; every row
+// is checked against the hand-written one above, both ways.
+TEST(ChartProperty, EveryKeyHasItsDefaultAndLoadsIntoItsOwnFieldAndBack) {
+  CP defaults, p;
+  CFBArchive stored, in, out;
+  defaults.Store(stored);
   in.SetCategory("ChartProperty");
   for (size_t i = 0; i < std::size(kKeys); ++i) in.SetStr(kKeys[i].key, Modified(i).c_str());
-  CP p;
   p.Load(in);
   p.Store(out);
+  EXPECT_EQ(stored.GetCategory(), "ChartProperty");
+  EXPECT_EQ(stored.GetEntryCount(), static_cast<int>(std::size(kKeys)));  // only these keys
   for (size_t i = 0; i < std::size(kKeys); ++i) {
-    EXPECT_EQ(MemberText(p, kKeys[i]), Modified(i)) << kKeys[i].key;
-    EXPECT_EQ(ArchiveText(out, kKeys[i]), Modified(i)) << kKeys[i].key;
+    const KeyRow& row = kKeys[i];
+    EXPECT_EQ(
+        std::tuple(MemberText(defaults, row), ArchiveText(stored, row), MemberText(p, row), ArchiveText(out, row)),
+        std::tuple(row.dflt, row.dflt, Modified(i), Modified(i)))
+        << row.key;
   }
-}
-
-TEST(ChartProperty, BaseFontIsTheLanguagesAtConstruction) {
-  const CP english;
-  LangScope korean(kLangKorean);
-  CP p;
-  EXPECT_EQ(p.BaseFontName.str(), "\xB1\xBC\xB8\xB2");  // 굴림 in code page 949
-  EXPECT_EQ(english.BaseFontName.str(), "Arial");
-  CFBArchive ar;
-  p.Store(ar);
-  EXPECT_EQ(ar.GetStr("BaseFontName", "").str(), "\xB1\xBC\xB8\xB2");
+  LangScope korean(kLangKorean);  // the base font is the language's at construction
+  CFBArchive before, after;
+  defaults.Store(before), CP().Store(after);
+  EXPECT_EQ(std::pair(before.GetStr("BaseFontName", "").str(), after.GetStr("BaseFontName", "").str()),
+            std::pair(std::string("Arial"), std::string("\xB1\xBC\xB8\xB2")));  // 굴림 in code page 949
 }
 
 TEST(ChartPane, KeysGoToTheIndexedCategoryAndHostFieldsStayOut) {
-  SChartProp pane;
-  pane.ChartID = 12;
-  pane.HeightRatio = 0.25;
-  pane.ChartName = "\xC1\xBE\xB0\xA1";
-  pane.BlShow = 0;
-  pane.IndexSlots[99] = 8;
-  pane.PaneRect = {1, 2, 3, 4};
+  SChartProp pane, plain, back;
+  pane.ChartID = 12, pane.HeightRatio = 0.25, pane.ChartName = "\xC1\xBE\xB0\xA1", pane.BlShow = 0;
+  pane.IndexSlots[99] = 8, pane.PaneRect = {1, 2, 3, 4};
   CFBArchive ar;
   pane.Store(ar, 3);
   EXPECT_EQ(ar.GetEntryCount(), 9);
-  SChartProp plain, back;
   plain.Load(ar, -1);  // "Chart" is not "Chart3": the defaults
   back.Load(ar, 3);
   EXPECT_EQ(
@@ -214,23 +193,18 @@ TEST(ChartPane, KeysGoToTheIndexedCategoryAndHostFieldsStayOut) {
   EXPECT_EQ(back.IndexSlots[99] + back.PaneRect.bottom, 8 + 4);
 }
 
-TEST(FontMetrics, HostSourceIsAskedOncePerFaceAndSize) {
+// Construction and loading measure the base font; the host's source sees
+// each face and size once, however many threads ask at the same time.
+TEST(FontMetrics, HostSourceIsAskedOncePerFaceAndSizeEvenConcurrently) {
   StubSource stub;
   SourceScope scope(&stub);
   CP a, b;
-  EXPECT_EQ(stub.asked, "Arial|90|129");
-  EXPECT_EQ(a.FontMetric.Height, 18);
+  EXPECT_EQ(std::pair(stub.asked, a.FontMetric.Height), std::pair(std::string("Arial|90|129"), 18));
   b.BaseFontSize = 12;
   CFBArchive ar;
   b.Store(ar);
-  a.Load(ar);  // measures the loaded size
+  a.Load(ar);
   EXPECT_EQ(a.FontMetric.Height, 24);
-  EXPECT_EQ(stub.calls, 2);
-}
-
-TEST(FontMetrics, ConcurrentConstructionsMeasureEachFontOnce) {
-  StubSource stub;
-  SourceScope scope(&stub);
   std::atomic<int> wrong{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t)
@@ -244,21 +218,16 @@ TEST(FontMetrics, ConcurrentConstructionsMeasureEachFontOnce) {
     });
   for (auto& th : threads) th.join();
   EXPECT_EQ(wrong, 0);
-  EXPECT_EQ(stub.calls, 3);  // 8, 9 and 10 points
+  EXPECT_EQ(stub.calls, 4);  // 9 and 12 points, then 8 and 10
 }
 
-// The em height at 96 dots per inch is points * 96 / 72, rounded; the
-// estimate keeps a device context's invariants.
+// The em height at 96 dots per inch is points * 96 / 72, rounded.
 TEST(FontMetrics, SizeEstimateKeepsTheMetricInvariants) {
-  struct Case {
-    int tenths, em;
-  };
-  for (const Case& c : {Case{90, 12}, Case{100, 13}, Case{75, 10}, Case{0, 0}, Case{-50, 0}}) {
-    const TextMetrics m = SizeDerivedMetrics(c.tenths, 129);
-    EXPECT_EQ(EmPixels(c.tenths), c.em) << c.tenths;
-    EXPECT_EQ(m.Height - m.Descent, m.Ascent) << c.tenths;
-    EXPECT_EQ(m.Height - m.InternalLeading, c.em) << c.tenths;
-    EXPECT_TRUE(m.FaceName.IsEmpty() && m.AveCharWidth <= m.MaxCharWidth) << c.tenths;
+  for (const auto& [tenths, em] : {std::pair{90, 12}, {100, 13}, {75, 10}, {0, 0}, {-50, 0}}) {
+    const TextMetrics m = SizeDerivedMetrics(tenths, 129);
+    EXPECT_EQ(EmPixels(tenths), em) << tenths;
+    ExpectMetricInvariants(m, em, std::to_string(tenths));
+    EXPECT_TRUE(m.FaceName.IsEmpty()) << tenths;
   }
   EXPECT_GT(EmPixels(1 << 30), 0);  // a huge size from an archive does not overflow
 }
@@ -270,10 +239,8 @@ TEST(FontMetrics, InstalledFontGivesPlausibleMetricsForNinePoints) {
   CP p;
   if (p.FontMetric.FaceName.IsEmpty()) GTEST_SKIP() << "no font could be measured";
   const TextMetrics& m = p.FontMetric;
-  EXPECT_EQ(m.Height - m.Descent, m.Ascent);
-  EXPECT_EQ(m.Height - m.InternalLeading, 12);  // the 12-pixel em
-  EXPECT_LE(m.Height, 20);
-  EXPECT_TRUE(m.AveCharWidth > 2 && m.AveCharWidth <= m.MaxCharWidth) << m.AveCharWidth << " " << m.MaxCharWidth;
+  ExpectMetricInvariants(m, 12, "installed");  // the 12-pixel em
+  EXPECT_TRUE(m.Height <= 20 && m.AveCharWidth > 2) << m.Height << " " << m.AveCharWidth;
   p.BaseFontName = "No Such Face 0";
   p.CalcFontMetric();
   EXPECT_FALSE(p.FontMetric.FaceName.IsEmpty());  // a Hangul face stands in
