@@ -105,7 +105,7 @@ TEST(PriceCsvReader, ABadRowFarIntoTheFileNamesItsLineAndLeavesTheRecordEmpty) {
 
 TEST(PriceCsvReader, AnEmptyFileHasNoHeaderAndAHeaderAloneNoBars) {
   SPriceData d;
-  EXPECT_NE(Read("empty.csv", "", d).find("no 'date' column"), std::string::npos);
+  EXPECT_NE(Read("empty.csv", "\n \n", d).find("empty.csv: no header row"), std::string::npos);
   ASSERT_EQ(Read("header.csv", "date,open,high,low,close,volume", d), "");
   EXPECT_EQ(Bars(d), 0);
 }

@@ -30,16 +30,20 @@ const Command kCommands[] = {
      "Lists, adds or removes the user functions of the index directory.\n"
      "      list prints one function per line: NAME, FORMULA, then each PARAM, tab-separated."},
     {"indicator", RunIndicator,
-     "chartcalc indicator list | show NAME | calc NAME [--var NAME=VALUE]... [--stream] [--legend] | check NAME\n"
-     "      | lookback NAME [--kind indicator|expression|pattern|system|function] [--index-dir DIR] [--data FILE]",
+     "chartcalc indicator list | show NAME | calc NAME [--var NAME=VALUE]... [--stream] [--legend] [--follow]\n"
+     "      | check NAME | lookback NAME [--kind indicator|expression|pattern|system|function] [--index-dir DIR] "
+     "[--data FILE]",
      "Lists the definitions of the index directory (of one kind with --kind), one per line:\n"
      "      NAME, KIND, DESCRIPTION, tab-separated; show prints one definition's variables,\n"
      "      formulas and line names. calc calculates a definition over the price data and prints\n"
      "      CSV: bar,datetime, then one column per line named by the line names; --var sets a\n"
      "      variable's value, --stream feeds the bars one at a time as live ticks do, --legend\n"
-     "      prints each line's legend for the last bar as a # comment first. check checks the\n"
-     "      variables and parentheses; lookback prints the bars needed before the first value.",
-     "kind var", "stream legend"},
+     "      prints each line's legend for the last bar as a # comment first, --follow reads the\n"
+     "      price CSV from standard input as its lines arrive and prints each bar's row as soon as\n"
+     "      the bar is added, or updated by a row with the same date-time (bad rows are reported\n"
+     "      and skipped). check checks the variables and parentheses; lookback prints the bars\n"
+     "      needed before the first value.",
+     "kind var", "stream legend follow"},
     {"backtest", RunBacktest,
      "chartcalc backtest SYSTEM [--var NAME=VALUE]... [--settings FILE.ini] [--set KEY=VALUE]...\n"
      "      [--tick SIZE] [--csv] [--trades FILE] [--equity FILE]",

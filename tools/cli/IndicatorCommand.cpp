@@ -4,14 +4,17 @@
 //       name, kind, description, period (single expressions),
 //       variable NAME VALUE [START END STEP] (systems add the range),
 //       parameter NAME (functions), line N NAME FORMULA, base VALUE
-//   calc NAME [--var NAME=VALUE]... [--stream] [--legend]
+//   calc NAME [--var NAME=VALUE]... [--stream] [--legend] [--follow]
 //       the definition calculated over the price data, as CSV: bar,datetime,
 //       then one column per calculated line, named by the library's line
 //       names with the variable values worked in (in the language of
 //       --lang); a cell is empty before its line's first valid bar. --stream
 //       feeds the bars one at a time through CalcLast, as a host does on
 //       ticks. --legend first prints each line's legend entry at the last
-//       bar as a comment line "# ENTRY".
+//       bar as a comment line "# ENTRY". --follow reads the price CSV from
+//       standard input as its lines arrive instead and prints the header
+//       once the price header is read, then the row of each bar as it is
+//       added or updated (a row with the last bar's date-time updates it).
 //   check NAME [--var NAME=VALUE]...
 //       "ok", or where the definition is wrong (variable, or line N) and the
 //       message in the chosen language; exit status 2 when wrong
@@ -25,6 +28,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -119,27 +123,37 @@ void PrintLegend(SIndex& x, int lastBar, std::ostream& out) {
   out << text;
 }
 
-// bar,datetime, then one cell per line: empty before the line's start index
-// and past its end; the datetime is empty past the price data.
-void PrintLines(SIndex& x, const SVector& dateTime, std::ostream& out) {
-  const std::vector<int> lines = CalculatedLines(x);
+// The CSV header: bar,datetime, then the name of each line.
+std::string HeaderRow(SIndex& x, const std::vector<int>& lines) {
   std::string buf = "bar,datetime";
-  int rows = dateTime.GetSize();
   for (int line : lines) {
     buf += ',';
     buf += ColumnName(x, line);
-    rows = std::max(rows, x.LineData[line].GetSize());
   }
-  buf += "\n";
+  return buf + "\n";
+}
+
+// Appends the row of bar i: empty cells before a line's start index and
+// past its end; the datetime is empty past the price data.
+void AppendRow(std::string& buf, const SIndex& x, const std::vector<int>& lines, int i, const SVector& dateTime) {
+  buf += std::to_string(i) + ",";
+  if (i < dateTime.GetSize()) AppendNumber(buf, "%.0f", dateTime[i]);
+  for (int line : lines) {
+    const SVector& s = x.LineData[line];
+    buf += ',';
+    if (i >= std::max(s.GetStartIndex(), 0) && i < s.GetSize()) AppendNumber(buf, "%.15g", s[i]);
+  }
+  buf += '\n';
+}
+
+// The whole CSV, one row per bar or line element, whichever are more.
+void PrintLines(SIndex& x, const SVector& dateTime, std::ostream& out) {
+  const std::vector<int> lines = CalculatedLines(x);
+  std::string buf = HeaderRow(x, lines);
+  int rows = dateTime.GetSize();
+  for (int line : lines) rows = std::max(rows, x.LineData[line].GetSize());
   for (int i = 0; i < rows; ++i) {
-    buf += std::to_string(i) + ",";
-    if (i < dateTime.GetSize()) AppendNumber(buf, "%.0f", dateTime[i]);
-    for (int line : lines) {
-      const SVector& s = x.LineData[line];
-      buf += ',';
-      if (i >= std::max(s.GetStartIndex(), 0) && i < s.GetSize()) AppendNumber(buf, "%.15g", s[i]);
-    }
-    buf += '\n';
+    AppendRow(buf, x, lines, i, dateTime);
     if (buf.size() > (1 << 16)) out << buf, buf.clear();
   }
   out << buf;
@@ -157,9 +171,104 @@ void Stream(SIndex& x, const SPriceData& prices, SPriceData& live) {
   }
 }
 
-int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ostream& out, std::ostream& err) {
-  SIndex x;
-  if (int status = PrepareNamed(options, kinds, x, err); status != kExitOk) return status;
+// ---- following a feed --------------------------------------------------------
+
+// The name messages give the feed, with its line numbers.
+constexpr const char* kFeedName = "<stdin>";
+
+// Calculates an indicator over a price feed read line by line, as a host
+// does on ticks: each row adds a bar, or updates the last bar when it has
+// the same date-time, then CalcLast, then the bar's row is printed at once.
+// A bad row is reported and skipped, since one bad line must not end a live
+// feed; a row older than the last bar is bad too, as bars only move forward.
+class Feed {
+ public:
+  // The lines are converted ahead of the first calculation, so that the
+  // header can name the calculated ones before any bar has arrived.
+  Feed(SIndex& x, SFunctionList& functions) : x_(x), functions_(functions) {
+    x_.ConvertExpression();
+    columns_ = CalculatedLines(x_);
+    BindPrices(x_, live_);
+  }
+
+  // Takes the next line; kExitOk to go on, or the status that ends the run.
+  int Take(const std::string& line, std::ostream& out, std::ostream& err) {
+    PriceRow row;
+    std::string what;
+    switch (lines_.Next(line, row, what)) {
+      case PriceCsvLines::kBlank:
+        return kExitOk;
+      case PriceCsvLines::kHeader:
+        header_ = true;
+        out << HeaderRow(x_, columns_) << std::flush;
+        return kExitOk;
+      case PriceCsvLines::kBadHeader:
+        err << "error: " << Where() << what << "\n";
+        return kExitBadInput;
+      case PriceCsvLines::kBadRow:
+        err << "warning: " << Where() << what << ", row skipped\n";
+        return kExitOk;
+      case PriceCsvLines::kRow:
+        break;
+    }
+    return Calculate(row, out, err);
+  }
+
+  // The status once the feed has ended.
+  int End(std::ostream& err) const {
+    if (header_) return kExitOk;
+    err << "error: " << kFeedName << ": " << kNoHeader << "\n";
+    return kExitBadInput;
+  }
+
+ private:
+  std::string Where() const { return std::string(kFeedName) + ":" + std::to_string(lines_.Number()) + ": "; }
+
+  int Calculate(const PriceRow& row, std::ostream& out, std::ostream& err) {
+    if (!Apply(row)) {
+      std::string what = "date-time ";
+      AppendNumber(what, "%.0f", row.dateTime);
+      err << "warning: " << Where() << what << " is before the last bar's, row skipped\n";
+      return kExitOk;
+    }
+    x_.CalcLast();
+    // A formula that cannot be calculated fails on the first bar already.
+    if (Bars(live_) == 1 && !ReportFormulaErrors(x_, live_, functions_, err)) return kExitFormula;
+    std::string buf;
+    AppendRow(buf, x_, columns_, Bars(live_) - 1, live_.GetSeries(kDateTime));
+    out << buf << std::flush;
+    return kExitOk;
+  }
+
+  // A new bar, or the last one again; false for a row older than the last.
+  bool Apply(const PriceRow& row) {
+    const int bars = Bars(live_);
+    const double last = bars > 0 ? live_.GetSeries(kDateTime)[bars - 1] : 0;
+    if (bars > 0 && row.dateTime < last) return false;
+    if (bars > 0 && row.dateTime == last)
+      UpdateLastBar(live_, row);
+    else
+      AddBar(live_, row);
+    return true;
+  }
+
+  SIndex& x_;
+  SFunctionList& functions_;
+  std::vector<int> columns_;
+  SPriceData live_;
+  PriceCsvLines lines_;
+  bool header_ = false;
+};
+
+int Follow(SIndex& x, SFunctionList& functions, std::istream& in, std::ostream& out, std::ostream& err) {
+  Feed feed(x, functions);
+  for (std::string line; std::getline(in, line);)
+    if (int status = feed.Take(line, out, err); status != kExitOk) return status;
+  return feed.End(err);
+}
+
+// The prices of --data, whole or streamed bar by bar, then the CSV.
+int CalcOverData(const CliOptions& options, SIndex& x, SFunctionList& functions, std::ostream& out, std::ostream& err) {
   // The prices are the one record of a list, so the legend reads them as a
   // host's chart does.
   SPriceDataList list;
@@ -168,10 +277,6 @@ int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ost
   SPriceData live;
   if (!ReadPriceCsv(options.data, prices, err)) return kExitBadInput;
   prices.TickSize = kLegendTick;
-  // The user functions of the index directory (none when it has none).
-  SFunctionList functions;
-  functions.ReadFunction();
-  x.SetFunction(&functions);
   const bool streamed = options.flags.count("stream") > 0;
   if (streamed) {
     Stream(x, prices, live);
@@ -186,6 +291,17 @@ int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ost
   }
   PrintLines(x, (streamed ? live : prices).GetSeries(kDateTime), out);
   return kExitOk;
+}
+
+int CalcNamed(const CliOptions& options, const std::vector<int>& kinds, std::ostream& out, std::ostream& err) {
+  SIndex x;
+  if (int status = PrepareNamed(options, kinds, x, err); status != kExitOk) return status;
+  // The user functions of the index directory (none when it has none).
+  SFunctionList functions;
+  functions.ReadFunction();
+  x.SetFunction(&functions);
+  if (options.flags.count("follow")) return Follow(x, functions, std::cin, out, err);
+  return CalcOverData(options, x, functions, out, err);
 }
 
 int CheckNamed(const CliOptions& options, const std::vector<int>& kinds, std::ostream& out, std::ostream& err) {
@@ -224,11 +340,16 @@ int RunIndicator(const CliOptions& options, std::ostream& out, std::ostream& err
   if (!SelectedKinds(options, kinds, err)) return kExitBadInput;
   std::string action = args.empty() ? "" : args[0];
   const bool calculates = action == "calc" || action == "check" || action == "lookback";
-  for (const char* flag : {"stream", "legend"})
+  for (const char* flag : {"stream", "legend", "follow"})
     if (options.flags.count(flag) && action != "calc") {
       err << "error: --" << flag << " applies to calc only\n";
       return kExitBadInput;
     }
+  // A feed has no last bar to give a legend for, and is bar by bar already.
+  if (options.flags.count("follow") && (options.flags.count("stream") || options.flags.count("legend"))) {
+    err << "error: --follow takes neither --stream nor --legend\n";
+    return kExitBadInput;
+  }
   if (HasVariables(options) && !calculates) {
     err << "error: --var applies to calc, check and lookback only\n";
     return kExitBadInput;

@@ -1,6 +1,7 @@
-// Price CSV reader. Columns are found by name, ignoring case; the file is read
+// Price CSV reader. Columns are found by name, ignoring case. A file is read
 // whole before anything is computed, and the first bad row ends the reading
-// with a message naming the file and the line.
+// with a message naming the file and the line; a feed read line by line
+// (PriceCsvLines) decides for itself what a bad row does.
 //
 // Bars go into the record with AddData, one call per field, so the tool fills
 // a record exactly as a host does. The series are sized before the first bar
@@ -13,8 +14,8 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
-#include <cstring>
 #include <cmath>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <vector>
@@ -23,7 +24,19 @@ using namespace chartcalc::detail;
 
 namespace {
 
-enum Column { kColDate, kColTime, kColOpen, kColHigh, kColLow, kColClose, kColVolume, kColOi, kColAmount, kColSpread, kColumns };
+enum Column {
+  kColDate,
+  kColTime,
+  kColOpen,
+  kColHigh,
+  kColLow,
+  kColClose,
+  kColVolume,
+  kColOi,
+  kColAmount,
+  kColSpread,
+  kColumns
+};
 
 struct ColumnName {
   const char* name;
@@ -32,9 +45,9 @@ struct ColumnName {
 
 // Header names, lower case.
 const ColumnName kColumnNames[] = {
-    {"date", kColDate},     {"datetime", kColDate}, {"time", kColTime},         {"open", kColOpen},
-    {"high", kColHigh},     {"low", kColLow},       {"close", kColClose},       {"volume", kColVolume},
-    {"openinterest", kColOi}, {"oi", kColOi},       {"amount", kColAmount},     {"spread", kColSpread},
+    {"date", kColDate},       {"datetime", kColDate}, {"time", kColTime},     {"open", kColOpen},
+    {"high", kColHigh},       {"low", kColLow},       {"close", kColClose},   {"volume", kColVolume},
+    {"openinterest", kColOi}, {"oi", kColOi},         {"amount", kColAmount}, {"spread", kColSpread},
 };
 
 // Columns a file must have; the others read as zeros when absent.
@@ -46,8 +59,10 @@ constexpr size_t kShortestDate = 8;
 constexpr size_t kShortestBarRow = kShortestDate + (std::size(kRequired) - 1) * 2;
 bool IsRequired(int c) { return std::find(std::begin(kRequired), std::end(kRequired), c) != std::end(kRequired); }
 
+static_assert(kColumns == PriceCsvLines::kColumns);
+
 // The price record's field code of each numeric column.
-const int kFieldOf[kColumns] = {-1,         -1,          kFieldOpen,         kFieldHigh,   kFieldLow,
+const int kFieldOf[kColumns] = {-1,          -1,           kFieldOpen,         kFieldHigh,   kFieldLow,
                                 kFieldClose, kFieldVolume, kFieldOpenInterest, kFieldAmount, kFieldSpread};
 
 std::string_view Trim(std::string_view s) {
@@ -68,7 +83,8 @@ void SplitCells(std::string_view line, std::vector<std::string_view>& cells) {
 
 std::string Lower(std::string_view s) {
   std::string out(s);
-  std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::transform(out.begin(), out.end(), out.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return out;
 }
 
@@ -93,12 +109,13 @@ bool ParseNumber(std::string_view cell, double& v) {
   return ec == std::errc() && p == e && std::isfinite(v);
 }
 
+// "path:line: what", or "path: what" for line 0.
 std::string LineError(const std::string& path, int line, const std::string& what) {
-  return path + ":" + std::to_string(line) + ": " + what;
+  return path + (line > 0 ? ":" + std::to_string(line) : "") + ": " + what;
 }
 
-// Reads the lines of a file through a fixed buffer, counting them from 1.
-// A line is valid until the next call. The file is read in pieces, so a
+// Reads the lines of a file through a fixed buffer. A line is valid until
+// the next call. The file is read in pieces, so a
 // large file never sits in memory whole.
 class LineReader {
  public:
@@ -111,20 +128,17 @@ class LineReader {
         size_t at = static_cast<const char*>(nl) - buffer_.data();
         line = std::string_view(from, at - begin_);
         begin_ = at + 1;
-        ++number_;
         return true;
       }
       if (eof_) {
         if (begin_ == end_) return false;
         line = std::string_view(from, end_ - begin_);  // the last line has no line feed
         begin_ = end_;
-        ++number_;
         return true;
       }
       Refill();
     }
   }
-  int Number() const { return number_; }
 
  private:
   static constexpr size_t kChunk = 1 << 20;
@@ -145,7 +159,6 @@ class LineReader {
   std::istream& in_;
   std::vector<char> buffer_;
   size_t begin_ = 0, end_ = 0;
-  int number_ = 0;
   bool eof_ = false;
 };
 
@@ -188,64 +201,80 @@ void ReserveBars(SPriceData& data, int bars) {
     if (s.GetCapacity() < bars) s.ReAlloc(bars);
 }
 
-struct Header {
-  int col[kColumns];
-  std::vector<std::string> names;
-  const std::string& NameOf(int c) const { return names[static_cast<size_t>(col[c] >= 0 ? col[c] : 0)]; }
-};
+}  // namespace
 
-bool ReadHeader(std::string_view line, Header& h, std::string& missing) {
-  std::fill(std::begin(h.col), std::end(h.col), -1);
-  std::vector<std::string_view> cells;
-  SplitCells(line, cells);
-  for (size_t i = 0; i < cells.size(); ++i) {
-    h.names.emplace_back(cells[i]);
-    std::string lower = Lower(cells[i]);
+// The price fields of a bar in the order they are added.
+constexpr int kBarFields[] = {kFieldOpen,   kFieldHigh,         kFieldLow,    kFieldClose,
+                              kFieldVolume, kFieldOpenInterest, kFieldAmount, kFieldSpread};
+
+PriceCsvLines::Kind PriceCsvLines::Next(std::string_view line, PriceRow& row, std::string& what) {
+  if (++number_ == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3);
+  if (Trim(line).empty()) return kBlank;
+  SplitCells(line, cells_);
+  if (hasHeader_) return ParseRow(row, what) ? kRow : kBadRow;
+  hasHeader_ = ReadHeader(what);
+  return hasHeader_ ? kHeader : kBadHeader;
+}
+
+bool PriceCsvLines::ReadHeader(std::string& what) {
+  std::fill(std::begin(col_), std::end(col_), -1);
+  names_.assign(cells_.begin(), cells_.end());
+  for (size_t i = 0; i < cells_.size(); ++i) {
+    const std::string lower = Lower(cells_[i]);
     for (const ColumnName& c : kColumnNames)
-      if (lower == c.name && h.col[c.column] < 0) h.col[c.column] = static_cast<int>(i);
+      if (lower == c.name && col_[c.column] < 0) col_[c.column] = static_cast<int>(i);
   }
   for (size_t k = 0; k < std::size(kRequired); ++k)
-    if (h.col[kRequired[k]] < 0) {
-      missing = kRequiredNames[k];
+    if (col_[kRequired[k]] < 0) {
+      what = std::string("no '") + kRequiredNames[k] + "' column in the header";
       return false;
     }
   return true;
 }
 
-// Adds one row as a bar; false with a message (without the location) when a
-// cell is bad.
-bool AddRow(const Header& h, const std::vector<std::string_view>& cells, SPriceData& out, std::string& what) {
-  auto cellOf = [&](int c) -> std::string_view {
-    return h.col[c] >= 0 && h.col[c] < static_cast<int>(cells.size()) ? cells[static_cast<size_t>(h.col[c])]
-                                                                       : std::string_view();
-  };
+// The cell of a column in the line being read; empty when the file or the
+// line has none.
+std::string_view PriceCsvLines::Cell(int column) const {
+  const int at = col_[column];
+  return at >= 0 && at < static_cast<int>(cells_.size()) ? cells_[static_cast<size_t>(at)] : std::string_view();
+}
+
+bool PriceCsvLines::ParseRow(PriceRow& row, std::string& what) const {
   int date = 0, time = 0;
   bool hasTime = false;
-  if (!ParseDateCell(cellOf(kColDate), date, time, hasTime)) {
-    what = "bad date '" + std::string(cellOf(kColDate)) + "'";
+  if (!ParseDateCell(Cell(kColDate), date, time, hasTime)) {
+    what = "bad date '" + std::string(Cell(kColDate)) + "'";
     return false;
   }
-  if (h.col[kColTime] >= 0 && !hasTime) {
-    if (!ParseTimeCell(cellOf(kColTime), time)) {
-      what = "bad time '" + std::string(cellOf(kColTime)) + "'";
+  if (col_[kColTime] >= 0 && !hasTime) {
+    if (!ParseTimeCell(Cell(kColTime), time)) {
+      what = "bad time '" + std::string(Cell(kColTime)) + "'";
       return false;
     }
     hasTime = true;
   }
-  double values[kColumns] = {};
+  row = PriceRow();
+  row.dateTime = hasTime ? MakeDateTime(date, time) : date;
   for (int c = kColOpen; c < kColumns; ++c) {
-    std::string_view cell = cellOf(c);
-    if ((IsRequired(c) || !cell.empty()) && !ParseNumber(cell, values[c])) {
-      what = "bad number '" + std::string(cell) + "' in column '" + h.NameOf(c) + "'";
+    const std::string_view cell = Cell(c);
+    if ((IsRequired(c) || !cell.empty()) && !ParseNumber(cell, row.field[kFieldOf[c]])) {
+      what = "bad number '" + std::string(cell) + "' in column '" + names_[static_cast<size_t>(std::max(col_[c], 0))] +
+             "'";
       return false;
     }
   }
-  out.AddData(kFieldDateTime, hasTime ? MakeDateTime(date, time) : date);
-  for (int c = kColOpen; c < kColumns; ++c) out.AddData(kFieldOf[c], values[c]);
   return true;
 }
 
-}  // namespace
+void AddBar(SPriceData& data, const PriceRow& row) {
+  data.AddData(kFieldDateTime, row.dateTime);
+  for (int code : kBarFields) data.AddData(code, row.field[code]);
+}
+
+void UpdateLastBar(SPriceData& data, const PriceRow& row) {
+  data.UpdateData(kFieldDateTime, row.dateTime, 0);
+  for (int code : kBarFields) data.UpdateData(code, row.field[code], 0);
+}
 
 bool ParseTimeCell(std::string_view cell, int& time) {
   char digits[6];
@@ -289,6 +318,31 @@ bool ParseDateCell(std::string_view cell, int& date, int& time, bool& hasTime) {
   return ParseTimeCell(cell.substr(11), time);
 }
 
+namespace {
+
+// Reads the lines of in as bars into out, sized for barRows bars once the
+// header is read. False with the reason and its line (0 for none).
+bool ReadBars(std::istream& in, int barRows, SPriceData& out, int& lineNumber, std::string& what) {
+  LineReader reader(in);
+  PriceCsvLines lines;
+  PriceRow row;
+  std::string_view line;
+  bool header = false;
+  while (reader.Next(line)) {
+    const PriceCsvLines::Kind kind = lines.Next(line, row, what);
+    if (kind == PriceCsvLines::kBadHeader || kind == PriceCsvLines::kBadRow) {
+      lineNumber = lines.Number();
+      return false;
+    }
+    if (kind == PriceCsvLines::kHeader) ReserveBars(out, barRows), header = true;
+    if (kind == PriceCsvLines::kRow) AddBar(out, row);
+  }
+  if (!header) what = kNoHeader;
+  return header;
+}
+
+}  // namespace
+
 bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error) {
   out.ClearData();
   std::ifstream in(path, std::ios::binary);
@@ -303,37 +357,14 @@ bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error) 
     error = path + ": too many lines";
     return false;
   }
-  LineReader reader(in);
-  std::string_view line;
-  // Header: the first line that is not blank.
-  while (reader.Next(line)) {
-    if (reader.Number() == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3);
-    if (!Trim(line).empty()) break;
-  }
-  Header header;
-  std::string missing;
-  if (!ReadHeader(line, header, missing)) {
-    error = LineError(path, reader.Number(), "no '" + missing + "' column in the header");
-    return false;
-  }
-  ReserveBars(out, static_cast<int>(count.barRows));
-  std::vector<std::string_view> cells;
+  int lineNumber = 0;
   std::string what;
-  while (reader.Next(line)) {
-    if (Trim(line).empty()) continue;
-    SplitCells(line, cells);
-    if (!AddRow(header, cells, out, what)) {
-      error = LineError(path, reader.Number(), what);
-      out.ClearData();
-      return false;
-    }
-  }
-  if (in.bad()) {
-    error = path + ": cannot read the file";
-    out.ClearData();
-    return false;
-  }
-  return true;
+  const bool read = ReadBars(in, static_cast<int>(count.barRows), out, lineNumber, what);
+  if (in.bad()) lineNumber = 0, what = "cannot read the file";
+  if (read && !in.bad()) return true;
+  error = LineError(path, lineNumber, what);
+  out.ClearData();
+  return false;
 }
 
 bool ReadPriceCsv(const std::string& path, SPriceData& out, std::ostream& err) {

@@ -1,10 +1,12 @@
 // Reading price bars from a CSV file with a header row into a price record,
-// through the library's own AddData, as a host fills one.
+// through the library's own AddData, as a host fills one; the same row
+// reading serves a feed that arrives line by line.
 #pragma once
 
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "chartcalc.h"
 
@@ -15,6 +17,48 @@ bool ReadPriceCsv(const std::string& path, SPriceData& out, std::string& error);
 // ReadPriceCsv for a subcommand: on failure writes "error: " and the message
 // to err and returns false.
 bool ReadPriceCsv(const std::string& path, SPriceData& out, std::ostream& err);
+
+// One data row: the bar's date-time and its price fields indexed by field
+// code; the fields the file has no column for are zeros.
+struct PriceRow {
+  double dateTime = 0;
+  double field[chartcalc::detail::kFieldCodes] = {};
+};
+
+// Reads the lines of a price CSV in order, whether from a file or as they
+// arrive. Blank lines are skipped; the first other line is the header (a
+// UTF-8 byte order mark on the first line is dropped), whose columns are
+// found by name, ignoring case; every later line is a bar.
+class PriceCsvLines {
+ public:
+  enum Kind { kBlank, kHeader, kRow, kBadHeader, kBadRow };
+  static constexpr int kColumns = 10;
+
+  // The kind of the next line. A kRow fills row; a kBad... sets what to the
+  // reason, without the location (Number() gives the line).
+  Kind Next(std::string_view line, PriceRow& row, std::string& what);
+  // The number of the line last given, counted from 1.
+  int Number() const { return number_; }
+
+ private:
+  bool ReadHeader(std::string& what);
+  bool ParseRow(PriceRow& row, std::string& what) const;
+  std::string_view Cell(int column) const;
+
+  int number_ = 0;
+  bool hasHeader_ = false;
+  int col_[kColumns] = {};  // the cell of each column, -1 when absent
+  std::vector<std::string> names_;
+  std::vector<std::string_view> cells_;  // of the line being read
+};
+
+// The reason given for a file or feed that ends before its header.
+inline constexpr const char* kNoHeader = "no header row";
+
+// Appends the row as a new bar, one AddData per field.
+void AddBar(SPriceData& data, const PriceRow& row);
+// Overwrites the last bar with the row, one UpdateData per field.
+void UpdateLastBar(SPriceData& data, const PriceRow& row);
 
 // Number of bars of a record read by ReadPriceCsv.
 inline int Bars(const SPriceData& data) { return data.GetSeries(chartcalc::detail::kClose).GetSize(); }
