@@ -267,6 +267,8 @@ int Follow(SIndex& x, SFunctionList& functions, std::istream& in, std::ostream& 
   return feed.End(err);
 }
 
+// ---- calc ------------------------------------------------------------------------
+
 // The prices of --data, whole or streamed bar by bar, then the CSV.
 int CalcOverData(const CliOptions& options, SIndex& x, SFunctionList& functions, std::ostream& out, std::ostream& err) {
   // The prices are the one record of a list, so the legend reads them as a
