@@ -1,12 +1,12 @@
 #!/usr/bin/python3
-"""Feeds `chartcalc indicator calc --follow` through a pipe, one line at a time.
+"""Feeds `chartcalc indicator calc SMA --follow` through a pipe, a line at a time.
 
 Usage: follow_pipe.py CHARTCALC
 
-Each line is written only after the output of the one before it has been
-read, so a row held back in a buffer, or a reader that waits for more input
-before calculating, stalls the feed and fails the test. The wait is a guard
-against hanging, not a measure of speed.
+Each line is written only once the output of the one before it has been read,
+so a row held back in a buffer, or a reader that waits for more input before
+calculating, stalls the feed. The wait is a guard against hanging, not a
+measure of speed.
 """
 import os
 import select
@@ -14,7 +14,6 @@ import subprocess
 import sys
 
 GUARD_SECONDS = 20
-HEADER = "date,open,high,low,close,volume\n"
 
 
 def bar(day, close):
@@ -23,7 +22,7 @@ def bar(day, close):
 
 # A two-bar average: the line written, then the stream and the line expected.
 STEPS = [
-    (HEADER, "out", "bar,datetime,SMA(2)"),
+    ("date,open,high,low,close,volume\n", "out", "bar,datetime,SMA(2)"),
     (bar(10, 10), "out", "0,20240110,"),
     (bar(11, 20), "out", "1,20240111,15"),
     (bar(11, 30), "out", "1,20240111,20"),  # a tick inside bar 1
@@ -32,50 +31,35 @@ STEPS = [
 ]
 
 
-class LineReader:
-    """Whole lines of a pipe, waiting at most the guard for each."""
-
-    def __init__(self, pipe):
-        self.fd = pipe.fileno()
-        self.pending = b""
-
-    def line(self):
-        while b"\n" not in self.pending:
-            ready, _, _ = select.select([self.fd], [], [], GUARD_SECONDS)
-            if not ready:
-                return None
-            chunk = os.read(self.fd, 4096)
-            if not chunk:
-                return None
-            self.pending += chunk
-        line, self.pending = self.pending.split(b"\n", 1)
-        return line.decode()
+def read_line(pipe, pending):
+    """The next whole line of a pipe (None when none came within the guard)."""
+    while b"\n" not in pending[pipe]:
+        if not select.select([pipe], [], [], GUARD_SECONDS)[0]:
+            return None
+        chunk = os.read(pipe.fileno(), 4096)
+        if not chunk:
+            return None
+        pending[pipe] += chunk
+    line, pending[pipe] = pending[pipe].split(b"\n", 1)
+    return line.decode()
 
 
 def main():
-    tool = sys.argv[1]
-    proc = subprocess.Popen([tool, "indicator", "calc", "SMA", "--var", "period=2", "--follow"],
+    proc = subprocess.Popen([sys.argv[1], "indicator", "calc", "SMA", "--var", "period=2", "--follow"],
                             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0)
-    readers = {"out": LineReader(proc.stdout), "err": LineReader(proc.stderr)}
-    failures = []
+    streams = {"out": proc.stdout, "err": proc.stderr}
+    pending = {proc.stdout: b"", proc.stderr: b""}
     for written, stream, want in STEPS:
         proc.stdin.write(written.encode())
-        got = readers[stream].line()
+        got = read_line(streams[stream], pending)
         if got != want:
-            failures.append(f"after {written.strip()!r}: expected {want!r} on std{stream}, got {got!r}")
-            break
+            proc.kill()
+            print(f"after {written.strip()!r}: expected {want!r} on std{stream}, got {got!r}")
+            return 1
     proc.stdin.close()
-    try:
-        status = proc.wait(GUARD_SECONDS)
-    except subprocess.TimeoutExpired:
-        proc.kill()
-        status = "still running"
-    rest = proc.stdout.read().decode()
+    status, rest = proc.wait(GUARD_SECONDS), proc.stdout.read()
     if status != 0 or rest:
-        failures.append(f"end of input: status {status}, further output {rest!r}")
-    for failure in failures:
-        print(failure)
-    if failures:
+        print(f"end of input: status {status}, further output {rest!r}")
         return 1
     print("every row appeared before the next line was written")
     return 0
