@@ -32,7 +32,7 @@ constexpr double kSarStartAcceleration = 0.02;
 
 // Exponential average with factor 2 / (p + 1), seeded with the first window's
 // simple average.
-int LoopEAvg(const double* x, int n, int p, double* out) {
+[[gnu::noipa]] int LoopEAvg(const double* x, int n, int p, double* out) {
   const int first = p - 1;
   double e = 0.0;
   for (int i = 0; i < p; ++i) e += x[i];
@@ -45,7 +45,7 @@ int LoopEAvg(const double* x, int n, int p, double* out) {
 
 // Weighted average, the newest bar weighing p: the weighted sum moves by
 // p * x[i] minus the plain sum of the window before.
-int LoopWAvg(const double* x, int n, int p, double* out) {
+[[gnu::noipa]] int LoopWAvg(const double* x, int n, int p, double* out) {
   const int first = p - 1;
   const double norm = 2.0 / (static_cast<double>(p) * (p + 1.0));
   double w = 0.0, s = 0.0;
@@ -63,7 +63,7 @@ double RsiOf(double up, double down) { return up + down == 0.0 ? 0.0 : 100.0 * u
 
 // Wilder's rsi: plain averages of the first p moves, then smoothed with
 // weight 1/p.
-int LoopRsi(const double* c, int n, int p, double* out) {
+[[gnu::noipa]] int LoopRsi(const double* c, int n, int p, double* out) {
   double up = 0.0, down = 0.0;
   for (int i = 1; i <= p; ++i) {
     const double change = c[i] - c[i - 1];
@@ -78,8 +78,9 @@ int LoopRsi(const double* c, int n, int p, double* out) {
   const double keep = (p - 1.0) / p, take = 1.0 / p;
   for (int i = p + 1; i < n; ++i) {
     const double change = c[i] - c[i - 1];
-    up = keep * up + take * std::max(change, 0.0);
-    down = keep * down + take * std::max(-change, 0.0);
+    const double gain = std::max(change, 0.0), loss = gain - change;  // without a branch on the sign
+    up = keep * up + take * gain;
+    down = keep * down + take * loss;
     out[i] = RsiOf(up, down);
   }
   return p;
@@ -87,7 +88,7 @@ int LoopRsi(const double* c, int n, int p, double* out) {
 
 // Pearson correlation from running sums of a, b, a², b² and ab; a window
 // without variance gives 0.
-int LoopCorrelation(const double* a, const double* b, int n, int p, double* out) {
+[[gnu::noipa]] int LoopCorrelation(const double* a, const double* b, int n, int p, double* out) {
   double sa = 0.0, sb = 0.0, saa = 0.0, sbb = 0.0, sab = 0.0;
   for (int i = 0; i < n; ++i) {
     sa += a[i], sb += b[i], saa += a[i] * a[i], sbb += b[i] * b[i], sab += a[i] * b[i];
@@ -104,7 +105,8 @@ int LoopCorrelation(const double* a, const double* b, int n, int p, double* out)
 
 // Parabolic stop and reverse on high and low; the direction of the first move
 // comes from the first two closes.
-int LoopSar(const double* hi, const double* lo, const double* c, int n, double step, double maximum, double* out) {
+[[gnu::noipa]] int LoopSar(const double* hi, const double* lo, const double* c, int n, double step, double maximum,
+                           double* out) {
   bool up = c[1] > c[0];
   double ep = up ? hi[0] : lo[0];
   double stop = up ? lo[0] : hi[0];
