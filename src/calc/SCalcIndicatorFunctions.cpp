@@ -43,6 +43,15 @@ SVector TypicalPrices(SCalc& calc, int s, int n) {
   return tp;
 }
 
+// A result frame of n bars valid from start (below n), for a computation that
+// writes every valid bar itself: zeroing them first would cost a pass over
+// the whole history.
+SVector UnfilledSeries(int n, int start) {
+  SVector r(n);
+  r.SetStartIndex(start);
+  return r;
+}
+
 }  // namespace
 
 // Lambert's commodity channel index with the mean absolute deviation. The
@@ -144,12 +153,14 @@ SVector CalcAd(SCalc& calc) {
   const double* l = calc.Bound(kLow).Data();
   const double* c = calc.Bound(kClose).Data();
   const double* v = calc.Bound(kVolume).Data();
-  const int n = CommonSize({&calc.Bound(kClose), &calc.Bound(kOpen), &calc.Bound(kHigh), &calc.Bound(kLow),
-                            &calc.Bound(kVolume)});
-  return RunningTotal(calc, n, [](int) { return 0.0; }, [=](int i) {
-    double range = h[i] - l[i];
-    return range == 0.0 ? 0.0 : (c[i] - o[i]) * v[i] / range;
-  });
+  const int n = CommonSize(
+      {&calc.Bound(kClose), &calc.Bound(kOpen), &calc.Bound(kHigh), &calc.Bound(kLow), &calc.Bound(kVolume)});
+  return RunningTotal(
+      calc, n, [](int) { return 0.0; },
+      [=](int i) {
+        double range = h[i] - l[i];
+        return range == 0.0 ? 0.0 : (c[i] - o[i]) * v[i] / range;
+      });
 }
 
 // Price-volume trend: starts at the first bar's volume and adds each bar's
@@ -158,9 +169,9 @@ SVector CalcPvt(SCalc& calc) {
   const double* c = calc.Bound(kClose).Data();
   const double* v = calc.Bound(kVolume).Data();
   const int n = CommonSize({&calc.Bound(kClose), &calc.Bound(kVolume)});
-  return RunningTotal(calc, n, [=](int s) { return v[s]; }, [=](int i) {
-    return c[i - 1] == 0.0 ? 0.0 : (c[i] - c[i - 1]) * v[i] / c[i - 1];
-  });
+  return RunningTotal(
+      calc, n, [=](int s) { return v[s]; },
+      [=](int i) { return c[i - 1] == 0.0 ? 0.0 : (c[i] - c[i - 1]) * v[i] / c[i - 1]; });
 }
 
 // ---- relative strength index --------------------------------------------------
@@ -168,6 +179,31 @@ SVector CalcPvt(SCalc& calc) {
 namespace {
 
 double RsiOf(double up, double down) { return up + down == 0.0 ? 0.0 : 100.0 * up / (up + down); }
+
+// The smoothed averages of the up and down moves up to a bar: all rsi needs
+// to go on from there.
+struct RsiAverages {
+  double up = 0.0, down = 0.0;
+};
+
+// Bars [from, end) of rsi from the averages at bar from - 1:
+// ((period - 1) * average + move) / period, with the divisions taken out of
+// the bar-to-bar dependency chain. The loss is gain - change, which equals
+// max(-change, 0) to the bit: written as a second max the compiler branches
+// on the sign of the change, and on real prices that branch goes either way
+// at random. The averages live in locals so that they stay in registers.
+RsiAverages SmoothRsi(const double* c, int from, int end, int period, RsiAverages avg, double* out) {
+  const double keep = (period - 1.0) / period, take = 1.0 / period;
+  double up = avg.up, down = avg.down;
+  for (int i = from; i < end; ++i) {
+    const double change = c[i] - c[i - 1];
+    const double gain = std::max(change, 0.0), loss = gain - change;
+    up = keep * up + take * gain;
+    down = keep * down + take * loss;
+    out[i] = RsiOf(up, down);
+  }
+  return {up, down};
+}
 
 }  // namespace
 
@@ -185,26 +221,18 @@ SVector CalcRsi(SCalc& calc, int period) {
   const int s = std::max(close.GetStartIndex(), 0);
   const int first = ShiftStart(s, period);
   if (first >= n) return SVector();
-  SVector r = ZeroSeries(n, first);
+  SVector r = UnfilledSeries(n, first);  // every bar from first on is written below
   const double* c = close.Data();
   double* out = r.Data();
-  double up = 0.0, down = 0.0;
+  RsiAverages avg;
   for (int i = s + 1; i <= first; ++i) {
     double change = c[i] - c[i - 1];
-    (change > 0.0 ? up : down) += std::fabs(change);
+    (change > 0.0 ? avg.up : avg.down) += std::fabs(change);
   }
-  up /= period;
-  down /= period;
-  out[first] = RsiOf(up, down);
-  // ((period - 1) * avg + move) / period, with the divisions taken out of the
-  // bar-to-bar dependency chain.
-  const double keep = (period - 1.0) / period, take = 1.0 / period;
-  for (int i = first + 1; i < n; ++i) {
-    double change = c[i] - c[i - 1];
-    up = keep * up + take * std::max(change, 0.0);
-    down = keep * down + take * std::max(-change, 0.0);
-    out[i] = RsiOf(up, down);
-  }
+  avg.up /= period;
+  avg.down /= period;
+  out[first] = RsiOf(avg.up, avg.down);
+  SmoothRsi(c, first + 1, n, period, avg, out);
   return r;
 }
 
@@ -224,8 +252,7 @@ struct StopState {
 // The stop-and-reverse over bars s + 1 to n - 1 of the highs hi and the lows
 // lo (both the close for csar), from the state the caller chose for bar s.
 // The result is valid from s + 5, once the stop has had time to settle.
-SVector ParabolicStop(int n, int s, StopState st, const double* hi, const double* lo, double step,
-                      double maximum) {
+SVector ParabolicStop(int n, int s, StopState st, const double* hi, const double* lo, double step, double maximum) {
   SVector r = ZeroSeries(n, ShiftStart(s, 5));
   if (s + 1 >= n) return r;
   double* out = r.Data();

@@ -59,29 +59,43 @@ struct PairSums {
   WindowChanges a, b;  // whether each series is flat over the window
 };
 
+// The sums of the window of n bars ending at bar i, taken afresh about a[i]
+// and b[i].
+PairSums PairSumsAt(const double* a, const double* b, int i, int n) {
+  PairSums w;
+  w.shiftA = a[i], w.shiftB = b[i];
+  for (int k = i - n + 1; k <= i; ++k) {
+    double u = a[k] - w.shiftA, v = b[k] - w.shiftB;
+    w.sa += u, w.sb += v, w.saa += u * u, w.sbb += v * v, w.sab += u * v;
+  }
+  w.a.Recount(a, i, n);
+  w.b.Recount(b, i, n);
+  return w;
+}
+
+// Moves the window from ending at bar i - 1 to ending at bar i.
+void SlidePairSums(PairSums& w, const double* a, const double* b, int i, int n) {
+  double u = a[i] - w.shiftA, v = b[i] - w.shiftB;
+  double uOut = a[i - n] - w.shiftA, vOut = b[i - n] - w.shiftB;
+  w.sa += u - uOut, w.sb += v - vOut;
+  w.saa += u * u - uOut * uOut, w.sbb += v * v - vOut * vOut, w.sab += u * v - uOut * vOut;
+  w.a.Slide(a, i, n);
+  w.b.Slide(b, i, n);
+}
+
+// Calls emit(i, sums) for every bar i of [first, end), first >= n - 1. The
+// bars go in blocks of n, the sums taken afresh at each block's first bar and
+// slid through the rest, so that the sliding loop has no test for a rebuild.
 template <class Emit>
 void RollPairSums(const double* a, const double* b, int first, int end, int n, Emit emit) {
-  PairSums w;
-  for (int i = first, rebuild = 0; i < end; ++i, --rebuild) {
-    if (rebuild == 0) {
-      w = PairSums();
-      w.shiftA = a[i], w.shiftB = b[i];
-      for (int k = i - n + 1; k <= i; ++k) {
-        double u = a[k] - w.shiftA, v = b[k] - w.shiftB;
-        w.sa += u, w.sb += v, w.saa += u * u, w.sbb += v * v, w.sab += u * v;
-      }
-      w.a.Recount(a, i, n);
-      w.b.Recount(b, i, n);
-      rebuild = n;
-    } else {
-      double u = a[i] - w.shiftA, v = b[i] - w.shiftB;
-      double uOut = a[i - n] - w.shiftA, vOut = b[i - n] - w.shiftB;
-      w.sa += u - uOut, w.sb += v - vOut;
-      w.saa += u * u - uOut * uOut, w.sbb += v * v - vOut * vOut, w.sab += u * v - uOut * vOut;
-      w.a.Slide(a, i, n);
-      w.b.Slide(b, i, n);
+  for (int block = first; block < end; block += n) {
+    PairSums w = PairSumsAt(a, b, block, n);
+    emit(block, w);
+    const int blockEnd = std::min(end, block + n);
+    for (int i = block + 1; i < blockEnd; ++i) {
+      SlidePairSums(w, a, b, i, n);
+      emit(i, w);
     }
-    emit(i, w);
   }
 }
 
@@ -143,15 +157,21 @@ SVector CalcCorrelation(SCalc& calc, const SVector& a, const SVector& b, int per
     return ZeroSeries(size, kInvalidStart);
   }
   const int s = std::max({a.GetStartIndex(), b.GetStartIndex(), 0});
-  SVector r = ZeroSeries(size, ShiftStart(s, period - 1));
-  if (!both || !r.HasValid()) return r;
+  const int start = ShiftStart(s, period - 1);
+  if (!both || start >= size) return ZeroSeries(size, start);
+  // Every valid bar is written below; zeroing them first would cost a pass.
+  SVector r(size);
+  r.SetStartIndex(start);
   double* out = r.Data();
   const double n = period;
   RollPairSums(a.Data(), b.Data(), r.GetStartIndex(), size, period, [&](int i, const PairSums& w) {
     double spreadA = n * w.saa - w.sa * w.sa;  // n^2 times the variance of a
     double spreadB = n * w.sbb - w.sb * w.sb;
     // A flat series stays 0, and so does one whose variance is lost in rounding.
-    if (w.a.Flat() || w.b.Flat() || spreadA <= 0.0 || spreadB <= 0.0) return;
+    if (w.a.Flat() || w.b.Flat() || spreadA <= 0.0 || spreadB <= 0.0) {
+      out[i] = 0.0;
+      return;
+    }
     double rho = (n * w.sab - w.sa * w.sb) / std::sqrt(spreadA * spreadB);
     out[i] = std::clamp(rho, -1.0, 1.0);
   });
