@@ -41,6 +41,61 @@ TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
             std::tuple(10, Doubles{6, 8}, Doubles{4, 5, 0, 8}));
 }
 
+// Appends v as a host does: by Add, or by SetSize one longer and a store.
+void AppendOne(SVector& s, double v, bool bySetSize) {
+  if (!bySetSize) return s.Add(v);
+  s.SetSize(s.GetSize() + 1);
+  s[s.GetSize() - 1] = v;
+}
+
+// The first bar i (counting from 0) of s that does not hold i + 1, or -1.
+int FirstLostBar(const SVector& s, int from = 0) {
+  for (int i = from; i < s.GetSize(); ++i)
+    if (s[i] != i + 1) return i;
+  return -1;
+}
+
+// A series appended bar by bar keeps room beyond its capacity: the capacity
+// it reports must still step up a block at a time, and no bar may be lost
+// when it steps into that room or past it.
+TEST(SVectorGrowth, AppendsReportWholeBlocksAndLoseNoBar) {
+  for (bool bySetSize : {false, true}) {
+    SVector s;
+    int wrongAt = 0;
+    for (int n = 1; n <= 250000 && !wrongAt; ++n) {
+      AppendOne(s, n, bySetSize);
+      if (s.GetCapacity() != (n + kSeriesBlock - 1) / kSeriesBlock * kSeriesBlock) wrongAt = n;
+    }
+    EXPECT_EQ(std::pair(wrongAt, FirstLostBar(s)), std::pair(0, -1)) << "by SetSize " << bySetSize;
+  }
+}
+
+// An explicit ReAlloc after bar-by-bar growth gets exactly the capacity asked
+// for, whether that fits the room the appends left or not, and appends after
+// it step up to whole blocks again.
+TEST(SVectorGrowth, ReAllocAfterAppendsGivesTheCapacityAskedAndKeepsValidBars) {
+  constexpr int kBars = 4500, kStart = 4000;
+  // clang-format off
+  const std::tuple<const char*, int, int, int, int> cases[] = {  // request, appends after; capacity, size
+      {"within the room", 5500, 0, 5500, 4500},
+      {"past the room", 9000, 0, 9000, 4500},
+      {"below the size", 4200, 0, 4200, 4200},
+      {"then appended past it", 5500, 1001, 6000, 5501},
+  };
+  // clang-format on
+  for (bool bySetSize : {false, true}) {
+    for (const auto& [what, request, appends, capacity, size] : cases) {
+      SVector s;
+      for (int v = 1; v <= kBars; ++v) AppendOne(s, v, bySetSize);
+      s.SetStartIndex(kStart);
+      s.ReAlloc(request);
+      for (int k = 0; k < appends; ++k) s.Add(s.GetSize() + 1);
+      EXPECT_EQ(std::tuple(s.GetCapacity(), s.GetSize(), FirstLostBar(s, kStart)), std::tuple(capacity, size, -1))
+          << what << ", by SetSize " << bySetSize;
+    }
+  }
+}
+
 TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
   SVector a = Series({6, 7, -7, 1}), zeros = Series({0, 2, 2, 0}), two(2.0);
   SVector c = Series({1, 2, 3, 0, NAN}), d = Series({2, 2, 2, 0, 1}), ge;
