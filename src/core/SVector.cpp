@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -16,10 +17,11 @@ namespace {
 
 const char kOutOfMemory[] = "Out of memory trying to create SVector\n";
 
-// Large series buffers are recycled through a small per-thread pool. A formula
-// over a long history makes and drops many temporaries of the same length;
-// handing the memory back to the system and faulting it in again costs far
-// more than the arithmetic itself. The pool is bounded and is skipped under
+// Series buffers come from malloc, so that a growing series can be resized
+// in place (see GrowTo). Large ones are recycled through a small per-thread
+// pool. A formula over a long history makes and drops many temporaries of the
+// same length; handing the memory back to the system and faulting it in
+// again costs far more than the arithmetic itself. The pool is bounded and is skipped under
 // AddressSanitizer so that use-after-free stays detectable.
 #if defined(__SANITIZE_ADDRESS__)
 #define CHARTCALC_NO_BUFFER_POOL 1
@@ -49,7 +51,7 @@ thread_local BufferPool tPool;
 
 void DropOldest() {
   BufferPool& p = tPool;
-  delete[] p.buffer[0];
+  std::free(p.buffer[0]);
   p.held -= p.capacity[0];
   for (int i = 1; i < p.count; ++i) p.buffer[i - 1] = p.buffer[i], p.capacity[i - 1] = p.capacity[i];
   --p.count;
@@ -78,7 +80,7 @@ double* NewBuffer(int n) {
     }
   }
 #endif
-  return new (std::nothrow) double[static_cast<size_t>(n)];
+  return static_cast<double*>(std::malloc(sizeof(double) * static_cast<size_t>(n)));
 }
 
 void FreeBuffer(double* b, int n) {
@@ -94,7 +96,7 @@ void FreeBuffer(double* b, int n) {
     return;
   }
 #endif
-  delete[] b;
+  std::free(b);
 }
 
 // n rounded up to the next multiple of the growth block (n itself when it
@@ -295,13 +297,21 @@ void SVector::MoveTo(int cap, int room) {
 // Growth of a series that is being extended (Add, SetSize): the capacity
 // still steps up to the block-rounded length, but a history that has to move
 // gets half its length again as room, so that appending bar by bar moves
-// each bar a bounded number of times instead of once per block.
+// each bar a bounded number of times instead of once per block. The buffer
+// is resized by the allocator, which can often extend it where it lies or
+// remap its pages instead of copying them.
 void SVector::GrowTo(int cap) {
   if (cap <= room_) {
     capacity_ = cap;
     return;
   }
-  MoveTo(cap, size_ > 0 ? WithRoomAhead(cap) : cap);
+  if (size_ == 0) return MoveTo(cap, cap);
+  const int room = WithRoomAhead(cap);
+  double* grown = static_cast<double*>(std::realloc(data_, sizeof(double) * static_cast<size_t>(room)));
+  if (!grown) return MoveTo(cap, room);  // the old buffer is still ours
+  data_ = scratch_ = grown;
+  capacity_ = cap;
+  room_ = room;
 }
 
 void SVector::SetSize(int n) {
