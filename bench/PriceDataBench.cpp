@@ -39,17 +39,6 @@ void BM_AddDataSizedFirst(benchmark::State& state) {
 }
 BENCHMARK(BM_AddDataSizedFirst)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
-void BM_AddDataGrowingByBlocks(benchmark::State& state) {
-  const int bars = static_cast<int>(state.range(0));
-  for (auto _ : state) {
-    SPriceData d;
-    AddBars(d, bars);
-    benchmark::DoNotOptimize(d.Series[kBaseClose].Data());
-  }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-BENCHMARK(BM_AddDataGrowingByBlocks)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
-
 // Every field of the random-walk market's bars appended one bar at a time,
 // in arrival order, into a record that was never sized.
 void AddWalkBars(SPriceData& d, const BenchMarket& m, int bars) {
