@@ -101,8 +101,14 @@ class SVector {
  private:
   void Release();
   void PrepareResult(const SVector& src, int n, int start);
+  void GrowTo(int cap);
+  void MoveTo(int cap, int room);
 
   int capacity_ = 0;
+  // Elements the buffer really holds, at least the capacity: a series that
+  // grows bar by bar keeps room ahead, so that its capacity can step up a
+  // block at a time without moving the history.
+  int room_ = 0;
   double* scratch_ = nullptr;
   int start_ = 0;
   int size_ = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -16,10 +17,11 @@ namespace {
 
 const char kOutOfMemory[] = "Out of memory trying to create SVector\n";
 
-// Large series buffers are recycled through a small per-thread pool. A formula
-// over a long history makes and drops many temporaries of the same length;
-// handing the memory back to the system and faulting it in again costs far
-// more than the arithmetic itself. The pool is bounded and is skipped under
+// Series buffers come from malloc, so that a growing series can be resized
+// in place (see GrowTo). Large ones are recycled through a small per-thread
+// pool. A formula over a long history makes and drops many temporaries of the
+// same length; handing the memory back to the system and faulting it in
+// again costs far more than the arithmetic itself. The pool is bounded and is skipped under
 // AddressSanitizer so that use-after-free stays detectable.
 #if defined(__SANITIZE_ADDRESS__)
 #define CHARTCALC_NO_BUFFER_POOL 1
@@ -49,7 +51,7 @@ thread_local BufferPool tPool;
 
 void DropOldest() {
   BufferPool& p = tPool;
-  delete[] p.buffer[0];
+  std::free(p.buffer[0]);
   p.held -= p.capacity[0];
   for (int i = 1; i < p.count; ++i) p.buffer[i - 1] = p.buffer[i], p.capacity[i - 1] = p.capacity[i];
   --p.count;
@@ -78,7 +80,7 @@ double* NewBuffer(int n) {
     }
   }
 #endif
-  return new (std::nothrow) double[static_cast<size_t>(n)];
+  return static_cast<double*>(std::malloc(sizeof(double) * static_cast<size_t>(n)));
 }
 
 void FreeBuffer(double* b, int n) {
@@ -94,7 +96,7 @@ void FreeBuffer(double* b, int n) {
     return;
   }
 #endif
-  delete[] b;
+  std::free(b);
 }
 
 // n rounded up to the next multiple of the growth block (n itself when it
@@ -102,8 +104,13 @@ void FreeBuffer(double* b, int n) {
 int RoundUpToBlock(int n) {
   long long blocks = (static_cast<long long>(n) + kSeriesBlock - 1) / kSeriesBlock;
   long long cap = blocks * kSeriesBlock;
-  return cap > std::numeric_limits<int>::max() ? std::numeric_limits<int>::max()
-                                                : static_cast<int>(cap);
+  return cap > std::numeric_limits<int>::max() ? std::numeric_limits<int>::max() : static_cast<int>(cap);
+}
+
+// The room of a buffer that a growing series moves to: half as much again
+// as the capacity it needs, in whole blocks.
+int WithRoomAhead(int cap) {
+  return RoundUpToBlock(static_cast<int>(std::min<long long>(cap + cap / 2LL, std::numeric_limits<int>::max())));
 }
 
 // The capacity of a fresh buffer for n elements. Buffers the pool recycles
@@ -122,9 +129,7 @@ int FreshCapacity(int n) {
 // The first element a copy or an element-wise operation has to carry: a true
 // series' valid range starts at its start index, and the elements below it
 // carry no meaning; a single number answers every index with element 0.
-int FirstCarried(const SVector& v) {
-  return v.IsSeries() ? std::clamp(v.GetStartIndex(), 0, v.GetSize()) : 0;
-}
+int FirstCarried(const SVector& v) { return v.IsSeries() ? std::clamp(v.GetStartIndex(), 0, v.GetSize()) : 0; }
 
 // Copies the carried elements of src (see FirstCarried) into dst.
 void CopyCarried(double* dst, const SVector& src) {
@@ -181,12 +186,13 @@ SVector::SVector(const SVector& other) : start_(other.start_), series_(other.ser
 
 SVector::SVector(SVector&& other) noexcept
     : capacity_(other.capacity_),
+      room_(other.room_),
       scratch_(other.scratch_),
       start_(other.start_),
       size_(other.size_),
       data_(other.data_),
       series_(other.series_) {
-  other.capacity_ = 0;
+  other.capacity_ = other.room_ = 0;
   other.scratch_ = other.data_ = nullptr;
   other.size_ = 0;
 }
@@ -194,9 +200,9 @@ SVector::SVector(SVector&& other) noexcept
 SVector::~SVector() { Release(); }
 
 void SVector::Release() {
-  FreeBuffer(data_, capacity_);
+  FreeBuffer(data_, room_);
   data_ = scratch_ = nullptr;
-  capacity_ = 0;
+  capacity_ = room_ = 0;
 }
 
 SVector& SVector::operator=(const SVector& other) {
@@ -220,12 +226,13 @@ SVector& SVector::operator=(SVector&& other) noexcept {
   if (this == &other) return *this;
   Release();
   capacity_ = other.capacity_;
+  room_ = other.room_;
   scratch_ = other.scratch_;
   start_ = other.start_;
   size_ = other.size_;
   data_ = other.data_;
   series_ = other.series_;
-  other.capacity_ = 0;
+  other.capacity_ = other.room_ = 0;
   other.scratch_ = other.data_ = nullptr;
   other.size_ = 0;
   return *this;
@@ -248,39 +255,73 @@ void SVector::Alloc(int n) {
     Error(kOutOfMemory);
     return;
   }
-  FreeBuffer(data_, capacity_);
+  FreeBuffer(data_, room_);
   data_ = scratch_ = buf;
-  capacity_ = cap;
+  capacity_ = room_ = cap;
 }
 
+// A buffer the series already holds serves any capacity up to its room
+// without moving; a smaller capacity than the present one gets a buffer of
+// its own size, so that the memory is given back.
 void SVector::ReAlloc(int n) {
-  int cap = std::max(n, 1);
-  scratch_ = NewBuffer(cap);
+  const int cap = std::max(n, 1);
+  if (cap >= capacity_ && cap <= room_) {
+    capacity_ = cap;
+    return;
+  }
+  MoveTo(cap, cap);
+}
+
+// Moves the elements to a new buffer of `room` elements (of `cap` when that
+// much cannot be had) and makes the capacity cap.
+void SVector::MoveTo(int cap, int room) {
+  scratch_ = NewBuffer(room);
+  if (!scratch_ && room > cap) scratch_ = NewBuffer(room = cap);
   if (!scratch_) {
     scratch_ = data_;
     Error(kOutOfMemory);
     return;
   }
-  const int oldCapacity = capacity_;
-  capacity_ = cap;
   // Only the valid elements move; those below the start index are left
   // undefined in the new buffer.
   int from = std::max(start_, 0);
   int to = std::min(size_, cap);
   if (data_ && from < to) std::memcpy(scratch_ + from, data_ + from, sizeof(double) * (to - from));
-  FreeBuffer(data_, oldCapacity);
+  FreeBuffer(data_, room_);
   data_ = scratch_;
+  capacity_ = cap;
+  room_ = room;
   if (size_ > cap) size_ = cap;
+}
+
+// Growth of a series that is being extended (Add, SetSize): the capacity
+// still steps up to the block-rounded length, but a history that has to move
+// gets half its length again as room, so that appending bar by bar moves
+// each bar a bounded number of times instead of once per block. The buffer
+// is resized by the allocator, which can often extend it where it lies or
+// remap its pages instead of copying them.
+void SVector::GrowTo(int cap) {
+  if (cap <= room_) {
+    capacity_ = cap;
+    return;
+  }
+  if (size_ == 0) return MoveTo(cap, cap);
+  const int room = WithRoomAhead(cap);
+  double* grown = static_cast<double*>(std::realloc(data_, sizeof(double) * static_cast<size_t>(room)));
+  if (!grown) return MoveTo(cap, room);  // the old buffer is still ours
+  data_ = scratch_ = grown;
+  capacity_ = cap;
+  room_ = room;
 }
 
 void SVector::SetSize(int n) {
   if (n < 0) n = 0;
-  if (n > capacity_) ReAlloc(RoundUpToBlock(n));
+  if (n > capacity_) GrowTo(RoundUpToBlock(n));
   size_ = std::min(n, capacity_);
 }
 
 void SVector::Add(double v) {
-  if (size_ >= capacity_) ReAlloc(RoundUpToBlock(size_ + 1));
+  if (size_ >= capacity_) GrowTo(RoundUpToBlock(size_ + 1));
   if (size_ >= capacity_) return;  // could not grow
   size_ = std::min(size_ + 1, capacity_);
   data_[size_ - 1] = v;
@@ -310,9 +351,9 @@ void SVector::Insert(SVector& older) {
   }
   std::memcpy(buf, older.data_, sizeof(double) * n);
   if (size_ > 0) std::memcpy(buf + n, data_, sizeof(double) * size_);
-  FreeBuffer(data_, capacity_);
+  FreeBuffer(data_, room_);
   data_ = scratch_ = buf;
-  capacity_ = RoundUpToBlock(total);
+  capacity_ = room_ = RoundUpToBlock(total);
   start_ = size_ > 0 ? std::min(older.start_, ShiftStart(start_, n)) : older.start_;
   size_ = total;
   series_ = 1;

@@ -41,6 +41,39 @@ TEST(SVectorGrowth, CapacityGrowsInBlocksAndEditsKeepTheValidElements) {
             std::tuple(10, Doubles{6, 8}, Doubles{4, 5, 0, 8}));
 }
 
+// A series appended bar by bar (by Add, or by SetSize one longer) keeps room
+// beyond its capacity: the capacity it reports must still step up a block at
+// a time, a ReAlloc must get exactly what it asks for, inside that room or
+// past it, and no valid bar may be lost on the way.
+TEST(SVectorGrowth, AppendsReportWholeBlocksAndReAllocGivesTheCapacityAsked) {
+  constexpr int kBars = 4500, kStart = 4000;
+  const std::tuple<int, int, int, int> cases[] = {// ReAlloc at kBars, bars appended after it; capacity, size
+                                                  {5500, 0, 5500, 4500},
+                                                  {9000, 0, 9000, 4500},
+                                                  {4200, 0, 4200, 4200},
+                                                  {5500, 1001, 6000, 5501}};
+  for (bool bySetSize : {false, true}) {
+    for (const auto& [request, appends, capacity, size] : cases) {
+      SVector s;
+      int notWholeBlocksAt = 0, lostBar = -1;
+      for (int n = 1; n <= kBars; ++n) {
+        if (bySetSize)
+          s.SetSize(n), s[n - 1] = n;
+        else
+          s.Add(n);
+        if (s.GetCapacity() != (n + kSeriesBlock - 1) / kSeriesBlock * kSeriesBlock) notWholeBlocksAt = n;
+      }
+      s.SetStartIndex(kStart);
+      s.ReAlloc(request);
+      for (int k = 0; k < appends; ++k) s.Add(s.GetSize() + 1);
+      for (int i = s.GetSize() - 1; i >= kStart; --i)
+        if (s[i] != i + 1) lostBar = i;
+      EXPECT_EQ(std::tuple(notWholeBlocksAt, s.GetCapacity(), s.GetSize(), lostBar), std::tuple(0, capacity, size, -1))
+          << "ReAlloc " << request << ", by SetSize " << bySetSize;
+    }
+  }
+}
+
 TEST(SVectorOperators, ElementWiseResultsByOperandKind) {
   SVector a = Series({6, 7, -7, 1}), zeros = Series({0, 2, 2, 0}), two(2.0);
   SVector c = Series({1, 2, 3, 0, NAN}), d = Series({2, 2, 2, 0, 1}), ge;
