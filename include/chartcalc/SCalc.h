@@ -107,6 +107,11 @@ class SCalc {
   SVector Add();
   SVector Term();
   SVector Prim();
+  // When the current token is a price word that forms a whole function
+  // argument (a "," or ")" follows it), steps past it and returns the bound
+  // series, which the function then reads in place instead of a copy of
+  // every bar; null, with nothing read, for any other argument.
+  const SVector* TakeBoundArgument();
 
   // Tokenizer.
   TokenValue GetToken();

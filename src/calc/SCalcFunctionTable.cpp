@@ -130,6 +130,15 @@ class ReadArgs {
     pointers_[count_] = &values_[count_];
     ++count_;
   }
+  // The next argument: a bare price word is read in place (a copy of a long
+  // series costs as much as a simple function over it), anything else is
+  // evaluated.
+  void AddNext(SCalc& calc) {
+    const SVector* bound = calc.TakeBoundArgument();
+    if (!bound) return Add(NextArg(calc));
+    if (count_ == kMaxReadArgs) return;
+    pointers_[count_++] = bound;
+  }
   CallArgs View(SCalc& calc) const { return {&calc, count_, pointers_}; }
 
  private:
@@ -141,16 +150,16 @@ class ReadArgs {
 // A row without its own evaluator: its maxArgs arguments, then apply.
 SVector ReadFixedArgs(SCalc& calc, const SCalcFunction& f) {
   ReadArgs args;
-  for (int i = 0; i < f.maxArgs; ++i) args.Add(NextArg(calc));
+  for (int i = 0; i < f.maxArgs; ++i) args.AddNext(calc);
   return f.apply(args.View(calc));
 }
 
 // x [, n]: the series, then a period after ","; false when the token after
 // the series is neither "," nor ")".
 bool ReadPeriodForm(SCalc& calc, ReadArgs& args) {
-  args.Add(NextArg(calc));
+  args.AddNext(calc);
   if (calc.CurrentToken() == COMMA) {
-    args.Add(NextArg(calc));
+    args.AddNext(calc);
     return true;
   }
   return calc.CurrentToken() == RP;

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "calc/DataVariables.h"
 #include "calc/EngineNames.h"
 #include "calc/SCalcFunctionTable.h"
 #include "chartcalc/SCalc.h"
@@ -212,3 +213,17 @@ void SCalc::CopyTable(std::vector<std::unique_ptr<Name>>& dest,
 }
 
 void SCalc::ClearNameTable() { names_.clear(); }
+
+const SVector* SCalc::TakeBoundArgument() {
+  int slot = 0;
+  // A formula variable or a function of the same name comes first, as it
+  // does when the argument is evaluated.
+  if (token_ != NAME || Look(nameText_, 0) || IsVectorFunction(nameText_) ||
+      ClassifyDataWord(nameText_, slot) != DataWordKind::kBoundSeries)
+    return nullptr;
+  const char* p = pos_;
+  while (IsWhite(*p)) ++p;
+  if (*p != ',' && *p != ')') return nullptr;
+  GetToken();
+  return &Bound(slot);
+}
