@@ -59,6 +59,18 @@ inline DDB OpenIndexDb(int kind) {
   return db;
 }
 
+// Every definition of a kind in the index directory, read by name.
+inline std::vector<SIndex> ReadDefinitions(int kind) {
+  DDB db = OpenIndexDb(kind);
+  std::vector<SIndex> out;
+  for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) {
+    if (db.Deleted()) continue;
+    out.emplace_back("", kind);
+    EXPECT_EQ(out.back().ReadExpression(db.GetStr("IndexName")), 1) << db.GetStr("IndexName");
+  }
+  return out;
+}
+
 // Same size, same start index and, over the valid range, the same values
 // within a relative tolerance (NaN matches NaN).
 inline void ExpectSameLine(const SVector& got, const SVector& want, const std::string& what, double tolerance = 1e-9) {
