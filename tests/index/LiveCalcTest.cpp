@@ -1,8 +1,8 @@
 // CalcLast as a live host drives it: bars arrive one at a time, the last bar
 // is revised by several ticks before the next one starts, and now and then
 // something changes under the indicator that makes everything computed so far
-// suspect. After every call each line must hold, bit for bit, what a fresh
-// calculation over the same bars gives, whatever state CalcLast keeps.
+// suspect. After every call each line must hold what a fresh calculation
+// over the same bars gives, whatever state CalcLast keeps between calls.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -33,9 +33,7 @@ struct Tick {
 };
 constexpr Tick kTicks[] = {{0.0, 0.0}, {0.6, 0.3}, {0.2, 0.7}, {1.0, 1.0}};
 
-using Put = void (SPriceData::*)(int, double);
-
-void PutRow(SPriceData& d, const Rows::value_type& row, Put put = &SPriceData::AddData) {
+void PutRow(SPriceData& d, const Rows::value_type& row, void (SPriceData::*put)(int, double) = &SPriceData::AddData) {
   for (int k = 0; k < kPriceSlots; ++k) (d.*put)(kSlotField[k], row[k]);
 }
 
@@ -46,8 +44,8 @@ void ApplyTick(SPriceData& d, const Rows::value_type& row, Tick t) {
   d.UpdateData(kFieldLow, std::lerp(std::min(open, close), row[kLow], t.extremes), 0);
 }
 
-// What every live call is held to: the same definition over the same bars,
-// calculated from nothing.
+// What every live call is held to, in this one place: the same definition
+// and binding, its lines dropped and calculated from nothing.
 SIndex Reference(const SIndex& live) {
   SIndex fresh = live;
   fresh.ClearData();
@@ -174,12 +172,11 @@ TEST_F(LiveCalc, StaleResultsAreNotKeptAfterBarsVariablesExpressionsOrRecordChan
   std::vector<SIndex> cases;
   for (SIndex& x : ReadDefinitions(kIndexIndicator))
     for (const char* name : {"MACD", "RSI", "ParabolicSAR"})
-      if (x.IndexName.str() == name) cases.push_back(x);
-  ASSERT_EQ(cases.size(), 3u);
+      if (x.IndexName.str() == name && !x.VarName[0].IsEmpty()) cases.push_back(x);
+  ASSERT_EQ(cases.size(), 3u);  // each has a variable to change
   for (const SIndex& x : cases)
     for (const auto& [name, change] : kInvalidations) {
       Scene s(x);
-      ASSERT_FALSE(s.live.VarName[0].IsEmpty()) << x.IndexName.str();
       change(s);
       s.live.CalcLast();
       MatchesReference(s.live, name);
