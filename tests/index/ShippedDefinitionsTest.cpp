@@ -31,14 +31,8 @@ class Shipped : public ::testing::Test {
 
   // Every definition of the kind, at least `least` of them.
   static std::vector<SIndex> Read(int kind, size_t least) {
-    DDB db = OpenIndexDb(kind);
-    std::vector<SIndex> out;
-    for (db.MoveFirst(1); !db.Eof(); db.MoveNext(1)) {
-      if (db.Deleted()) continue;
-      out.emplace_back("", kind);
-      EXPECT_EQ(out.back().ReadExpression(db.GetStr("IndexName")), 1) << db.GetStr("IndexName");
-      EXPECT_FALSE(out.back().Description.IsEmpty()) << db.GetStr("IndexName");
-    }
+    std::vector<SIndex> out = ReadDefinitions(kind);
+    for (const SIndex& x : out) EXPECT_FALSE(x.Description.IsEmpty()) << x.IndexName.str();
     EXPECT_GE(out.size(), least) << kind;
     return out;
   }
