@@ -44,7 +44,9 @@ int GetCompDate(double dt) {
 
 long GetLongDate(double dt) { return GetCompDate(dt); }
 
-int chartcalc::detail::GetTimeOfDay(double dt) { return IsIntraday(dt) ? static_cast<int>(WholeDateTime(dt) % 1000000) : 0; }
+int chartcalc::detail::GetTimeOfDay(double dt) {
+  return IsIntraday(dt) ? static_cast<int>(WholeDateTime(dt) % 1000000) : 0;
+}
 
 int GetYear(double dt) { return GetCompDate(dt) / 10000; }
 int GetMonth(double dt) { return GetCompDate(dt) / 100 % 100; }
@@ -54,12 +56,6 @@ int GetMinute(double dt) { return GetTimeOfDay(dt) / 100 % 100; }
 
 double chartcalc::detail::MakeDateTime(int yyyymmdd, int hhmmss) {
   return static_cast<double>(yyyymmdd) * 1000000.0 + hhmmss;
-}
-
-bool chartcalc::detail::IsValidDate(int yyyymmdd) {
-  int y = yyyymmdd / 10000, m = yyyymmdd / 100 % 100, d = yyyymmdd % 100;
-  if (y < 1 || m < 1 || m > 12 || d < 1) return false;
-  return CivilFromDays(DaysFromCivil(y, m, d)) == yyyymmdd;
 }
 
 namespace {
@@ -75,6 +71,9 @@ bool chartcalc::detail::IsRealDay(int yyyymmdd) {
   if (y < 0 || m < 1 || m > 12 || d < 1) return false;
   return d <= kDaysInMonth[m] || (m == 2 && d == 29 && IsLeapYear(y));
 }
+
+// A date a price file may carry: a real day from year 1 on.
+bool chartcalc::detail::IsValidDate(int yyyymmdd) { return yyyymmdd / 10000 >= 1 && IsRealDay(yyyymmdd); }
 
 double NextTimes::AcrossDays(int date, int tod, int64_t minuteOfDay) {
   const int64_t total = DaysFromCivil(date / 10000, date / 100 % 100, date % 100) * kMinutesPerDay + minuteOfDay;

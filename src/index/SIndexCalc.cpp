@@ -18,7 +18,6 @@
 #include "chartcalc/SIndex.h"
 #include "chartcalc/TextHelpers.h"
 #include "core/TextTable.h"
-#include "index/LineGrowth.h"
 
 using namespace chartcalc::detail;
 
@@ -252,7 +251,7 @@ void CalcNewestBars(SIndex& x, SCalc& calc, int line) {
     CalcLineInFull(x, calc, line);
     return;
   }
-  GrowLineTo(out, n);
+  out.SetSize(n);
   const bool prices = TurnsIntoPrices(x.IndexType);
   for (int i = first; i < n; ++i) {
     const double v = PartialValue(r, i);

@@ -9,7 +9,6 @@
 
 #include "chartcalc/SFunction.h"
 #include "chartcalc/SIndex.h"
-#include "index/LineGrowth.h"
 
 using namespace chartcalc::detail;
 
@@ -76,7 +75,7 @@ void MarkNewestBars(SIndex& x, SCalc& calc) {
   const int n = CloseOf(x).GetSize();
   const int first = marks.GetSize() - 1;
   const int count = n - first;
-  GrowLineTo(marks, n);
+  marks.SetSize(n);
   for (int i = first; i < n; ++i) marks[i] = kNoPattern;
   const long long start = static_cast<long long>(first) - x.CalcStart[0];
   for (int k = 0; k < x.CandleList->GetCount(); ++k) {

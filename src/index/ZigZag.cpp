@@ -12,6 +12,13 @@ namespace {
 
 enum class Direction { kNone, kRising, kFalling };
 
+// Index of the first non-zero close at or after from, or -1.
+int ZigZagFirstBar(std::span<const double> close, int from) {
+  for (size_t i = static_cast<size_t>(std::max(from, 0)); i < close.size(); ++i)
+    if (close[i] != 0.0) return static_cast<int>(i);
+  return -1;
+}
+
 // Where the swings begin: the first bar with data, its close, and the
 // direction of the first close that moves by the fraction from it (c0).
 struct ZigZagStart {
@@ -78,12 +85,6 @@ double ZigZagFraction(double percent) {
   const double f = percent / 100;
   if (!(f > kZigZagMinFraction)) return kZigZagMinFraction;
   return std::min(f, kZigZagMaxFraction);
-}
-
-int ZigZagFirstBar(std::span<const double> close, int from) {
-  for (size_t i = static_cast<size_t>(std::max(from, 0)); i < close.size(); ++i)
-    if (close[i] != 0.0) return static_cast<int>(i);
-  return -1;
 }
 
 ZigZagMarks ZigZagTurningPoints(std::span<const double> close, int from, double fraction) {

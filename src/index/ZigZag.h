@@ -29,9 +29,6 @@ inline constexpr size_t kZigZagMaxSteps = 1000000;
 // percentage that is not a number gives the smallest fraction).
 double ZigZagFraction(double percent);
 
-// Index of the first non-zero close at or after from, or -1.
-int ZigZagFirstBar(std::span<const double> close, int from);
-
 // Turning points: marks[k] belongs to bar firstBar + k and holds the close
 // where that bar is a turning point, 0 elsewhere. marks[0] is the first
 // close; the last element is the last (unconfirmed) extreme. Empty, with

@@ -4,7 +4,6 @@
 #include <climits>
 
 #include "chartcalc/TextHelpers.h"
-#include "index/LineGrowth.h"
 
 namespace chartcalc::detail {
 
@@ -40,14 +39,15 @@ SegmentWriter::~SegmentWriter() {
   for (int k = 0; k < kSegmentLines; ++k) lines_[k].SetSize(n_);
 }
 
-// The lines grow by a quarter at a time, keeping what was written; the
-// common capacity is that of the smallest line.
+// Each line first takes the size of what was written, so that a move keeps
+// it, then one element more; a growing series keeps room ahead, so the lines
+// seldom move. The common capacity is that of the smallest line.
 bool SegmentWriter::Grow() {
   if (n_ == INT_MAX) return false;
   capacity_ = INT_MAX;
   for (int k = 0; k < kSegmentLines; ++k) {
     lines_[k].SetSize(n_);
-    GrowLineTo(lines_[k], n_ + 1);
+    lines_[k].SetSize(n_ + 1);
     capacity_ = std::min(capacity_, lines_[k].GetCapacity());
     data_[k] = lines_[k].Data();
   }
