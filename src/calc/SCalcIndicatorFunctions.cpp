@@ -43,15 +43,6 @@ SVector TypicalPrices(SCalc& calc, int s, int n) {
   return tp;
 }
 
-// A result frame of n bars valid from start (below n), for a computation that
-// writes every valid bar itself: zeroing them first would cost a pass over
-// the whole history.
-SVector UnfilledSeries(int n, int start) {
-  SVector r(n);
-  r.SetStartIndex(start);
-  return r;
-}
-
 }  // namespace
 
 // Lambert's commodity channel index with the mean absolute deviation. The

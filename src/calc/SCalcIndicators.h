@@ -59,6 +59,15 @@ inline SVector ZeroSeries(int n, int start) {
   return r;
 }
 
+// A result frame of n bars valid from start (below n), for a computation that
+// writes every valid bar itself: zeroing them first would cost a pass over
+// the whole history.
+inline SVector UnfilledSeries(int n, int start) {
+  SVector r(n);
+  r.SetStartIndex(start);
+  return r;
+}
+
 // The number of bars every one of the series has.
 inline int CommonSize(std::initializer_list<const SVector*> series) {
   int n = -1;

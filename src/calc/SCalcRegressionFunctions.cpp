@@ -159,9 +159,7 @@ SVector CalcCorrelation(SCalc& calc, const SVector& a, const SVector& b, int per
   const int s = std::max({a.GetStartIndex(), b.GetStartIndex(), 0});
   const int start = ShiftStart(s, period - 1);
   if (!both || start >= size) return ZeroSeries(size, start);
-  // Every valid bar is written below; zeroing them first would cost a pass.
-  SVector r(size);
-  r.SetStartIndex(start);
+  SVector r = UnfilledSeries(size, start);  // every valid bar is written below
   double* out = r.Data();
   const double n = period;
   RollPairSums(a.Data(), b.Data(), r.GetStartIndex(), size, period, [&](int i, const PairSums& w) {
