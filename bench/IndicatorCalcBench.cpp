@@ -1,10 +1,15 @@
 // Incremental indicator calculation: the cost of CalcLast for one new bar
 // after a history of 10,000 or 1,000,000 bars. A window-limited formula
-// should cost the same whatever the history; a formula that depends on the
-// whole history (the exponential averages of MACD) is calculated in full on
-// every bar, and is measured beside it for comparison. Each iteration adds
-// one bar and calls CalcLast; the iteration count is fixed so that the
-// history grows by no more than a few thousand bars during a run.
+// should cost the same whatever the history. A formula that depends on the
+// whole history (the exponential averages of MACD, rsi, the parabolic stop)
+// has every bar of its lines rewritten on every call; its history functions
+// go on from their kept state, so the rewrite should cost about a copy of
+// the lines, which CopyLines measures beside them. Each iteration adds one
+// bar and calls CalcLast; the iteration count is fixed so that the history
+// grows by no more than a few thousand bars during a run.
+#include <algorithm>
+#include <cstring>
+
 #include "BenchMarket.h"
 
 using namespace chartcalc::detail;
@@ -25,6 +30,8 @@ constexpr Definition kMacd = {{"eavg(c, 12) - eavg(c, 26)", "eavg(eavg(c, 12) - 
 constexpr Definition kWeightedMacd = {
     {"wavg(c, 12) - wavg(c, 26)", "avg(wavg(c, 12) - wavg(c, 26), 9)", "m = wavg(c, 12) - wavg(c, 26); m - avg(m, 9)"}};
 constexpr Definition kBollinger = {{"avg(c, 20) + 2 * stdev(c, 20)", "avg(c, 20)", "avg(c, 20) - 2 * stdev(c, 20)"}};
+constexpr Definition kRsi = {{"rsi(14)", "avg(rsi(14), 9)", ""}};
+constexpr Definition kParabolicSar = {{"sar(0.02, 0.2)", "", ""}};
 constexpr Definition kStochastic = {{"avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3)",
                                      "avg(avg(100 * (c - lowest(l, 14)) / (highest(h, 14) - lowest(l, 14)), 3), 3)",
                                      ""}};
@@ -69,8 +76,21 @@ void CalcLastOneBar(benchmark::State& state, const Definition& d) {
   state.counters["history"] = static_cast<double>(state.range(0));
 }
 
+// What the rewrite of a history line is held to: a copy of one line's bars.
+void CopyLines(benchmark::State& state) {
+  const int n = static_cast<int>(state.range(0));
+  SVector from(n), to(n);
+  std::fill(from.Data(), from.Data() + n, 1.0);
+  for (auto _ : state) {
+    std::memcpy(to.Data(), from.Data(), sizeof(double) * static_cast<size_t>(n));
+    benchmark::DoNotOptimize(to.Data());
+    benchmark::ClobberMemory();
+  }
+}
+
 }  // namespace
 
+BENCHMARK(CopyLines)->Arg(10000)->Arg(1000000)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(CalcLastOneBar, WeightedMacd, kWeightedMacd)
     ->Arg(10000)
     ->Arg(1000000)
@@ -89,5 +109,15 @@ BENCHMARK_CAPTURE(CalcLastOneBar, StochasticSlow, kStochastic)
 BENCHMARK_CAPTURE(CalcLastOneBar, Macd, kMacd)
     ->Arg(10000)
     ->Arg(1000000)
-    ->Iterations(kIterations / 20)
+    ->Iterations(kIterations)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(CalcLastOneBar, Rsi, kRsi)
+    ->Arg(10000)
+    ->Arg(1000000)
+    ->Iterations(kIterations)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(CalcLastOneBar, ParabolicSar, kParabolicSar)
+    ->Arg(10000)
+    ->Arg(1000000)
+    ->Iterations(kIterations)
     ->Unit(benchmark::kMicrosecond);

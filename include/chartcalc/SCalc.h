@@ -26,6 +26,8 @@ class SStack;
 
 namespace chartcalc::detail {
 
+class LiveRun;
+
 inline constexpr int kMaxExpression = 4096;       // formula buffer, terminator included
 inline constexpr int kMaxNameText = 256;          // token name buffer
 inline constexpr int kMaxNumberText = 200;        // number text buffer
@@ -182,8 +184,18 @@ class SCalc {
   // A bound price series; an unbound slot reads as an empty series.
   const SVector& Bound(int slot) const;
   const SVector& Close() const { return Bound(chartcalc::detail::kClose); }
+  // x(n): x delayed by n bars (n < 0 looks ahead).
+  SVector Delayed(const SVector& value, int n) const;
   // Marks the result as depending on the whole history before each bar.
-  void MarkHistory() { HistoryFlag = 1; }
+  // A live run (see SetLive) cannot go on from where such a function stopped.
+  void MarkHistory();
+  // The same mark from a history function that keeps its running state in
+  // the live run's nodes, or that reads a fixed number of earlier bars.
+  void MarkKeptHistory() { HistoryFlag = 1; }
+  // The history functions' state kept between calculations of the newest
+  // bars; null (the default) for none. Never owned; a copy starts with none.
+  void SetLive(chartcalc::detail::LiveRun* run) { live_ = run; }
+  chartcalc::detail::LiveRun* Live() const { return live_; }
 
   int ErrorCount = 0;
   SString ErrorMessage;
@@ -232,5 +244,6 @@ class SCalc {
   int start_ = 0;
   int depth_ = 0;
   std::vector<std::unique_ptr<Name>> names_;
-  Name overflow_;  // stands in for a variable the full table cannot hold
+  Name overflow_;
+  chartcalc::detail::LiveRun* live_ = nullptr;  // stands in for a variable the full table cannot hold
 };

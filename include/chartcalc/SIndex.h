@@ -29,6 +29,10 @@ class SPriceData;
 class SPriceDataList;
 
 namespace chartcalc::detail {
+class LiveLines;
+}
+
+namespace chartcalc::detail {
 
 // Kinds of definition (IndexType).
 inline constexpr int kIndexPriceChart = -1;
@@ -232,5 +236,8 @@ class SIndex : public SIndexProp {
 
  private:
   void CopyFrom(const SIndex& other);
+  // What CalcLast keeps between calls for the lines that depend on the whole
+  // history; made by the first CalcLast, dropped with the calculation state.
+  std::unique_ptr<chartcalc::detail::LiveLines> live_;
   int ReadDefinition(const char* name, const SString& indexDb, const SString& userDb, bool forConversion);
 };

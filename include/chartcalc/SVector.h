@@ -5,6 +5,10 @@
 
 #include <cstdint>
 
+namespace chartcalc::detail {
+struct SeriesRevision;
+}
+
 class SVector {
  public:
   SVector();  // same as SVector(0): empty series, capacity 0
@@ -99,6 +103,7 @@ class SVector {
   int GetMinMaxChanged() const { return minMaxChanged_; }
 
  private:
+  friend struct chartcalc::detail::SeriesRevision;
   void Release();
   void PrepareResult(const SVector& src, int n, int start);
   void GrowTo(int cap);
@@ -117,6 +122,12 @@ class SVector {
   int drawFrom_ = 0;
   int drawTo_ = 0;
   int minMaxChanged_ = 1;
+  // Moves with every change to the series other than appending a bar or
+  // revising the last one (see SeriesRevision). A new series takes a number
+  // no other series has had, so one made where another was is not taken
+  // for it.
+  static unsigned NewRevision();
+  unsigned revision_ = NewRevision();
 };
 
 // Element-wise operators. The result has one element per bar of the longer
@@ -169,5 +180,15 @@ int ShiftStart(int start, long long n);
 // A double truncated toward zero into an int; NaN gives 0 and values beyond
 // the int range are clamped, so any formula number is a safe count.
 int TruncToInt(double v);
+
+// A series' revision moves whenever a bar it already had may hold another
+// value: an older bar updated, history inserted in front, bars dropped, the
+// series replaced. Appending bars and revising the last one leave it alone,
+// so whatever was computed from the older bars stays good while it does not
+// move. Writes through Data() or operator[] are not seen.
+struct SeriesRevision {
+  static unsigned Of(const SVector& v) { return v.revision_; }
+  static void Move(SVector& v) { ++v.revision_; }
+};
 
 }  // namespace chartcalc::detail

@@ -12,6 +12,7 @@
 
 #include "calc/DataVariables.h"
 #include "calc/EngineNames.h"
+#include "calc/LiveRun.h"
 #include "calc/MathFunctions.h"
 #include "calc/SCalcCompression.h"
 #include "calc/SCalcIndicators.h"
@@ -69,6 +70,16 @@ SVector Invoke(SVector (*f)(P...), const CallArgs& a) {
 
 template <auto F>
 SVector Apply(const CallArgs& a) {
+  return Invoke(F, a);
+}
+
+// A window statistic whose running sums are rebuilt on a schedule that
+// starts where the calculation starts: a live run going on from kept state
+// (see LiveRun.h) would round its newest bars otherwise than a whole
+// calculation does, so it gives way to one.
+template <auto F>
+SVector ApplyStartRounded(const CallArgs& a) {
+  if (LiveRun* live = a.calc->Live(); live && live->Resuming()) live->Fail();
   return Invoke(F, a);
 }
 
@@ -257,7 +268,7 @@ constexpr SCalcFunction kFunctions[] = {
     {"tavg", TxTAverage, kSeries, 0, 1, 2, EvalMoving<kMovingTAvg>, ApplyMoving<kMovingTAvg>},
     {"gavg", TxGAverage, kSeries, 0, 1, 2, EvalMoving<kMovingGAvg>, ApplyMoving<kMovingGAvg>},
     {"havg", TxHAverage, kSeries, 0, 1, 2, EvalMoving<kMovingHAvg>, ApplyMoving<kMovingHAvg>},
-    {"stdev", TxStdev, kSeries, 55, 2, 2, nullptr, Apply<SeriesStdev>},
+    {"stdev", TxStdev, kSeries, 55, 2, 2, nullptr, ApplyStartRounded<SeriesStdev>},
     {"highest", TxHighest, kSeries, 50, 2, 2, nullptr, Apply<SeriesHighest>},
     {"lowest", TxLowest, kSeries, 49, 2, 2, nullptr, Apply<SeriesLowest>},
     {"min", TxMinValue, kSeries, 58, 1, kAnyCount, EvalFold<SeriesMinOf>, ApplyFold<SeriesMinOf>},
@@ -283,15 +294,15 @@ constexpr SCalcFunction kFunctions[] = {
     {"PreDayLow", -1, kSeries, 0, 0, 0, nullptr, Apply<CalcPreDayLow>},
     {"PreDayClose", -1, kSeries, 0, 0, 0, nullptr, Apply<CalcPreDayClose>},
     {"DayIndex", -1, kSeries, 0, 0, 0, nullptr, Apply<CalcDayIndex>},
-    {"cci", -1, kSeries, 68, 1, 1, nullptr, Apply<CalcCci>},
+    {"cci", -1, kSeries, 68, 1, 1, nullptr, ApplyStartRounded<CalcCci>},
     {"nvi", -1, kSeries, 69, 1, 1, nullptr, Apply<CalcNvi>},
     {"pvi", -1, kSeries, 70, 1, 1, nullptr, Apply<CalcPvi>},
     {"ad", -1, kSeries, 71, 0, 0, nullptr, Apply<CalcAd>},
     {"PVT", -1, kSeries, 72, 0, 0, nullptr, Apply<CalcPvt>},
-    {"LinearRegressionValue", -1, kSeries, 73, 3, 3, nullptr, Apply<CalcLinearRegressionValue>},
-    {"LinearRegressionSlope", -1, kSeries, 74, 2, 2, nullptr, Apply<CalcLinearRegressionSlope>},
-    {"Correlation", -1, kSeries, 75, 3, 3, nullptr, Apply<CalcCorrelation>},
-    {"Rsquared", -1, kSeries, 76, 2, 2, nullptr, Apply<CalcRSquared>},
+    {"LinearRegressionValue", -1, kSeries, 73, 3, 3, nullptr, ApplyStartRounded<CalcLinearRegressionValue>},
+    {"LinearRegressionSlope", -1, kSeries, 74, 2, 2, nullptr, ApplyStartRounded<CalcLinearRegressionSlope>},
+    {"Correlation", -1, kSeries, 75, 3, 3, nullptr, ApplyStartRounded<CalcCorrelation>},
+    {"Rsquared", -1, kSeries, 76, 2, 2, nullptr, ApplyStartRounded<CalcRSquared>},
     {"ZigZag", -1, kSeries, 77, 1, 1, nullptr, Apply<CalcZigZagLine>},
     {"sar", TxParabolic, kSeries, 78, 2, 2, nullptr, Apply<CalcSar>},
     {"csar", TxCParabolic, kSeries, 78, 2, 2, nullptr, Apply<CalcCSar>},

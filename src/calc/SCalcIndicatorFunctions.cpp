@@ -6,6 +6,7 @@
 // SCalcRegressionFunctions.cpp.
 #include <cmath>
 
+#include "calc/LiveRun.h"
 #include "calc/SCalcIndicators.h"
 #include "calc/Swing.h"
 #include "core/TextTable.h"
@@ -202,7 +203,9 @@ RsiAverages SmoothRsi(const double* c, int from, int end, int period, RsiAverage
 // moves are plain averages over the first `period` changes, later ones are
 // smoothed with weight 1/period.
 SVector CalcRsi(SCalc& calc, int period) {
-  calc.MarkHistory();
+  calc.MarkKeptHistory();
+  LiveRun* live = calc.Live();
+  LiveNode* node = live ? live->Enter(KeptFunction::kRsi, period) : nullptr;
   const SVector& close = calc.Bound(kClose);
   const int n = close.GetSize();
   if (period < 1) {
@@ -210,10 +213,14 @@ SVector CalcRsi(SCalc& calc, int period) {
     return ZeroSeries(n, kInvalidStart);
   }
   const int s = std::max(close.GetStartIndex(), 0);
+  const double* c = close.Data();
+  const auto smooth = [c, period](int from, int end, RsiAverages& avg, double* out) {
+    avg = SmoothRsi(c, from, end, period, avg, out);
+  };
+  if (node && live->Resuming()) return ResumeKept<RsiAverages>(*live, *node, n, s, smooth);
   const int first = ShiftStart(s, period);
   if (first >= n) return SVector();
   SVector r = UnfilledSeries(n, first);  // every bar from first on is written below
-  const double* c = close.Data();
   double* out = r.Data();
   RsiAverages avg;
   for (int i = s + 1; i <= first; ++i) {
@@ -223,7 +230,8 @@ SVector CalcRsi(SCalc& calc, int period) {
   avg.up /= period;
   avg.down /= period;
   out[first] = RsiOf(avg.up, avg.down);
-  SmoothRsi(c, first + 1, n, period, avg, out);
+  AdvanceKeeping(node, first + 1, n, avg, [&](int from, int end, RsiAverages& a) { smooth(from, end, a, out); });
+  if (node) KeepResult(*live, *node, r);
   return r;
 }
 
@@ -238,32 +246,64 @@ struct StopState {
   bool up;      // long side: the stop trails below the prices
   double ep;    // extreme point of the current move
   double stop;  // the stop of the last bar
+  double af;    // the acceleration factor
 };
 
-// The stop-and-reverse over bars s + 1 to n - 1 of the highs hi and the lows
-// lo (both the close for csar), from the state the caller chose for bar s.
-// The result is valid from s + 5, once the stop has had time to settle.
-SVector ParabolicStop(int n, int s, StopState st, const double* hi, const double* lo, double step, double maximum) {
-  SVector r = ZeroSeries(n, ShiftStart(s, 5));
-  if (s + 1 >= n) return r;
-  double* out = r.Data();
-  out[s + 1] = st.stop + step * (st.ep - st.stop);
-  double af = kStartAcceleration;
-  for (int i = s + 2; i < n; ++i) {
-    st.stop += af * (st.ep - st.stop);
+// The prices and factors of one stop-and-reverse: the highs hi and the lows
+// lo (both the close for csar).
+struct StopRule {
+  const double* hi;
+  const double* lo;
+  double step, maximum;
+};
+
+// Bars [from, end) of the stop from the state as of the bar before. The
+// state lives in locals so that it stays in registers.
+void AdvanceStop(const StopRule& rule, int from, int end, StopState& state, double* out) {
+  const double *hi = rule.hi, *lo = rule.lo;
+  StopState st = state;
+  for (int i = from; i < end; ++i) {
+    st.stop += st.af * (st.ep - st.stop);
     out[i] = st.stop;
     const bool reverses = st.up ? st.stop > lo[i] : hi[i] > st.stop;
     if (reverses) {
       out[i] = st.stop = st.ep;
       st.ep = st.up ? lo[i] : hi[i];
       st.up = !st.up;
-      af = kStartAcceleration;
+      st.af = kStartAcceleration;
     } else if (st.up ? hi[i] > st.ep : st.ep > lo[i]) {
-      af = std::min(af + step, maximum);
+      st.af = std::min(st.af + rule.step, rule.maximum);
       st.ep = st.up ? hi[i] : lo[i];
     }
   }
+  state = st;
+}
+
+// The stop-and-reverse over bars s + 1 to n - 1, from the state the caller
+// chose for bar s. The result is valid from s + 5, once the stop has had
+// time to settle.
+SVector ParabolicStop(int n, int s, StopState st, const StopRule& rule, LiveRun* live, LiveNode* node) {
+  SVector r = ZeroSeries(n, ShiftStart(s, 5));
+  if (s + 1 >= n) return r;
+  double* out = r.Data();
+  out[s + 1] = st.stop + rule.step * (st.ep - st.stop);
+  AdvanceKeeping(node, s + 2, n, st, [&](int from, int end, StopState& a) { AdvanceStop(rule, from, end, a, out); });
+  if (node) KeepResult(*live, *node, r);
   return r;
+}
+
+// The live node of a stop-and-reverse call, and the resumed result when the
+// run resumes; null when the caller calculates.
+LiveNode* EnterStop(SCalc& calc, KeptFunction function, double step, double maximum) {
+  calc.MarkKeptHistory();
+  LiveRun* live = calc.Live();
+  return live ? live->Enter(function, step, maximum) : nullptr;
+}
+
+SVector ResumeStop(SCalc& calc, LiveNode& node, int n, int s, const StopRule& rule) {
+  return ResumeKept<StopState>(*calc.Live(), node, n, s, [&rule](int from, int end, StopState& a, double* out) {
+    AdvanceStop(rule, from, end, a, out);
+  });
 }
 
 // The first valid bar of a series, or -1 when it has none below n.
@@ -277,29 +317,33 @@ int FirstBar(const SVector& x, int n) {
 // The parabolic stop on high and low. The first move's direction comes from
 // the first two closes; the stop starts at the other side's first price.
 SVector CalcSar(SCalc& calc, double step, double maximum) {
-  calc.MarkHistory();
+  LiveNode* node = EnterStop(calc, KeptFunction::kSar, step, maximum);
   const SVector& close = calc.Bound(kClose);
   const SVector& high = calc.Bound(kHigh);
   const SVector& low = calc.Bound(kLow);
   const int n = CommonSize({&close, &high, &low});
   const int s = FirstBar(close, n), hs = FirstBar(high, n), ls = FirstBar(low, n);
+  const StopRule rule{high.Data(), low.Data(), step, maximum};
+  if (node && calc.Live()->Resuming()) return ResumeStop(calc, *node, n, std::max(s, 0), rule);
   if (s < 0 || hs < 0 || ls < 0 || s + 1 >= n) return ZeroSeries(n, kInvalidStart);
   const double* c = close.Data();
   const bool up = c[s + 1] > c[s];
-  StopState st{up, up ? high[hs] : low[ls], up ? low[ls] : high[hs]};
-  return ParabolicStop(n, s, st, high.Data(), low.Data(), step, maximum);
+  StopState st{up, up ? high[hs] : low[ls], up ? low[ls] : high[hs], kStartAcceleration};
+  return ParabolicStop(n, s, st, rule, calc.Live(), node);
 }
 
 // The parabolic stop on the close alone.
 SVector CalcCSar(SCalc& calc, double step, double maximum) {
-  calc.MarkHistory();
+  LiveNode* node = EnterStop(calc, KeptFunction::kCSar, step, maximum);
   const SVector& close = calc.Bound(kClose);
   const int n = close.GetSize();
   const int s = FirstBar(close, n);
-  if (s < 0 || s + 1 >= n) return ZeroSeries(n, kInvalidStart);
   const double* c = close.Data();
-  StopState st{c[s + 1] > c[s], c[s], c[s]};
-  return ParabolicStop(n, s, st, c, c, step, maximum);
+  const StopRule rule{c, c, step, maximum};
+  if (node && calc.Live()->Resuming()) return ResumeStop(calc, *node, n, std::max(s, 0), rule);
+  if (s < 0 || s + 1 >= n) return ZeroSeries(n, kInvalidStart);
+  StopState st{c[s + 1] > c[s], c[s], c[s], kStartAcceleration};
+  return ParabolicStop(n, s, st, rule, calc.Live(), node);
 }
 
 // ---- zigzag -----------------------------------------------------------------------

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string>
 
+#include "calc/LiveRun.h"
 #include "calc/SCalcFunctionTable.h"
 #include "calc/SStack.h"
 #include "chartcalc/SCalc.h"
@@ -73,6 +74,7 @@ void SCalc::CopyFrom(const SCalc& other) {
   ErrorCount = other.ErrorCount;
   ErrorMessage = other.ErrorMessage;
   HistoryFlag = other.HistoryFlag;
+  live_ = nullptr;
   CopyPostfix(other);
 }
 
@@ -103,6 +105,11 @@ void SCalc::InitCalc() {
   ClearNameTable();
   ErrorCount = 0;
   start_ = 0;
+}
+
+void SCalc::MarkHistory() {
+  HistoryFlag = 1;
+  if (live_) live_->Fail();
 }
 
 SVector SCalc::Error(const char* text) {
@@ -285,8 +292,13 @@ enum Family { kSeries, kMath, kUser, kTime };
 }  // namespace
 
 // x(n): n bars earlier. Used for variables and price words.
-SVector SCalc::DelayedBy(SVector value, const SVector& n) const {
-  return value(CountArg(n));
+SVector SCalc::DelayedBy(SVector value, const SVector& n) const { return Delayed(value, CountArg(n)); }
+
+// A look ahead (n < 0) changes older bars whenever a new one comes, which a
+// live run that rewrites the newest bars only cannot follow.
+SVector SCalc::Delayed(const SVector& value, int n) const {
+  if (n < 0 && live_) live_->Fail();
+  return value(n);
 }
 
 // A name: assignment, variable, price word, function call or method word.

@@ -15,8 +15,10 @@
 #include <string>
 #include <vector>
 
+#include "calc/LiveRun.h"
 #include "calc/Swing.h"
 #include "chartcalc/SCalc.h"
+#include "core/Recurrences.h"
 #include "core/TextTable.h"
 
 namespace chartcalc::detail {
@@ -81,17 +83,18 @@ struct MovingRule {
   TextId periodError;    // TxAvgPeriod is formatted with the least period, 1
   TextId formError;      // neither ")" nor "," after the series
   bool windowHistory;    // the period form depends on every earlier bar
+  bool fixedRebuilds;    // the window sums are rebuilt on the schedule of SameSumsFrom
 };
 
 // One row per MovingKind, in its order.
 constexpr MovingRule kMovingRules[] = {
-    {&SVector::CalcSum, &SVector::CalcSumCum, TxSumPeriod, TxSumUnknown, false},
-    {&SVector::CalcAvg, &SVector::CalcAvgCum, TxAvgPeriod, TxAvgUnknown, false},
-    {&SVector::CalcEAvg, &SVector::CalcEAvgCum, TxAvgPeriod, TxAvgUnknown, true},
-    {&SVector::CalcWAvg, &SVector::CalcWAvgCum, TxAvgPeriod, TxAvgUnknown, false},
-    {&SVector::CalcTAvg, nullptr, TxAvgPeriod, TxAvgUnknown, false},
-    {&SVector::CalcGAvg, nullptr, TxAvgPeriod, TxAvgUnknown, false},
-    {&SVector::CalcHAvg, nullptr, TxAvgPeriod, TxAvgUnknown, false},
+    {&SVector::CalcSum, &SVector::CalcSumCum, TxSumPeriod, TxSumUnknown, false, true},
+    {&SVector::CalcAvg, &SVector::CalcAvgCum, TxAvgPeriod, TxAvgUnknown, false, true},
+    {&SVector::CalcEAvg, &SVector::CalcEAvgCum, TxAvgPeriod, TxAvgUnknown, true, true},
+    {&SVector::CalcWAvg, &SVector::CalcWAvgCum, TxAvgPeriod, TxAvgUnknown, false, false},
+    {&SVector::CalcTAvg, nullptr, TxAvgPeriod, TxAvgUnknown, false, false},
+    {&SVector::CalcGAvg, nullptr, TxAvgPeriod, TxAvgUnknown, false, true},
+    {&SVector::CalcHAvg, nullptr, TxAvgPeriod, TxAvgUnknown, false, true},
 };
 
 const MovingRule& RuleOf(MovingKind kind) {
@@ -106,16 +109,65 @@ SVector ReportAvgPeriod(SCalc& calc) {
   return calc.Error(text);
 }
 
+// A history function of x (n bars) whose running state is its own value at
+// the bar before: the exponential average and sum, the running sum. A whole
+// calculation runs full(r) and, in a live run, keeps the result; a resumed
+// one takes the bars before the run's first from the kept result and goes
+// on from its last value with run(from, end, value before, out).
+template <class Full, class Run>
+SVector OwnValueRecurrence(SCalc& calc, KeptFunction function, double key, const SVector& x, int n, Full full,
+                           Run run) {
+  calc.MarkKeptHistory();
+  LiveRun* live = calc.Live();
+  LiveNode* node = live ? live->Enter(function, key) : nullptr;
+  if (!node || live->Recording()) {
+    SVector r;
+    full(r);
+    if (node) KeepResult(*live, *node, r);
+    return r;
+  }
+  if (!CanResume(*live, *node, x.GetStartIndex(), n)) return SVector();
+  SVector r = ResumedFrame(*live, *node, n, x.GetStartIndex());
+  const int from = live->From();
+  run(from, r.GetSize(), node->result[from - 1], r.Data());
+  KeepResult(*live, *node, r);
+  return r;
+}
+
+SVector KeptEAvg(SCalc& calc, const SVector& x, int period) {
+  return OwnValueRecurrence(
+      calc, KeptFunction::kEAvg, period, x, x.GetSize(), [&](SVector& r) { r.CalcEAvg(x, period); },
+      [&](int from, int end, double e, double* out) { EAvgRun(x.Data(), from, end, EAvgFactor(period), e, out); });
+}
+
+// The running sum adds each bar to the last sum, as the cumulative form does.
+SVector KeptRunningSum(SCalc& calc, const SVector& x, int n) {
+  return OwnValueRecurrence(
+      calc, KeptFunction::kRunningSum, 0.0, x, x.IsSeries() ? std::min(n, x.GetSize()) : n,
+      [&](SVector& r) { r.CalcSumCum(x, n); },
+      [&](int from, int end, double sum, double* out) {
+        for (int i = from; i < end; ++i) out[i] = sum += x[i];
+      });
+}
+
 // The window statistic without a period check.
 SVector MovingWindow(SCalc& calc, MovingKind kind, const SVector& x, int period) {
   // A period this long leaves no valid bar either way; one below the int
   // limit keeps the triangular average's half periods from overflowing.
   period = std::min(period, INT_MAX - 1);
   const MovingRule& rule = RuleOf(kind);
-  if (rule.windowHistory) calc.MarkHistory();
   SVector scratch;
+  if (rule.windowHistory) return KeptEAvg(calc, OverBars(calc, x, scratch), period);
   SVector r;
   (r.*rule.window)(OverBars(calc, x, scratch), period);
+  if (LiveRun* live = calc.Live(); live && live->Resuming()) {
+    // A live run must give a whole calculation's bits: its window values
+    // count from where the sums agree with one, or not at all.
+    if (rule.fixedRebuilds)
+      r.SetStartIndex(SameSumsFrom(r.GetStartIndex(), period));
+    else
+      live->Fail();
+  }
   return r;
 }
 
@@ -267,9 +319,11 @@ SVector SeriesMoving(SCalc& calc, MovingKind kind, const SVector& x, int period)
 SVector SeriesMovingCum(SCalc& calc, MovingKind kind, const SVector& x) {
   const MovingRule& rule = RuleOf(kind);
   if (!rule.cumulative) return calc.Error(rule.formError);
+  const int n = x.IsSeries() ? x.GetSize() : calc.Close().GetSize();
+  if (kind == kMovingSum) return KeptRunningSum(calc, x, n);
   calc.MarkHistory();
   SVector r;
-  (r.*rule.cumulative)(x, x.IsSeries() ? x.GetSize() : calc.Close().GetSize());
+  (r.*rule.cumulative)(x, n);
   return r;
 }
 
@@ -282,15 +336,16 @@ SVector SeriesMaMethod(SCalc& calc, const SVector& x, int period, int method) {
 }
 
 SVector SeriesESum(SCalc& calc, const SVector& x, int period) {
-  calc.MarkHistory();
+  calc.MarkKeptHistory();
   if (period < 1) {
     std::string text = std::string(GetText(TxMovingAverage)) + " " + GetText(TxPeriodBelowOne);
     return calc.Error(text.c_str());
   }
   SVector scratch;
-  SVector r;
-  r.CalcESum(OverBars(calc, x, scratch), period);
-  return r;
+  const SVector& over = OverBars(calc, x, scratch);
+  return OwnValueRecurrence(
+      calc, KeptFunction::kESum, period, over, over.GetSize(), [&](SVector& r) { r.CalcESum(over, period); },
+      [&](int from, int end, double r, double* out) { ESumRun(over.Data(), from, end, ESumKeep(period), r, out); });
 }
 
 SVector SeriesESumCum(SCalc& calc, const SVector& x) {
@@ -341,7 +396,13 @@ SVector SeriesMaxOf(const SVector& acc, const SVector& y) {
 // bars it could be shown on; the result then keeps x's length without a
 // valid bar rather than growing by millions of empty bars.
 SVector SeriesShift(SCalc& calc, const SVector& x0, int n) {
-  calc.MarkHistory();
+  // A delay reads only the n bars before, which a partial calculation gets
+  // right from its restarted prices, as it does a window; a look ahead
+  // changes older bars whenever a new one comes.
+  if (n >= 0)
+    calc.MarkKeptHistory();
+  else
+    calc.MarkHistory();
   SVector scratch;
   const SVector& x = OverBars(calc, x0, scratch);
   const int size0 = x.GetSize();
@@ -357,7 +418,7 @@ SVector SeriesShift(SCalc& calc, const SVector& x0, int n) {
   return r;
 }
 
-SVector SeriesRef(const SVector& x, int n) { return x(n); }
+SVector SeriesRef(SCalc& calc, const SVector& x, int n) { return calc.Delayed(x, n); }
 
 // ---- crossings ----------------------------------------------------------------
 

@@ -59,7 +59,7 @@ SVector SeriesMaxOf(const SVector& acc, const SVector& y);
 // later values earlier and shortens x).
 SVector SeriesShift(SCalc& calc, const SVector& x, int n);
 // ref(x, n): x delayed by n bars.
-SVector SeriesRef(const SVector& x, int n);
+SVector SeriesRef(SCalc& calc, const SVector& x, int n);
 
 // 1 on the bar where a crosses above (below) b, else 0; valid from one bar
 // after the later start index.

@@ -3,6 +3,7 @@
 #include "chartcalc/SVector.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -156,6 +157,11 @@ int chartcalc::detail::TruncToInt(double v) {
 
 void SVector::Error(const char* text) { std::fputs(text, stderr); }
 
+unsigned SVector::NewRevision() {
+  static std::atomic<unsigned> next{0};
+  return next.fetch_add(1u << 16, std::memory_order_relaxed);
+}
+
 SVector::SVector() = default;
 
 SVector::SVector(int n) {
@@ -207,6 +213,7 @@ void SVector::Release() {
 
 SVector& SVector::operator=(const SVector& other) {
   if (this == &other) return *this;
+  ++revision_;
   if (capacity_ < other.size_ || (capacity_ == 0 && other.size_ > 0)) {
     Release();
     Alloc(FreshCapacity(other.size_));
@@ -224,6 +231,7 @@ SVector& SVector::operator=(const SVector& other) {
 
 SVector& SVector::operator=(SVector&& other) noexcept {
   if (this == &other) return *this;
+  ++revision_;
   Release();
   capacity_ = other.capacity_;
   room_ = other.room_;
@@ -242,6 +250,7 @@ SVector& SVector::operator=(SVector&& other) noexcept {
 // element; a longer one is filled, so that it reads as the number at every
 // bar whatever its flag.
 SVector& SVector::operator=(const double& v) {
+  ++revision_;
   if (size_ == 0) SetSize(1);
   if (size_ == 0) return *this;
   std::fill(data_, data_ + size_, v);
@@ -249,6 +258,7 @@ SVector& SVector::operator=(const double& v) {
 }
 
 void SVector::Alloc(int n) {
+  ++revision_;
   int cap = std::max(n, 1);
   double* buf = NewBuffer(cap);
   if (!buf) {
@@ -291,7 +301,10 @@ void SVector::MoveTo(int cap, int room) {
   data_ = scratch_;
   capacity_ = cap;
   room_ = room;
-  if (size_ > cap) size_ = cap;
+  if (size_ > cap) {
+    size_ = cap;
+    ++revision_;
+  }
 }
 
 // Growth of a series that is being extended (Add, SetSize): the capacity
@@ -316,6 +329,7 @@ void SVector::GrowTo(int cap) {
 
 void SVector::SetSize(int n) {
   if (n < 0) n = 0;
+  if (n < size_) ++revision_;
   if (n > capacity_) GrowTo(RoundUpToBlock(n));
   size_ = std::min(n, capacity_);
 }
@@ -328,21 +342,25 @@ void SVector::Add(double v) {
 }
 
 void SVector::Update(double v, int back) {
+  if (back > 0) ++revision_;
   if (back >= 0 && size_ - back > 0) data_[size_ - back - 1] = v;
 }
 
 void SVector::ClearData() {
+  ++revision_;
   size_ = 0;
   start_ = 0;
 }
 
 void SVector::InitValue(double v) {
+  ++revision_;
   if (size_ > 0) std::fill(data_, data_ + size_, v);
 }
 
 void SVector::Insert(SVector& older) {
   int n = older.size_;
   if (n <= 0) return;
+  ++revision_;
   int total = size_ + n;
   double* buf = NewBuffer(RoundUpToBlock(total));
   if (!buf) {

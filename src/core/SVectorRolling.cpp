@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "chartcalc/SVector.h"
+#include "core/Recurrences.h"
 
 using namespace chartcalc::detail;
 
@@ -34,7 +35,8 @@ bool ValidRange(const SVector& out, int& first, int& end) {
 }
 
 // Calls emit(i, sum) with the sum of f(x) over the window of `p` bars ending at
-// each bar i of [first, end).
+// each bar i of [first, end). The sum is rebuilt on the schedule of
+// BarsToRebuild, which a later start joins at its first multiple of p.
 template <class F, class Emit>
 void WindowSums(const double* x, int first, int end, int p, F f, Emit emit) {
   double sum = 0.0;
@@ -43,7 +45,7 @@ void WindowSums(const double* x, int first, int end, int p, F f, Emit emit) {
     if (rebuild == 0) {
       sum = 0.0;
       for (int k = i - p + 1; k <= i; ++k) sum += f(x[k]);
-      rebuild = p;
+      rebuild = BarsToRebuild(i, p);
     } else {
       sum += f(x[i]) - f(x[i - p]);
     }
@@ -113,8 +115,7 @@ void SVector::CalcEAvg(const SVector& src, int period) {
     for (int k = first - period + 1; k <= first; ++k) e += x[k];
     e /= period;
     d[first] = e;
-    const double alpha = 2.0 / (period + 1.0);
-    for (int i = first + 1; i < end; ++i) d[i] = e += alpha * (x[i] - e);
+    EAvgRun(x, first + 1, end, EAvgFactor(period), e, d);
   }
   *this = std::move(out);
 }
@@ -158,8 +159,7 @@ void SVector::CalcESum(const SVector& src, int period) {
     double r = 0.0;
     for (int k = first - period + 1; k <= first; ++k) r += x[k];
     d[first] = r;
-    const double keep = (period - 1.0) / period;
-    for (int i = first + 1; i < end; ++i) d[i] = r = r * keep + x[i];
+    ESumRun(x, first + 1, end, ESumKeep(period), r, d);
   }
   *this = std::move(out);
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "chartcalc/SFunction.h"
+#include "index/LiveLines.h"
 
 using namespace chartcalc::detail;
 
@@ -38,6 +39,7 @@ SIndex::~SIndex() = default;
 // bindings as pointers (the bound objects are shared, never owned), and a
 // copy of each owned function list.
 void SIndex::CopyFrom(const SIndex& other) {
+  live_.reset();
   Engine = other.Engine;
   Period = other.Period;
   for (int k = 0; k < kIndexLines; ++k) {
@@ -65,6 +67,7 @@ void SIndex::SetDefaultValue() {
   CandleList = nullptr;
   UsePreProcess = 1;
   for (int k = 0; k < kIndexLines; ++k) CalcStart[k] = CalcState[k] = -1;
+  live_.reset();
   ShareIndex = -1;
 }
 
@@ -130,6 +133,7 @@ void SIndex::UpdateData(int line, double value) {
 }
 
 void SIndex::ClearData() {
+  live_.reset();
   for (SVector& line : LineData) line.ClearData();
   OwnDate.ClearData();
   RealKeys.Clear();

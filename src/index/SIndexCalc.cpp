@@ -8,16 +8,27 @@
 // the last old bar and the new bars are recomputed by a partial calculation
 // that restarts the bound prices that many bars before the last old bar, so
 // a new bar costs the formula's window, not the history's length.
+//
+// A line whose formula depends on the whole history is rewritten whole on
+// every call, as a full calculation would give it. When its history
+// functions keep their running state (see LiveRun.h), the indicator keeps
+// the line's whole result and that state between calls (LiveLines.h): the
+// last old bar and the new bars come from a partial calculation in which
+// those functions go on from the bar before, and the rewrite is a copy.
+// Whatever could make the kept state stale sends the line back to a full
+// calculation.
 #include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "calc/SCalcFunctionTable.h"
 #include "chartcalc/SIndex.h"
 #include "chartcalc/TextHelpers.h"
 #include "core/TextTable.h"
+#include "index/LiveLines.h"
 
 using namespace chartcalc::detail;
 
@@ -213,18 +224,99 @@ void SIndex::Calc() {
 
 namespace {
 
+// Every element of `from`, the bars below its start index too, into `to`
+// (whose buffer is reused when large enough).
+void CopyWhole(SVector& to, const SVector& from) {
+  const int n = from.GetSize();
+  to.SetSize(n);
+  if (to.GetSize() == n && n > 0) std::memcpy(to.Data(), from.Data(), sizeof(double) * static_cast<size_t>(n));
+  to.SetStartIndex(from.GetStartIndex());
+  to.SetSeries(from.IsSeries());
+}
+
+// Keeps a line calculated in full for the next call, when its history
+// functions left state to go on from and it has one element per bar.
+void KeepLine(const SIndex& x, const SCalc& calc, int line, LiveLine& live) {
+  const SVector& data = x.LineData[line];
+  if (x.CalcState[line] >= 0 || live.run.Failed() || calc.ErrorCount > 0 || !data.IsSeries() ||
+      data.GetSize() != BoundClose(x).GetSize()) {
+    live.Drop();
+    return;
+  }
+  CopyWhole(live.result, data);
+  live.expression = x.ConvertedExpression[line].str();
+  live.lookback = 0;
+  live.kept = true;
+}
+
 // The whole line, recording whether later calls may take the newest bars
-// only: when no function of the formula depends on the whole history.
-void CalcLineInFull(SIndex& x, SCalc& calc, int line) {
+// only: when no function of the formula depends on the whole history. When
+// one does, the line and its history functions' state are kept in `live`.
+void CalcLineInFull(SIndex& x, SCalc& calc, int line, LiveLine& live) {
   x.CalcState[line] = -1;
   calc.HistoryFlag = 0;
   calc.SetExpression(x.ConvertedExpression[line].c_str());
+  live.run.BeginRecord();
+  calc.SetLive(&live.run);
   x.LineData[line] = calc.Calculate();
+  calc.SetLive(nullptr);
+  live.run.End();
   if (calc.HistoryFlag == 0) {
     x.CalcState[line] = 0;
     x.CalcStart[line] = x.LineData[line].GetStartIndex();
   }
   if (TurnsIntoPrices(x.IndexType)) SignalsToPrices(x.LineData[line], BoundClose(x));
+  KeepLine(x, calc, line, live);
+}
+
+// Restarting the prices earlier because an argument started too late takes
+// a few tries at most: the first tells how much earlier.
+constexpr int kResumeTries = 4;
+
+// One partial calculation of a kept line from its last old bar `from`, the
+// history functions going on from their kept state: done (r holds the
+// result), to be tried again with the prices restarted `late` bars earlier,
+// or impossible (the line must be calculated in full).
+enum class Resumed { kDone, kEarlier, kInFull };
+
+Resumed ResumeOnce(SIndex& x, SCalc& calc, int line, LiveLine& live, int from, SVector& r, int& late) {
+  const int start = std::max(from - live.lookback, 0);
+  live.run.BeginResume(from, start);
+  calc.SetLive(&live.run);
+  calc.ErrorCount = 0;
+  calc.SetExpression(x.ConvertedExpression[line].c_str());
+  r = calc.Calculate(start);
+  calc.SetLive(nullptr);
+  live.run.End();
+  if (live.run.Failed() || calc.ErrorCount > 0 || !live.run.MetEveryNode()) return Resumed::kInFull;
+  // A function whose argument started too late gave nothing to go by.
+  late = live.run.Earlier() > 0 ? live.run.Earlier() : r.GetStartIndex() - from;
+  if (late > 0) return start > 0 ? Resumed::kEarlier : Resumed::kInFull;
+  return r.IsSeries() && r.GetSize() == BoundClose(x).GetSize() ? Resumed::kDone : Resumed::kInFull;
+}
+
+// Brings a kept line up to date from the bars its last calculation had,
+// then rewrites the line with it. False when it must be calculated in full.
+bool ResumeLine(SIndex& x, SCalc& calc, int line, LiveLine& live) {
+  if (!live.kept || live.expression != x.ConvertedExpression[line].str()) return false;
+  const SVector& close = BoundClose(x);
+  const int n = close.GetSize(), from = live.result.GetSize() - 1;
+  if (from < 1 || n <= from || live.result.GetStartIndex() > from) return false;
+  SVector r;
+  int late = 0;
+  Resumed outcome = Resumed::kEarlier;
+  for (int tries = 0; outcome == Resumed::kEarlier && tries < kResumeTries; ++tries) {
+    outcome = ResumeOnce(x, calc, line, live, from, r, late);
+    if (outcome == Resumed::kEarlier) live.lookback += late;
+  }
+  if (outcome != Resumed::kDone) return false;
+  live.result.SetSize(n);
+  if (live.result.GetSize() != n) return false;
+  double* d = live.result.Data();
+  const bool prices = TurnsIntoPrices(x.IndexType);
+  for (int i = from; i < n; ++i) d[i] = prices && r[i] != 0.0 ? CloseAt(close, i) : r[i];
+  CopyWhole(x.LineData[line], live.result);
+  return true;
 }
 
 // True when the line can be brought up to date from its last bar on: it has
@@ -237,7 +329,7 @@ bool CanTakeNewestBars(const SIndex& x, int line) {
 
 // Rewrites the last old bar and the new bars from a partial calculation that
 // starts the formula's look-back before the last old bar.
-void CalcNewestBars(SIndex& x, SCalc& calc, int line) {
+void CalcNewestBars(SIndex& x, SCalc& calc, int line, LiveLine& live) {
   SVector& out = x.LineData[line];
   const SVector& close = BoundClose(x);
   const int n = close.GetSize();
@@ -248,7 +340,7 @@ void CalcNewestBars(SIndex& x, SCalc& calc, int line) {
   if (r.IsSeries() && r.GetSize() < n) {
     // The formula's result does not reach the newest bar (it looks ahead);
     // only a whole calculation gives it its own length.
-    CalcLineInFull(x, calc, line);
+    CalcLineInFull(x, calc, line, live);
     return;
   }
   out.SetSize(n);
@@ -266,16 +358,23 @@ void SIndex::CalcLast() {
   SCalc calc;
   BindEngine(*this, calc);
   ConvertExpression();
+  if (!live_) live_ = std::make_unique<LiveLines>();
+  const bool sameInputs = live_->SameInputs(*this);
   for (int line = 0; line < kIndexLines; ++line) {
     if (ConvertedExpression[line].IsEmpty()) continue;
-    if (CanTakeNewestBars(*this, line))
-      CalcNewestBars(*this, calc, line);
-    else
-      CalcLineInFull(*this, calc, line);
+    LiveLine& live = live_->lines[line];
+    if (CanTakeNewestBars(*this, line)) {
+      live.Drop();
+      CalcNewestBars(*this, calc, line, live);
+    } else if (!sameInputs || !ResumeLine(*this, calc, line, live)) {
+      CalcLineInFull(*this, calc, line, live);
+    }
   }
+  live_->Remember(*this);
 }
 
 void SIndex::SetCalcInit() {
+  live_.reset();
   for (int line = 0; line < kIndexLines; ++line) {
     CalcStart[line] = CalcState[line] = -1;
     LineData[line].InitTemp();

@@ -170,7 +170,10 @@ double SPriceData::GetData(int code, int back) const {
 
 // Correction dates come in bar order, so each search starts where the last
 // one ended (a date without a bar restarts the next search from the front).
+// A correction restates the history before its date, so whatever was
+// computed from the bars is marked as out of date.
 void SPriceData::CalcCorrectedPrice(int, int) {
+  for (SVector& s : Series) SeriesRevision::Move(s);
   CorrectionPos.ClearData();
   const SVector& dates = Series[kBaseDateTime];
   int from = 0;

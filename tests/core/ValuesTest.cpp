@@ -10,6 +10,7 @@
 
 #include "calc/CalcTestUtil.h"
 #include "core/DateTime.h"
+#include "core/Recurrences.h"
 
 namespace {
 
@@ -150,6 +151,63 @@ TEST(SVectorRolling, WindowStatisticsMatchADirectLoopOverEachWindow) {
       (r.*calc)(Series({1, 2, 3}), p);
       EXPECT_FALSE(r.HasValid()) << p;
     }
+}
+
+// Window sums are rebuilt on a schedule fixed by the bar index, so a
+// calculation over the newest bars that starts later than a whole one gives
+// the same bits from the first multiple of the period on.
+TEST(SVectorRolling, SumsStartedLaterAgreeToTheBitFromTheFirstMultipleOfThePeriod) {
+  Doubles x(400);
+  for (int i = 0; i < 400; ++i) x[i] = 1e4 + 0.1 * std::sin(i * 0.37) + 1e-7 * i * i;
+  for (Calc calc : {&SVector::CalcSum, &SVector::CalcAvg, &SVector::CalcGAvg, &SVector::CalcHAvg})
+    for (int p : {3, 7, 20})
+      for (int later : {101, 250, 333}) {
+        SVector whole, part;
+        (whole.*calc)(Series(x), p);
+        (part.*calc)(Series(x, later), p);
+        for (int i = SameSumsFrom(part.GetStartIndex(), p); i < 400; ++i)
+          ASSERT_EQ(part[i], whole[i]) << "p=" << p << " from " << later << " bar " << i;
+      }
+}
+
+// What a kept calculation relies on: the revision moves whenever a bar the
+// series had may have changed, and stays while bars are only appended or the
+// last one revised.
+TEST(SVectorRevision, MovesWithEveryChangeToBarsItHadAndNotWithAppends) {
+  const std::pair<const char*, std::function<void(SVector&)>> moves[] = {
+      {"older bar updated", [](SVector& v) { v.Update(9, 1); }},
+      {"history inserted",
+       [](SVector& v) {
+         SVector older = Series({1});
+         v.Insert(older);
+       }},
+      {"cleared", [](SVector& v) { v.ClearData(); }},
+      {"shortened", [](SVector& v) { v.SetSize(1); }},
+      {"assigned",
+       [](SVector& v) {
+         v = Series({1, 2, 3});
+       }},
+      {"filled", [](SVector& v) { v.InitValue(0); }},
+  };
+  const std::pair<const char*, std::function<void(SVector&)>> stays[] = {
+      {"bar appended", [](SVector& v) { v.Add(4); }},
+      {"last bar updated", [](SVector& v) { v.Update(9, 0); }},
+      {"grown past its capacity", [](SVector& v) { v.SetSize(5000); }},
+      {"start moved", [](SVector& v) { v.SetStartIndex(1); }},
+  };
+  for (const auto& [name, change] : moves) {
+    SVector v = Series({1, 2, 3});
+    const unsigned before = SeriesRevision::Of(v);
+    change(v);
+    EXPECT_NE(SeriesRevision::Of(v), before) << name;
+  }
+  for (const auto& [name, change] : stays) {
+    SVector v = Series({1, 2, 3});
+    const unsigned before = SeriesRevision::Of(v);
+    change(v);
+    EXPECT_EQ(SeriesRevision::Of(v), before) << name;
+  }
+  EXPECT_NE(SeriesRevision::Of(SVector(3)), SeriesRevision::Of(SVector(3))) << "two new series";
 }
 
 // Expected values worked by hand from the definitions in the comments.

@@ -150,11 +150,19 @@ const struct {
   const char* name;
   std::function<void(Scene&)> change;
 } kInvalidations[] = {
-    {"older bar corrected",
+    {"older bar updated",
      [](Scene& s) {
        SPriceData& d = s.list[0];
        for (int code : {kFieldClose, kFieldHigh, kFieldLow})
          d.UpdateData(code, d.GetData(code, kCorrectedBack) * 1.05, kCorrectedBack);
+     }},
+    {"history corrected in place",  // unseen by the series: the correction tells
+     [](Scene& s) {
+       SPriceData& d = s.list[0];
+       for (int slot : {kClose, kHigh, kLow}) {
+         SVector& series = d.GetSeries(slot);
+         series[series.GetSize() - 1 - kCorrectedBack] *= 1.05;
+       }
        d.CalcCorrectedPrice(0, 0);
      }},
     {"bars inserted in front",
