@@ -75,6 +75,28 @@ bool ReadTick(const CliOptions& options, double& tick, std::ostream& err) {
   return false;
 }
 
+const char* const kTradeColumnNames[STradeTable::kColumns] = {
+    "Direction",     "EntryDateTime", "EntryPrice", "EntryCostPrice", "ExitDateTime",  "ExitPrice",
+    "ExitCostPrice", "Quantity",      "ProfitLoss", "ReturnFactor",   "CumProfitLoss", "CumReturnFactor",
+    "Runup",         "Drawdown",      "EntryEff",   "ExitEff",        "TotalEff",      "BarsHeld"};
+
+bool RunSimulation(SSimulation& sim, SPriceData& prices, SFunctionList& functions, std::ostream& err) {
+  auto s = [&prices](int slot) { return &prices.GetSeries(slot); };
+  sim.SetVariablePointer(s(kClose), s(kOpen), s(kHigh), s(kLow), s(kVolume), s(kDateTime), s(kOpenInterest), s(kAmount),
+                         s(kSpread));
+  sim.SetFunction(&functions);
+  sim.SetVariableToIndex();
+  sim.Index.Calc();
+  if (!ReportFormulaErrors(sim.Index, prices, functions, err)) return false;
+  sim.ProcessStop();
+  sim.Index.PreProcess();
+  sim.SetHistoryToZero();
+  sim.SetHistory();
+  sim.SummaryCount = 0;
+  sim.SetSummary();
+  return true;
+}
+
 std::string SymbolName(const CliOptions& options) {
   std::string symbol;
   Utf8ToCp949(std::filesystem::path(options.data).stem().string(), symbol);

@@ -17,5 +17,11 @@ int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err);
 bool ApplySettings(const CliOptions& options, SSimulation& sim, std::ostream& err);
 // The price step of --tick (0.01 without it). False after a message.
 bool ReadTick(const CliOptions& options, double& tick, std::ostream& err);
+// One back-test as a host runs it (Calc, ProcessStop, PreProcess,
+// SetHistory, SetSummary) over the nine series of prices. False after
+// reporting a formula error.
+bool RunSimulation(SSimulation& sim, SPriceData& prices, SFunctionList& functions, std::ostream& err);
+// The trade table's column names, in its column order.
+extern const char* const kTradeColumnNames[STradeTable::kColumns];
 // The symbol name of a run: the price file's name without its extension.
 std::string SymbolName(const CliOptions& options);
