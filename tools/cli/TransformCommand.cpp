@@ -120,6 +120,8 @@ const TransformType kTypes[] = {
 
 }  // namespace
 
+std::span<const TransformType> TransformTypes() { return kTypes; }
+
 const TransformType* FindType(const std::string& name) {
   for (const TransformType& t : kTypes)
     if (name == t.name) return &t;

@@ -55,6 +55,8 @@ struct RowRange {
   int barOffset = 0;       // bar = element + barOffset
 };
 
+// Every type, in the order --help lists them.
+std::span<const TransformType> TransformTypes();
 // The type of that name, or nullptr.
 const TransformType* FindType(const std::string& name);
 // Sets VarValue[0] and [1] from --p1 and --p2, or their fallbacks. False
