@@ -37,10 +37,15 @@ def _index_dir(index_dir):
 
 def _date_numbers(values):
     """Date-time numbers of datetime-like values; daily when every time is midnight."""
-    stamps = pd.DatetimeIndex(values)
-    days = (stamps.year * 10000 + stamps.month * 100 + stamps.day).to_numpy(dtype=np.float64)
-    seconds = (stamps.hour * 10000 + stamps.minute * 100 + stamps.second).to_numpy(dtype=np.float64)
-    return days * _DAY_DIGITS + seconds if seconds.any() else days
+    stamps = np.asarray(pd.DatetimeIndex(values).tz_localize(None), dtype="datetime64[s]")
+    days = stamps.astype("datetime64[D]")
+    months, years = stamps.astype("datetime64[M]"), stamps.astype("datetime64[Y]")
+    date = ((years.astype(np.int64) + 1970) * 10000 + ((months - years).astype(np.int64) + 1) * 100
+            + (days - months).astype(np.int64) + 1).astype(np.float64)
+    seconds = (stamps - days).astype(np.int64)
+    if not seconds.any():
+        return date
+    return date * _DAY_DIGITS + (seconds // 3600 * 10000 + seconds // 60 % 60 * 100 + seconds % 60)
 
 
 def _timestamps(numbers):

@@ -24,8 +24,7 @@ py::array_t<double> Eval(const std::string& formula, Prices& prices, const std::
   std::string error;
   {
     LibraryCall call(language, indexDir);
-    SFunctionList functions;
-    functions.ReadFunction();
+    SFunctionList& functions = UserFunctions();
     SCalc calc;
     calc.SetFunction(&functions);
     auto s = [&prices](int slot) -> SVector& { return prices.data.GetSeries(slot); };
@@ -67,8 +66,7 @@ py::tuple Indicator(const std::string& name, Prices& prices, const std::string& 
     SIndex x;
     status = PrepareNamed(ToolOptions({"calc", name}, VarOptions(variables)), AllKinds(), x, messages.err());
     if (status == kExitOk) {
-      SFunctionList functions;
-      functions.ReadFunction();
+      SFunctionList& functions = UserFunctions();
       x.SetFunction(&functions);
       BindPrices(x, prices.data);
       x.Calc();

@@ -1,6 +1,7 @@
 #include "Module.h"
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 using namespace chartcalc::detail;
@@ -11,11 +12,36 @@ std::mutex g_library;
 
 constexpr char kErrorPrefix[] = "error: ";
 
+// What identifies the function files' content: their paths, sizes and
+// modification times (a missing file counts as such).
+std::string FunctionFilesStamp() {
+  std::string stamp;
+  for (const SString& path : {getIndexDBFileName(kIndexUserFunction), getUserDBFileName(kIndexUserFunction)}) {
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(path.c_str(), ec);
+    const auto time = std::filesystem::last_write_time(path.c_str(), ec);
+    stamp += std::string(path.c_str()) + "|" + std::to_string(ec ? -1 : static_cast<long long>(size)) + "|" +
+             std::to_string(ec ? 0 : time.time_since_epoch().count()) + "\n";
+  }
+  return stamp;
+}
+
 }  // namespace
 
 LibraryCall::LibraryCall(int lang, const std::string& indexDir) : lock_(g_library) {
   SetLangType(lang);
   SetIndexDir(indexDir.c_str());
+}
+
+SFunctionList& UserFunctions() {
+  static std::string stamp;
+  static SFunctionList functions;
+  if (std::string now = FunctionFilesStamp(); now != stamp) {
+    functions = SFunctionList();
+    functions.ReadFunction();
+    stamp = std::move(now);
+  }
+  return functions;
 }
 
 int LangOf(const std::string& lang) {

@@ -39,6 +39,11 @@ class LibraryCall {
   std::unique_lock<std::mutex> lock_;
 };
 
+// The user functions of the index directory set by the current
+// LibraryCall. Reading them costs far more than a small calculation, so
+// they are read again only when the directory or its function files change.
+SFunctionList& UserFunctions();
+
 // The library's language number of "en" or "ko"; ValueError otherwise.
 int LangOf(const std::string& lang);
 

@@ -109,9 +109,21 @@ void JoinTimes(const py::array& column, std::vector<double>& dates) {
   }
 }
 
-// The price fields of a bar, in the order the reader adds them.
-constexpr int kBarFields[] = {kFieldOpen,   kFieldHigh,         kFieldLow,    kFieldClose,
-                              kFieldVolume, kFieldOpenInterest, kFieldAmount, kFieldSpread};
+// The engine's series of each price field: the columns are written into
+// the series directly, a whole column at a time.
+constexpr std::pair<int, int> kSlotOfField[] = {{kFieldOpen, kOpen},     {kFieldHigh, kHigh},
+                                                {kFieldLow, kLow},       {kFieldClose, kClose},
+                                                {kFieldVolume, kVolume}, {kFieldOpenInterest, kOpenInterest},
+                                                {kFieldAmount, kAmount}, {kFieldSpread, kSpread}};
+
+// Sizes the series for bars elements and lets write fill them.
+template <typename Write>
+void Fill(SVector& series, int bars, Write write) {
+  series.ReAlloc(bars);
+  series.SetSize(bars);
+  if (series.GetSize() < bars) throw std::bad_alloc();
+  write(series.Data());
+}
 
 void CheckLength(py::ssize_t size, int bars, const std::string& name) {
   if (size != bars) throw py::value_error("column '" + name + "' is not as long as the dates");
@@ -128,17 +140,18 @@ Prices MakePrices(const py::dict& columns, const std::optional<py::array>& index
   if (dates.size() > static_cast<size_t>(INT_MAX)) throw py::value_error("too many bars");
   Prices p;
   p.bars = static_cast<int>(dates.size());
-  for (SVector& s : p.data.Series) s.ReAlloc(p.bars);
-  for (double d : dates) p.data.AddData(kFieldDateTime, d);
-  for (int code : kBarFields) {
+  Fill(p.data.GetSeries(kDateTime), p.bars, [&](double* to) { std::copy(dates.begin(), dates.end(), to); });
+  for (const auto& [code, slot] : kSlotOfField) {
+    SVector& series = p.data.GetSeries(slot);
     if (!f.field[code]) {
-      for (int i = 0; i < p.bars; ++i) p.data.AddData(code, 0.0);
+      Fill(series, p.bars, [&](double* to) { std::fill(to, to + p.bars, 0.0); });
       continue;
     }
     NumberColumn numbers(*f.field[code], f.fieldName[code]);
     CheckLength(numbers.size(), p.bars, f.fieldName[code]);
-    numbers.Each([&](py::ssize_t, double v) { p.data.AddData(code, v); });
+    Fill(series, p.bars, [&](double* to) { numbers.Each([&](py::ssize_t i, double v) { to[i] = v; }); });
   }
+  p.data.HasData = p.bars > 0;
   return p;
 }
 

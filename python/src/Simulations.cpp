@@ -85,8 +85,7 @@ py::dict Backtest(const std::string& system, Prices& prices, const std::string& 
   int status = kExitOk;
   {
     LibraryCall call(language, indexDir);
-    SFunctionList functions;
-    functions.ReadFunction();
+    SFunctionList& functions = UserFunctions();
     status = PrepareSimulation(RunOptions(system, variables, settings), prices, *sim, messages.err());
     sim->SetSymbolName(name.c_str());
     if (status == kExitOk && !RunSimulation(*sim, prices.data, functions, messages.err())) status = kExitFormula;
@@ -291,8 +290,7 @@ py::tuple Optimise(const std::string& system, Prices& prices, const std::string&
   {
     LibraryCall call(language, indexDir);
     auto model = std::make_unique<SSimulation>();
-    SFunctionList functions;
-    functions.ReadFunction();
+    SFunctionList& functions = UserFunctions();
     status = MakeModel(RunOptions(system, {}, settings), ranges, prices, functions, *model, messages.err());
     model->SetSymbolName(name.c_str());
     if (status == kExitOk) {
