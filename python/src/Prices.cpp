@@ -3,7 +3,11 @@
 // the way, whatever its numeric dtype), absent optional ones zeros.
 #include <climits>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <memory>
 #include <optional>
+#include <type_traits>
 
 #include "Module.h"
 #include "PriceCsv.h"
@@ -22,31 +26,44 @@ class NumberColumn {
       throw py::value_error("column '" + name + "' does not hold numbers");
   }
   py::ssize_t size() const { return values_.shape(0); }
-  // Calls take(i, v) for every element.
-  template <typename Take>
-  void Each(Take take) const {
+  // Writes every element, as a double, to to[0..size).
+  void CopyTo(double* to) const {
     const char kind = values_.dtype().kind();
     const py::ssize_t width = values_.itemsize();
-    if (kind == 'f' && width == 8) return Typed<double>(take);
-    if (kind == 'f' && width == 4) return Typed<float>(take);
-    if (kind == 'i' && width == 8) return Typed<std::int64_t>(take);
-    if (kind == 'i' && width == 4) return Typed<std::int32_t>(take);
-    if (kind == 'i' && width == 2) return Typed<std::int16_t>(take);
-    if (kind == 'u' && width == 8) return Typed<std::uint64_t>(take);
-    if (kind == 'u' && width == 4) return Typed<std::uint32_t>(take);
-    if (kind == 'u' && width == 2) return Typed<std::uint16_t>(take);
-    if (width == 1 && kind == 'i') return Typed<std::int8_t>(take);
-    if (width == 1) return Typed<std::uint8_t>(take);
+    if (kind == 'f' && width == 8) return Typed<double>(to);
+    if (kind == 'f' && width == 4) return Typed<float>(to);
+    if (kind == 'i' && width == 8) return Typed<std::int64_t>(to);
+    if (kind == 'i' && width == 4) return Typed<std::int32_t>(to);
+    if (kind == 'i' && width == 2) return Typed<std::int16_t>(to);
+    if (kind == 'u' && width == 8) return Typed<std::uint64_t>(to);
+    if (kind == 'u' && width == 4) return Typed<std::uint32_t>(to);
+    if (kind == 'u' && width == 2) return Typed<std::uint16_t>(to);
+    if (width == 1 && kind == 'i') return Typed<std::int8_t>(to);
+    if (width == 1) return Typed<std::uint8_t>(to);
     throw py::value_error("a price column's number type is not supported");
   }
 
  private:
-  template <typename T, typename Take>
-  void Typed(Take take) const {
+  template <typename T>
+  void Typed(double* to) const {
     const auto* base = static_cast<const char*>(values_.data());
-    const py::ssize_t stride = values_.strides(0);
-    for (py::ssize_t i = 0; i < size(); ++i)
-      take(i, static_cast<double>(*reinterpret_cast<const T*>(base + i * stride)));
+    const py::ssize_t n = size(), stride = values_.strides(0);
+    if (stride == static_cast<py::ssize_t>(sizeof(T)) && reinterpret_cast<std::uintptr_t>(base) % alignof(T) == 0) {
+      // The usual contiguous column: a plain loop the compiler vectorises,
+      // a memory copy for doubles.
+      const T* from = reinterpret_cast<const T*>(base);
+      if constexpr (std::is_same_v<T, double>) {
+        if (n > 0) std::memcpy(to, from, sizeof(double) * static_cast<size_t>(n));
+      } else {
+        for (py::ssize_t i = 0; i < n; ++i) to[i] = static_cast<double>(from[i]);
+      }
+      return;
+    }
+    for (py::ssize_t i = 0; i < n; ++i) {
+      T v;
+      std::memcpy(&v, base + i * stride, sizeof(T));  // a strided view may be unaligned
+      to[i] = static_cast<double>(v);
+    }
   }
   py::array values_;
 };
@@ -77,30 +94,31 @@ Found FindColumns(const py::dict& columns) {
   return f;
 }
 
+// The number of bars of a date column.
+py::ssize_t DateCount(const py::array& column) {
+  if (column.ndim() != 1) throw py::value_error("column 'date' is not one-dimensional");
+  return column.shape(0);
+}
+
+bool HoldsTexts(const py::array& column) { return column.dtype().kind() == 'O' || column.dtype().kind() == 'U'; }
+
 // Text cells as the reader takes them; numbers as written.
-std::vector<double> Dates(const py::array& column) {
-  std::vector<double> dates;
-  if (column.dtype().kind() != 'O' && column.dtype().kind() != 'U') {
-    NumberColumn numbers(column, "date");
-    dates.resize(static_cast<size_t>(numbers.size()));
-    numbers.Each([&](py::ssize_t i, double v) { dates[i] = v; });
-    return dates;
-  }
+void CopyDates(const py::array& column, double* to) {
+  if (!HoldsTexts(column)) return NumberColumn(column, "date").CopyTo(to);
   for (const py::handle cell : column) {
     const std::string text = py::str(cell);
     int date = 0, time = 0;
     bool hasTime = false;
     if (!ParseDateCell(text, date, time, hasTime)) throw py::value_error("bad date '" + text + "'");
-    dates.push_back(hasTime ? MakeDateTime(date, time) : date);
+    *to++ = hasTime ? MakeDateTime(date, time) : date;
   }
-  return dates;
 }
 
 // A separate time column joined to plain dates, as the reader joins one.
-void JoinTimes(const py::array& column, std::vector<double>& dates) {
-  size_t i = 0;
+void JoinTimes(const py::array& column, double* dates, int bars) {
+  int i = 0;
   for (const py::handle cell : column) {
-    if (i >= dates.size()) break;
+    if (i >= bars) break;
     int time = 0;
     const std::string text = py::isinstance<py::str>(cell) ? cell.cast<std::string>() : std::string(py::str(cell));
     if (!ParseTimeCell(text, time)) throw py::value_error("bad time '" + text + "'");
@@ -129,18 +147,23 @@ void CheckLength(py::ssize_t size, int bars, const std::string& name) {
   if (size != bars) throw py::value_error("column '" + name + "' is not as long as the dates");
 }
 
-Prices MakePrices(const py::dict& columns, const std::optional<py::array>& indexDates) {
+// Made in place and handed over whole: the price data has no move, and a
+// copy would write every series a second time.
+std::unique_ptr<Prices> MakePrices(const py::dict& columns, const std::optional<py::array>& indexDates) {
   Found f = FindColumns(columns);
   if (!f.date && indexDates) f.date = indexDates, f.kinds.push_back({PriceColumn::kDate});
   if (const char* missing = MissingPriceColumn(f.kinds))
     throw py::value_error(std::string("the prices have no '") + missing + "' column" +
                           (std::string(missing) == "date" ? " (nor a DatetimeIndex)" : ""));
-  std::vector<double> dates = Dates(*f.date);
-  if (f.time) JoinTimes(*f.time, dates);
-  if (dates.size() > static_cast<size_t>(INT_MAX)) throw py::value_error("too many bars");
-  Prices p;
-  p.bars = static_cast<int>(dates.size());
-  Fill(p.data.GetSeries(kDateTime), p.bars, [&](double* to) { std::copy(dates.begin(), dates.end(), to); });
+  const py::ssize_t bars = DateCount(*f.date);
+  if (bars > INT_MAX) throw py::value_error("too many bars");
+  auto made = std::make_unique<Prices>();
+  Prices& p = *made;
+  p.bars = static_cast<int>(bars);
+  Fill(p.data.GetSeries(kDateTime), p.bars, [&](double* to) {
+    CopyDates(*f.date, to);
+    if (f.time) JoinTimes(*f.time, to, p.bars);
+  });
   for (const auto& [code, slot] : kSlotOfField) {
     SVector& series = p.data.GetSeries(slot);
     if (!f.field[code]) {
@@ -149,10 +172,10 @@ Prices MakePrices(const py::dict& columns, const std::optional<py::array>& index
     }
     NumberColumn numbers(*f.field[code], f.fieldName[code]);
     CheckLength(numbers.size(), p.bars, f.fieldName[code]);
-    Fill(series, p.bars, [&](double* to) { numbers.Each([&](py::ssize_t i, double v) { to[i] = v; }); });
+    Fill(series, p.bars, [&](double* to) { numbers.CopyTo(to); });
   }
   p.data.HasData = p.bars > 0;
-  return p;
+  return made;
 }
 
 }  // namespace
