@@ -38,13 +38,6 @@ py::array_t<double> Eval(const std::string& formula, Prices& prices, const std::
   return TakeSeries(std::move(result), prices.bars);
 }
 
-// Every kind of definition, in the order the tool's indicator calc looks.
-std::vector<int> AllKinds() {
-  std::vector<int> kinds;
-  for (const DefinitionKind& k : kDefinitionKinds) kinds.push_back(k.type);
-  return kinds;
-}
-
 using Variables = std::vector<std::pair<std::string, std::string>>;
 
 // name=value options of the tool's --var.
@@ -64,7 +57,11 @@ py::tuple Indicator(const std::string& name, Prices& prices, const std::string& 
   {
     LibraryCall call(language, indexDir);
     SIndex x;
-    status = PrepareNamed(ToolOptions({"calc", name}, VarOptions(variables)), AllKinds(), x, messages.err());
+    const CliOptions options = ToolOptions({"calc", name}, VarOptions(variables));
+    status = CachedDefinition(
+        "indicator\n" + name, AllKinds(), x, messages.err(),
+        [&](SIndex& read, std::ostream& err) { return ReadNamed(options.args, AllKinds(), read, err); });
+    if (status == kExitOk) status = FinishNamed(options, x, messages.err());
     if (status == kExitOk) {
       SFunctionList& functions = UserFunctions();
       x.SetFunction(&functions);

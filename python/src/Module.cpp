@@ -3,6 +3,9 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <map>
+
+#include "DefinitionText.h"
 
 using namespace chartcalc::detail;
 
@@ -12,17 +15,22 @@ std::mutex g_library;
 
 constexpr char kErrorPrefix[] = "error: ";
 
-// What identifies the function files' content: their paths, sizes and
-// modification times (a missing file counts as such).
-std::string FunctionFilesStamp() {
+// Definitions read at most this many ways are kept; more start the cache afresh.
+constexpr size_t kMaxCachedDefinitions = 64;
+
+// What identifies the content of the kinds' definition files in the index
+// directory: their paths, sizes and modification times (a missing file
+// counts as such).
+std::string FilesStamp(const std::vector<int>& kinds) {
   std::string stamp;
-  for (const SString& path : {getIndexDBFileName(kIndexUserFunction), getUserDBFileName(kIndexUserFunction)}) {
-    std::error_code ec;
-    const auto size = std::filesystem::file_size(path.c_str(), ec);
-    const auto time = std::filesystem::last_write_time(path.c_str(), ec);
-    stamp += std::string(path.c_str()) + "|" + std::to_string(ec ? -1 : static_cast<long long>(size)) + "|" +
-             std::to_string(ec ? 0 : time.time_since_epoch().count()) + "\n";
-  }
+  for (int kind : kinds)
+    for (const SString& path : {getIndexDBFileName(kind), getUserDBFileName(kind)}) {
+      std::error_code ec;
+      const auto size = std::filesystem::file_size(path.c_str(), ec);
+      const auto time = std::filesystem::last_write_time(path.c_str(), ec);
+      stamp += std::string(path.c_str()) + "|" + std::to_string(ec ? -1 : static_cast<long long>(size)) + "|" +
+               std::to_string(ec ? 0 : time.time_since_epoch().count()) + "\n";
+    }
   return stamp;
 }
 
@@ -36,12 +44,38 @@ LibraryCall::LibraryCall(int lang, const std::string& indexDir) : lock_(g_librar
 SFunctionList& UserFunctions() {
   static std::string stamp;
   static SFunctionList functions;
-  if (std::string now = FunctionFilesStamp(); now != stamp) {
+  if (std::string now = FilesStamp({kIndexUserFunction}); now != stamp) {
     functions = SFunctionList();
     functions.ReadFunction();
     stamp = std::move(now);
   }
   return functions;
+}
+
+std::vector<int> AllKinds() {
+  std::vector<int> kinds;
+  for (const DefinitionKind& k : kDefinitionKinds) kinds.push_back(k.type);
+  return kinds;
+}
+
+int CachedDefinition(const std::string& key, const std::vector<int>& kinds, SIndex& x, std::ostream& err,
+                     const std::function<int(SIndex&, std::ostream&)>& read) {
+  struct Read {
+    std::string stamp;
+    SIndex definition;
+  };
+  static std::map<std::string, Read> cache;
+  const std::string where = key + '\0' + std::to_string(GetLangType()) + '\0' + getIndexDir().str();
+  std::string stamp = FilesStamp(kinds);
+  if (auto it = cache.find(where); it != cache.end() && it->second.stamp == stamp) {
+    x = it->second.definition;
+    return kExitOk;
+  }
+  const int status = read(x, err);
+  if (status != kExitOk) return status;  // a missing definition may be added: asked again next time
+  if (cache.size() >= kMaxCachedDefinitions) cache.clear();
+  cache[where] = Read{std::move(stamp), x};
+  return kExitOk;
 }
 
 int LangOf(const std::string& lang) {

@@ -8,6 +8,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <functional>
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -43,6 +44,16 @@ class LibraryCall {
 // LibraryCall. Reading them costs far more than a small calculation, so
 // they are read again only when the directory or its function files change.
 SFunctionList& UserFunctions();
+
+// Every kind of definition, in the order the tool's indicator calc looks.
+std::vector<int> AllKinds();
+
+// The definition read(x, err) reads, from a cache of earlier reads under
+// the same key, language and index directory while the definition files of
+// the kinds stay as they were: a look-up in the definition databases costs
+// far more than a small calculation. Returns read's status.
+int CachedDefinition(const std::string& key, const std::vector<int>& kinds, SIndex& x, std::ostream& err,
+                     const std::function<int(SIndex&, std::ostream&)>& read);
 
 // The library's language number of "en" or "ko"; ValueError otherwise.
 int LangOf(const std::string& lang);

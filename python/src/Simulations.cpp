@@ -32,7 +32,11 @@ CliOptions RunOptions(const std::string& system, const Pairs& variables, const P
 // Reads the system, the settings and the tick into sim, bound to prices.
 int PrepareSimulation(const CliOptions& options, Prices& prices, SSimulation& sim, std::ostream& err) {
   SIndex system;
-  if (int status = ReadSystem(options, system, err); status != kExitOk) return status;
+  int status =
+      CachedDefinition("system\n" + options.args.at(0), AllKinds(), system, err,
+                       [&](SIndex& read, std::ostream& e) { return ReadSystemDefinition(options.args, read, e); });
+  if (status == kExitOk) status = FinishNamed(options, system, err);
+  if (status != kExitOk) return status;
   double tick = 0;
   if (!ApplySettings(options, sim, err) || !ReadTick(options, tick, err)) return kExitBadInput;
   sim.SetTickSize(tick);

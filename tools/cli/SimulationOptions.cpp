@@ -23,7 +23,11 @@ constexpr double kDefaultTick = 0.01;
 }  // namespace
 
 int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err) {
-  const std::vector<std::string>& args = options.args;
+  if (int status = ReadSystemDefinition(options.args, x, err); status != kExitOk) return status;
+  return FinishNamed(options, x, err);
+}
+
+int ReadSystemDefinition(const std::vector<std::string>& args, SIndex& x, std::ostream& err) {
   std::string name;
   if (args.size() == 1 && Utf8ToCp949(args[0], name) && StoredName(kIndexSystem, name).empty()) {
     for (const DefinitionKind& k : kDefinitionKinds) {
@@ -35,9 +39,7 @@ int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err) {
   }
   std::vector<std::string> words = {"backtest"};
   words.insert(words.end(), args.begin(), args.end());
-  CliOptions named = options;
-  named.args = words;
-  return PrepareNamed(named, {kIndexSystem}, x, err);
+  return ReadNamed(words, {kIndexSystem}, x, err);
 }
 
 bool ApplySettings(const CliOptions& options, SSimulation& sim, std::ostream& err) {

@@ -5,6 +5,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "Cli.h"
 #include "chartcalc.h"
@@ -13,6 +14,8 @@
 // trading system, with --var NAME=VALUE applied. Returns kExitOk, or the
 // exit status after a message.
 int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err);
+// The system named by args (one word) as stored, without --var.
+int ReadSystemDefinition(const std::vector<std::string>& args, SIndex& x, std::ostream& err);
 // --settings, then every --set in order. False after a message.
 bool ApplySettings(const CliOptions& options, SSimulation& sim, std::ostream& err);
 // The price step of --tick (0.01 without it). False after a message.
