@@ -31,24 +31,6 @@ namespace {
 
 std::string Utf8(const SString& cp949) { return Cp949ToUtf8Lossy(cp949.c_str()); }
 
-// One run as a host makes it. False after reporting a formula error.
-bool Run(SSimulation& sim, SPriceData& prices, SFunctionList& functions, std::ostream& err) {
-  auto s = [&prices](int slot) { return &prices.GetSeries(slot); };
-  sim.SetVariablePointer(s(kClose), s(kOpen), s(kHigh), s(kLow), s(kVolume), s(kDateTime), s(kOpenInterest), s(kAmount),
-                         s(kSpread));
-  sim.SetFunction(&functions);
-  sim.SetVariableToIndex();
-  sim.Index.Calc();
-  if (!ReportFormulaErrors(sim.Index, prices, functions, err)) return false;
-  sim.ProcessStop();
-  sim.Index.PreProcess();
-  sim.SetHistoryToZero();
-  sim.SetHistory();
-  sim.SummaryCount = 0;
-  sim.SetSummary();
-  return true;
-}
-
 // ---- output ---------------------------------------------------------------------
 
 // Code page 949 shows a Hangul syllable two columns wide in two bytes, so
@@ -115,13 +97,9 @@ std::string DateTimeText(double dt) {
 }
 
 std::string TradesCsv(const STradeTable& t) {
-  static const char* const kNames[STradeTable::kColumns] = {
-      "Direction",     "EntryDateTime", "EntryPrice", "EntryCostPrice", "ExitDateTime",  "ExitPrice",
-      "ExitCostPrice", "Quantity",      "ProfitLoss", "ReturnFactor",   "CumProfitLoss", "CumReturnFactor",
-      "Runup",         "Drawdown",      "EntryEff",   "ExitEff",        "TotalEff",      "BarsHeld"};
   std::string text;
   for (int c = 0; c < STradeTable::kColumns; ++c)
-    text += std::string(kNames[c]) + (c + 1 < STradeTable::kColumns ? "," : "\n");
+    text += std::string(kTradeColumnNames[c]) + (c + 1 < STradeTable::kColumns ? "," : "\n");
   for (int k = 0; k < t.GetCount(); ++k) {
     for (int c = 0; c < STradeTable::kColumns; ++c) {
       const SVector& column = t.Column(c);
@@ -196,7 +174,7 @@ int RunBacktest(const CliOptions& options, std::ostream& out, std::ostream& err)
   sim->SetSymbolName(SymbolName(options).c_str());
   sim->SetTickSize(tick);
   sim->SetIndex(system);
-  if (!Run(*sim, prices, functions, err)) return kExitFormula;
+  if (!RunSimulation(*sim, prices, functions, err)) return kExitFormula;
   if (!WriteOutput(
           options, "trades", [&] { return TradesCsv(sim->Trades); }, err) ||
       !WriteOutput(

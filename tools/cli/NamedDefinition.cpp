@@ -157,6 +157,10 @@ void BindPrices(SIndex& x, SPriceData& prices) {
 // Reads, overrides and checks a definition for calc and lookback.
 int PrepareNamed(const CliOptions& options, const std::vector<int>& kinds, SIndex& x, std::ostream& err) {
   if (int status = ReadNamed(options.args, kinds, x, err); status != kExitOk) return status;
+  return FinishNamed(options, x, err);
+}
+
+int FinishNamed(const CliOptions& options, SIndex& x, std::ostream& err) {
   if (!ApplyVariables(options, x, err)) return kExitBadInput;
   IndexError e = x.CheckError();
   if (e.Message.IsEmpty()) return kExitOk;

@@ -40,7 +40,9 @@ std::string StoredName(int kind, const std::string& name);
 int ReadNamed(const std::vector<std::string>& args, const std::vector<int>& kinds, SIndex& x, std::ostream& err);
 // Sets the values of --var NAME=VALUE, in order. False after a message.
 bool ApplyVariables(const CliOptions& options, SIndex& x, std::ostream& err);
-// ReadNamed, ApplyVariables, then the definition check.
+// ApplyVariables, then the definition check, on a definition as read.
+int FinishNamed(const CliOptions& options, SIndex& x, std::ostream& err);
+// ReadNamed, then FinishNamed.
 int PrepareNamed(const CliOptions& options, const std::vector<int>& kinds, SIndex& x, std::ostream& err);
 // A CSV cell holding text: quoted when it holds a comma, a quote or a line break.
 std::string CsvText(const std::string& text);

@@ -318,6 +318,26 @@ bool ParseDateCell(std::string_view cell, int& date, int& time, bool& hasTime) {
   return ParseTimeCell(cell.substr(11), time);
 }
 
+PriceColumn PriceColumnOf(std::string_view name) {
+  const std::string lower = Lower(Trim(name));
+  for (const ColumnName& c : kColumnNames) {
+    if (lower != c.name) continue;
+    if (c.column == kColDate) return {PriceColumn::kDate};
+    if (c.column == kColTime) return {PriceColumn::kTime};
+    return {PriceColumn::kField, kFieldOf[c.column]};
+  }
+  return {};
+}
+
+const char* MissingPriceColumn(const std::vector<PriceColumn>& found) {
+  for (size_t k = 0; k < std::size(kRequired); ++k) {
+    const PriceColumn wanted = PriceColumnOf(kRequiredNames[k]);
+    auto same = [&](const PriceColumn& c) { return c.kind == wanted.kind && c.field == wanted.field; };
+    if (std::none_of(found.begin(), found.end(), same)) return kRequiredNames[k];
+  }
+  return nullptr;
+}
+
 namespace {
 
 // Reads the lines of in as bars into out, sized for barRows bars once the

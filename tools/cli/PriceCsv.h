@@ -60,6 +60,18 @@ void AddBar(SPriceData& data, const PriceRow& row);
 // Overwrites the last bar with the row, one UpdateData per field.
 void UpdateLastBar(SPriceData& data, const PriceRow& row);
 
+// What a price column's name means, found as the reader finds a header
+// cell (ignoring case): the date (or date-time), the time of day, a price
+// field (with its field code), or nothing the reader uses.
+struct PriceColumn {
+  enum Kind { kNone, kDate, kTime, kField } kind = kNone;
+  int field = -1;
+};
+PriceColumn PriceColumnOf(std::string_view name);
+// The name of the first column a price table must have that the found
+// columns lack, or nullptr when none is missing.
+const char* MissingPriceColumn(const std::vector<PriceColumn>& found);
+
 // Number of bars of a record read by ReadPriceCsv.
 inline int Bars(const SPriceData& data) { return data.GetSeries(chartcalc::detail::kClose).GetSize(); }
 

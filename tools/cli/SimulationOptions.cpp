@@ -23,7 +23,11 @@ constexpr double kDefaultTick = 0.01;
 }  // namespace
 
 int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err) {
-  const std::vector<std::string>& args = options.args;
+  if (int status = ReadSystemDefinition(options.args, x, err); status != kExitOk) return status;
+  return FinishNamed(options, x, err);
+}
+
+int ReadSystemDefinition(const std::vector<std::string>& args, SIndex& x, std::ostream& err) {
   std::string name;
   if (args.size() == 1 && Utf8ToCp949(args[0], name) && StoredName(kIndexSystem, name).empty()) {
     for (const DefinitionKind& k : kDefinitionKinds) {
@@ -35,9 +39,7 @@ int ReadSystem(const CliOptions& options, SIndex& x, std::ostream& err) {
   }
   std::vector<std::string> words = {"backtest"};
   words.insert(words.end(), args.begin(), args.end());
-  CliOptions named = options;
-  named.args = words;
-  return PrepareNamed(named, {kIndexSystem}, x, err);
+  return ReadNamed(words, {kIndexSystem}, x, err);
 }
 
 bool ApplySettings(const CliOptions& options, SSimulation& sim, std::ostream& err) {
@@ -73,6 +75,28 @@ bool ReadTick(const CliOptions& options, double& tick, std::ostream& err) {
   if (ParseNumber(it->second, tick) && tick > 0) return true;
   err << "error: --tick takes a positive number, not '" << it->second << "'\n";
   return false;
+}
+
+const char* const kTradeColumnNames[STradeTable::kColumns] = {
+    "Direction",     "EntryDateTime", "EntryPrice", "EntryCostPrice", "ExitDateTime",  "ExitPrice",
+    "ExitCostPrice", "Quantity",      "ProfitLoss", "ReturnFactor",   "CumProfitLoss", "CumReturnFactor",
+    "Runup",         "Drawdown",      "EntryEff",   "ExitEff",        "TotalEff",      "BarsHeld"};
+
+bool RunSimulation(SSimulation& sim, SPriceData& prices, SFunctionList& functions, std::ostream& err) {
+  auto s = [&prices](int slot) { return &prices.GetSeries(slot); };
+  sim.SetVariablePointer(s(kClose), s(kOpen), s(kHigh), s(kLow), s(kVolume), s(kDateTime), s(kOpenInterest), s(kAmount),
+                         s(kSpread));
+  sim.SetFunction(&functions);
+  sim.SetVariableToIndex();
+  sim.Index.Calc();
+  if (!ReportFormulaErrors(sim.Index, prices, functions, err)) return false;
+  sim.ProcessStop();
+  sim.Index.PreProcess();
+  sim.SetHistoryToZero();
+  sim.SetHistory();
+  sim.SummaryCount = 0;
+  sim.SetSummary();
+  return true;
 }
 
 std::string SymbolName(const CliOptions& options) {

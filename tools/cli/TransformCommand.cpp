@@ -5,6 +5,7 @@
 //   the calculation left them (a reset writes its own) go to standard error
 //   as one line; --svg FILE also draws the chart.
 #include <algorithm>
+#include <limits>
 #include <span>
 #include <string>
 
@@ -12,53 +13,13 @@
 #include "NamedDefinition.h"
 #include "PriceCsv.h"
 #include "TransformSvg.h"
+#include "TransformTypes.h"
 #include "chartcalc.h"
 #include "core/FileUtil.h"
 
 using namespace chartcalc::detail;
 
 namespace {
-
-// ---- the chart types ----------------------------------------------------------
-
-// What a parameter holds. A result is written by the calculation and cannot
-// be given.
-enum class ParamKind { kNone, kCount, kSize, kResult };
-
-struct Param {
-  ParamKind kind = ParamKind::kNone;
-  const char* word = "";      // in the parameter line and the picture's title
-  const char* meaning = "";   // in --help
-  const char* fallback = "";  // used when the option is not given
-  long least = 1;             // the smallest count accepted
-  long most = 1000000;        // the largest: no chart shows more periods, lines or bands
-};
-
-// Which elements of the lines are rows, and which bar a row stands for.
-enum class RowSpan {
-  kElements,       // every element; the lines carry the datetime and bar
-  kAverages,       // the bars where the averages of lines 2 and 3 exist
-  kBarsFromStart,  // element k is bar (close start index + k)
-  kBarsByIndex,    // element i is bar i, from the close start index on
-};
-
-enum class Cell { kNone, kWhole, kNumber, kLetter, kRowBar, kRowDateTime };
-
-struct Column {
-  const char* header;
-  Cell cell = Cell::kNone;
-  int line = 0;
-};
-
-struct TransformType {
-  const char* name;
-  const char* title;
-  void (*calc)(SIndex& x, int reset, int from, int to);
-  Param p1, p2;
-  RowSpan rows;
-  std::span<const Column> columns;  // after n
-  TransformDrawing drawing;
-};
 
 // A picture of more marks than this would take minutes to open; the CSV
 // has no such limit.
@@ -157,6 +118,10 @@ const TransformType kTypes[] = {
      TransformDrawing::kBands},
 };
 
+}  // namespace
+
+std::span<const TransformType> TransformTypes() { return kTypes; }
+
 const TransformType* FindType(const std::string& name) {
   for (const TransformType& t : kTypes)
     if (name == t.name) return &t;
@@ -164,6 +129,8 @@ const TransformType* FindType(const std::string& name) {
 }
 
 // ---- parameters ---------------------------------------------------------------
+
+namespace {
 
 std::string OptionName(int k) { return k == 0 ? "--p1" : "--p2"; }
 
@@ -188,6 +155,8 @@ bool CheckParam(const TransformType& t, int k, const Param& p, const std::string
   }
   return true;
 }
+
+}  // namespace
 
 // Sets VarValue[0] and [1] from --p1 and --p2, or their fallbacks. False
 // after a message.
@@ -249,12 +218,11 @@ bool BarRange(const TransformType& t, const CliOptions& options, int bars, int& 
 
 // ---- the CSV ------------------------------------------------------------------
 
-struct RowRange {
-  int first = 0, end = 0;  // element indices [first, end)
-  int barOffset = 0;       // bar = element + barOffset
-};
+namespace {
 
 int Size(const SVector& v) { return std::max(v.GetSize(), 0); }
+
+}  // namespace
 
 RowRange RowsOf(const TransformType& t, const SIndex& x) {
   const SVector* close = x.PriceSeries[kClose];
@@ -273,6 +241,28 @@ RowRange RowsOf(const TransformType& t, const SIndex& x) {
   }
   return {0, Size(x.LineData[0])};
 }
+
+double CellValue(const Column& c, const SIndex& x, int row, int bar) {
+  const SVector& line = x.LineData[c.line];
+  const SVector* dateTime = x.PriceSeries[kDateTime];
+  switch (c.cell) {
+    case Cell::kWhole:
+    case Cell::kNumber:
+    case Cell::kLetter:
+      if (row < line.GetSize() && row >= std::max(line.GetStartIndex(), 0)) return line[row];
+      break;
+    case Cell::kRowBar:
+      return bar;
+    case Cell::kRowDateTime:
+      if (dateTime && bar < dateTime->GetSize()) return (*dateTime)[bar];
+      break;
+    case Cell::kNone:
+      break;
+  }
+  return std::numeric_limits<double>::quiet_NaN();
+}
+
+namespace {
 
 // A letter code as its character; 0 (a merged bar) as nothing.
 void AppendLetter(std::string& buf, double code) {
