@@ -8,7 +8,10 @@
 // scratch once a window: the shift keeps the squares from swamping the spread
 // of a series far from zero, the rebuild keeps the rounding of add-and-subtract
 // bounded and lets a NaN that entered a window leave it again.
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <vector>
 
 #include "calc/SCalcIndicators.h"
 #include "core/TextTable.h"
@@ -51,51 +54,153 @@ void RollLineSums(const double* x, int first, int end, int n, Emit emit) {
   }
 }
 
-// Sums over the window of n bars ending at a bar, of u = a - shiftA and
-// v = b - shiftB.
-struct PairSums {
-  double shiftA = 0.0, shiftB = 0.0;
-  double sa = 0.0, sb = 0.0, saa = 0.0, sbb = 0.0, sab = 0.0;
-  WindowChanges a, b;  // whether each series is flat over the window
+// ---- correlation: a and b side by side in the two lanes of one register ----
+
+using Lanes = double __attribute__((vector_size(16)));
+using LaneMask = long long __attribute__((vector_size(16)));
+
+Lanes BarOf(const double* a, const double* b, int i) { return Lanes{a[i], b[i]}; }
+
+// One bar's terms about a window's shift: u = a - shift, v = b - shift in
+// lanes, their squares, and u * v.
+struct PairTerms {
+  Lanes u, uu;
+  double uv;
 };
 
-// The sums of the window of n bars ending at bar i, taken afresh about a[i]
-// and b[i].
-PairSums PairSumsAt(const double* a, const double* b, int i, int n) {
-  PairSums w;
-  w.shiftA = a[i], w.shiftB = b[i];
-  for (int k = i - n + 1; k <= i; ++k) {
-    double u = a[k] - w.shiftA, v = b[k] - w.shiftB;
-    w.sa += u, w.sb += v, w.saa += u * u, w.sbb += v * v, w.sab += u * v;
+PairTerms TermsAbout(Lanes bar, Lanes shift) {
+  const Lanes u = bar - shift;
+  return {u, u * u, u[0] * u[1]};
+}
+
+// Sums of a window's terms.
+struct PairSums {
+  Lanes s = {0.0, 0.0}, ss = {0.0, 0.0};
+  double suv = 0.0;
+
+  void Add(const PairTerms& t) { s += t.u, ss += t.uu, suv += t.uv; }
+  void Replace(const PairTerms& in, const PairTerms& out) {
+    s += in.u - out.u, ss += in.uu - out.uu, suv += in.uv - out.uv;
   }
-  w.a.Recount(a, i, n);
-  w.b.Recount(b, i, n);
-  return w;
+};
+
+// Bit 1: a changed from the bar before; bit 2: b did. A NaN counts as a
+// change, as != has it.
+int ChangedBits(Lanes bar, Lanes before) {
+  const LaneMask changed = bar != before;
+#if defined(__SSE2__)
+  return __builtin_ia32_movmskpd(reinterpret_cast<Lanes>(changed));
+#else
+  return (changed[0] != 0) | (changed[1] != 0) << 1;
+#endif
 }
 
-// Moves the window from ending at bar i - 1 to ending at bar i.
-void SlidePairSums(PairSums& w, const double* a, const double* b, int i, int n) {
-  double u = a[i] - w.shiftA, v = b[i] - w.shiftB;
-  double uOut = a[i - n] - w.shiftA, vOut = b[i - n] - w.shiftB;
-  w.sa += u - uOut, w.sb += v - vOut;
-  w.saa += u * u - uOut * uOut, w.sbb += v * v - vOut * vOut, w.sab += u * v - uOut * vOut;
-  w.a.Slide(a, i, n);
-  w.b.Slide(b, i, n);
+// The bar-to-bar changes of a and b within a sliding window of n bars, kept
+// as the change bits of its last n - 1 bars. Integer counts are exact, so
+// they slide on for ever without being counted afresh.
+class WindowChangeCounts {
+ public:
+  // The window ending at bar i, counted afresh.
+  WindowChangeCounts(const double* a, const double* b, int i, int n) : bits_(std::max(n - 1, 0)) {
+    for (int k = i - n + 2, m = 0; k <= i; ++k, ++m) Push(m, ChangedBits(BarOf(a, b, k), BarOf(a, b, k - 1)));
+  }
+  // The window moves on by a bar with the given change bits.
+  void Slide(int bits) {
+    if (bits_.empty()) return;  // a one-bar window has no change in it
+    const int gone = bits_[oldest_];
+    changesA_ -= gone & 1, changesB_ -= gone >> 1;
+    Push(oldest_, bits);
+    if (++oldest_ == static_cast<int>(bits_.size())) oldest_ = 0;
+  }
+  bool EitherFlat() const { return changesA_ == 0 || changesB_ == 0; }
+
+ private:
+  void Push(int slot, int bits) {
+    bits_[slot] = static_cast<unsigned char>(bits);
+    changesA_ += bits & 1, changesB_ += bits >> 1;
+  }
+  std::vector<unsigned char> bits_;
+  int oldest_ = 0, changesA_ = 0, changesB_ = 0;
+};
+
+// What a bar's correlation is computed from.
+struct CorrelationParts {
+  double num;     // n^2 times the covariance
+  Lanes spreads;  // n^2 times the variances of a and b
+  bool flat;      // a or b is constant over the window
+};
+
+CorrelationParts PartsOf(const PairSums& w, double n, bool flat) {
+  return {n * w.suv - w.s[0] * w.s[1], Lanes{n, n} * w.ss - w.s * w.s, flat};
 }
 
-// Calls emit(i, sums) for every bar i of [first, end), first >= n - 1. The
-// bars go in blocks of n, the sums taken afresh at each block's first bar and
-// slid through the rest, so that the sliding loop has no test for a rebuild.
-template <class Emit>
-void RollPairSums(const double* a, const double* b, int first, int end, int n, Emit emit) {
+// A flat series gives 0, and so does one whose variance is lost in rounding.
+double CorrelationOf(const CorrelationParts& p) {
+  if (p.flat || p.spreads[0] <= 0.0 || p.spreads[1] <= 0.0) return 0.0;
+  return std::clamp(p.num / std::sqrt(p.spreads[0] * p.spreads[1]), -1.0, 1.0);
+}
+
+// Two bars' correlations at once: the division and the square root, which
+// bound this function's speed, take both lanes for the price of one. Each
+// lane rounds as CorrelationOf does and gives the same value.
+void CorrelationsOf(const CorrelationParts& p0, const CorrelationParts& p1, double* out) {
+#if defined(__SSE2__)
+  const Lanes spreadA = {p0.spreads[0], p1.spreads[0]}, spreadB = {p0.spreads[1], p1.spreads[1]};
+  const Lanes zero = {0.0, 0.0}, one = {1.0, 1.0}, minusOne = {-1.0, -1.0};
+  Lanes rho = Lanes{p0.num, p1.num} / __builtin_ia32_sqrtpd(spreadA * spreadB);
+  rho = one < rho ? one : rho;  // a NaN stays NaN, as with std::clamp
+  rho = rho < minusOne ? minusOne : rho;
+  const LaneMask none = (spreadA <= zero) | (spreadB <= zero) | LaneMask{-p0.flat, -p1.flat};
+  const LaneMask bits = reinterpret_cast<LaneMask>(rho) & ~none;
+  std::memcpy(out, &bits, sizeof bits);
+#else
+  out[0] = CorrelationOf(p0), out[1] = CorrelationOf(p1);
+#endif
+}
+
+// Writes the correlation of a and b over the window of n bars ending at each
+// bar of [first, end), first >= n - 1. The bars go in blocks of n, the sums
+// taken afresh about the block's first bar at that bar and slid through the
+// rest. The fresh sums of the next block are gathered one bar at a time
+// beside the sliding ones, so that their chain of adds overlaps the sliding
+// chain instead of stalling it once a window; the terms gathered are kept,
+// as they are the very terms that leave the window over the next block.
+void RollCorrelation(const double* a, const double* b, int first, int end, int n, double* out) {
+  const double count = n;
+  std::vector<PairTerms> leaving(n);  // [m]: the bar leaving at the block's (m + 1)-th slide
+  WindowChangeCounts changes(a, b, first, n);
+  PairSums sums;
+  for (int k = first - n + 1, m = 0; k <= first; ++k, ++m) {
+    leaving[m] = TermsAbout(BarOf(a, b, k), BarOf(a, b, first));
+    sums.Add(leaving[m]);
+  }
   for (int block = first; block < end; block += n) {
-    PairSums w = PairSumsAt(a, b, block, n);
-    emit(block, w);
-    const int blockEnd = std::min(end, block + n);
-    for (int i = block + 1; i < blockEnd; ++i) {
-      SlidePairSums(w, a, b, i, n);
-      emit(i, w);
+    const bool more = end - block > n;
+    const int blockEnd = more ? block + n : end;
+    const Lanes shift = BarOf(a, b, block), nextShift = BarOf(a, b, more ? blockEnd : block);
+    PairSums next;
+    Lanes before = shift;
+    auto slide = [&](int i) {
+      const Lanes bar = BarOf(a, b, i);
+      PairTerms& gone = leaving[i - block - 1];
+      sums.Replace(TermsAbout(bar, shift), gone);
+      changes.Slide(ChangedBits(bar, before));
+      before = bar;
+      if (more) next.Add(gone = TermsAbout(bar, nextShift));
+      return PartsOf(sums, count, changes.EitherFlat());
+    };
+    out[block] = CorrelationOf(PartsOf(sums, count, changes.EitherFlat()));
+    int i = block + 1;
+    for (; i + 1 < blockEnd; i += 2) {
+      const CorrelationParts p0 = slide(i);
+      CorrelationsOf(p0, slide(i + 1), out + i);
     }
+    if (i < blockEnd) out[i] = CorrelationOf(slide(i));
+    if (!more) return;
+    const Lanes head = BarOf(a, b, blockEnd);
+    next.Add(TermsAbout(head, nextShift));
+    changes.Slide(ChangedBits(head, before));
+    sums = next;
   }
 }
 
@@ -160,19 +265,7 @@ SVector CalcCorrelation(SCalc& calc, const SVector& a, const SVector& b, int per
   const int start = ShiftStart(s, period - 1);
   if (!both || start >= size) return ZeroSeries(size, start);
   SVector r = UnfilledSeries(size, start);  // every valid bar is written below
-  double* out = r.Data();
-  const double n = period;
-  RollPairSums(a.Data(), b.Data(), r.GetStartIndex(), size, period, [&](int i, const PairSums& w) {
-    double spreadA = n * w.saa - w.sa * w.sa;  // n^2 times the variance of a
-    double spreadB = n * w.sbb - w.sb * w.sb;
-    // A flat series stays 0, and so does one whose variance is lost in rounding.
-    if (w.a.Flat() || w.b.Flat() || spreadA <= 0.0 || spreadB <= 0.0) {
-      out[i] = 0.0;
-      return;
-    }
-    double rho = (n * w.sab - w.sa * w.sb) / std::sqrt(spreadA * spreadB);
-    out[i] = std::clamp(rho, -1.0, 1.0);
-  });
+  RollCorrelation(a.Data(), b.Data(), r.GetStartIndex(), size, period, r.Data());
   return r;
 }
 
