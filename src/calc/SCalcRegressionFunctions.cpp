@@ -13,6 +13,10 @@
 #include <cstring>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "calc/SCalcIndicators.h"
 #include "core/TextTable.h"
 
@@ -87,40 +91,42 @@ struct PairSums {
 // Bit 1: a changed from the bar before; bit 2: b did. A NaN counts as a
 // change, as != has it.
 int ChangedBits(Lanes bar, Lanes before) {
-  const LaneMask changed = bar != before;
 #if defined(__SSE2__)
-  return __builtin_ia32_movmskpd(reinterpret_cast<Lanes>(changed));
+  return _mm_movemask_pd(_mm_cmpneq_pd(bar, before));
 #else
+  const LaneMask changed = bar != before;
   return (changed[0] != 0) | (changed[1] != 0) << 1;
 #endif
 }
 
 // The bar-to-bar changes of a and b within a sliding window of n bars, kept
 // as the change bits of its last n - 1 bars. Integer counts are exact, so
-// they slide on for ever without being counted afresh.
+// they slide on for ever without being counted afresh. The bits are kept as
+// int, not char: a store to a char may alias anything, which would make the
+// compiler reload every pointer and sum of the loop around it.
 class WindowChangeCounts {
  public:
   // The window ending at bar i, counted afresh.
-  WindowChangeCounts(const double* a, const double* b, int i, int n) : bits_(std::max(n - 1, 0)) {
+  WindowChangeCounts(const double* a, const double* b, int i, int n) : bits_(std::max(n - 1, 0)), size_(n - 1) {
     for (int k = i - n + 2, m = 0; k <= i; ++k, ++m) Push(m, ChangedBits(BarOf(a, b, k), BarOf(a, b, k - 1)));
   }
   // The window moves on by a bar with the given change bits.
   void Slide(int bits) {
-    if (bits_.empty()) return;  // a one-bar window has no change in it
+    if (size_ < 1) return;  // a one-bar window has no change in it
     const int gone = bits_[oldest_];
     changesA_ -= gone & 1, changesB_ -= gone >> 1;
     Push(oldest_, bits);
-    if (++oldest_ == static_cast<int>(bits_.size())) oldest_ = 0;
+    if (++oldest_ == size_) oldest_ = 0;
   }
   bool EitherFlat() const { return changesA_ == 0 || changesB_ == 0; }
 
  private:
   void Push(int slot, int bits) {
-    bits_[slot] = static_cast<unsigned char>(bits);
+    bits_[slot] = bits;
     changesA_ += bits & 1, changesB_ += bits >> 1;
   }
-  std::vector<unsigned char> bits_;
-  int oldest_ = 0, changesA_ = 0, changesB_ = 0;
+  std::vector<int> bits_;
+  int size_, oldest_ = 0, changesA_ = 0, changesB_ = 0;
 };
 
 // What a bar's correlation is computed from.
@@ -145,17 +151,62 @@ double CorrelationOf(const CorrelationParts& p) {
 // lane rounds as CorrelationOf does and gives the same value.
 void CorrelationsOf(const CorrelationParts& p0, const CorrelationParts& p1, double* out) {
 #if defined(__SSE2__)
-  const Lanes spreadA = {p0.spreads[0], p1.spreads[0]}, spreadB = {p0.spreads[1], p1.spreads[1]};
-  const Lanes zero = {0.0, 0.0}, one = {1.0, 1.0}, minusOne = {-1.0, -1.0};
-  Lanes rho = Lanes{p0.num, p1.num} / __builtin_ia32_sqrtpd(spreadA * spreadB);
-  rho = one < rho ? one : rho;  // a NaN stays NaN, as with std::clamp
-  rho = rho < minusOne ? minusOne : rho;
-  const LaneMask none = (spreadA <= zero) | (spreadB <= zero) | LaneMask{-p0.flat, -p1.flat};
-  const LaneMask bits = reinterpret_cast<LaneMask>(rho) & ~none;
-  std::memcpy(out, &bits, sizeof bits);
-#else
-  out[0] = CorrelationOf(p0), out[1] = CorrelationOf(p1);
+  if (!(p0.flat || p1.flat)) {  // flat windows are rare: they take the scalar path
+    const __m128d spreadA = _mm_unpacklo_pd(p0.spreads, p1.spreads);
+    const __m128d spreadB = _mm_unpackhi_pd(p0.spreads, p1.spreads);
+    const __m128d quotient = _mm_div_pd(_mm_set_pd(p1.num, p0.num), _mm_sqrt_pd(_mm_mul_pd(spreadA, spreadB)));
+    // min(1, q) and max(-1, q) keep a NaN as std::clamp does: they return
+    // their second operand when either is NaN.
+    const __m128d rho = _mm_max_pd(_mm_set1_pd(-1.0), _mm_min_pd(_mm_set1_pd(1.0), quotient));
+    const __m128d zero = _mm_setzero_pd();
+    const __m128d none = _mm_or_pd(_mm_cmple_pd(spreadA, zero), _mm_cmple_pd(spreadB, zero));
+    _mm_storeu_pd(out, _mm_andnot_pd(none, rho));
+    return;
+  }
 #endif
+  out[0] = CorrelationOf(p0), out[1] = CorrelationOf(p1);
+}
+
+// What a block of bars shares while its sums slide.
+struct CorrelationRoll {
+  const double* a;
+  const double* b;
+  int n;
+  double count;                    // n as a double
+  std::vector<PairTerms> leaving;  // [m]: the bar leaving at a block's (m + 1)-th slide
+  WindowChangeCounts changes;
+};
+
+// Writes the correlations of the bars of [block, blockEnd), the sums at the
+// block's first bar given. With kGather, it also gathers the fresh sums of
+// the window ending at blockEnd about that bar, and returns them, keeping
+// their terms in r.leaving for the next block to take out.
+template <bool kGather>
+PairSums RollBlock(CorrelationRoll& r, PairSums sums, int block, int blockEnd, double* out) {
+  const double *a = r.a, *b = r.b;
+  const Lanes shift = BarOf(a, b, block), nextShift = BarOf(a, b, kGather ? blockEnd : block);
+  PairTerms* leaving = r.leaving.data();
+  PairSums next;
+  auto slide = [&](int i) {
+    const Lanes bar = BarOf(a, b, i);
+    PairTerms& gone = leaving[i - block - 1];
+    sums.Replace(TermsAbout(bar, shift), gone);
+    if (kGather) next.Add(gone = TermsAbout(bar, nextShift));
+    r.changes.Slide(ChangedBits(bar, BarOf(a, b, i - 1)));
+    return PartsOf(sums, r.count, r.changes.EitherFlat());
+  };
+  out[block] = CorrelationOf(PartsOf(sums, r.count, r.changes.EitherFlat()));
+  int i = block + 1;
+  for (; i + 1 < blockEnd; i += 2) {
+    const CorrelationParts p0 = slide(i);
+    CorrelationsOf(p0, slide(i + 1), out + i);
+  }
+  if (i < blockEnd) out[i] = CorrelationOf(slide(i));
+  if (kGather) {
+    next.Add(TermsAbout(BarOf(a, b, blockEnd), nextShift));
+    r.changes.Slide(ChangedBits(BarOf(a, b, blockEnd), BarOf(a, b, blockEnd - 1)));
+  }
+  return next;
 }
 
 // Writes the correlation of a and b over the window of n bars ending at each
@@ -166,42 +217,15 @@ void CorrelationsOf(const CorrelationParts& p0, const CorrelationParts& p1, doub
 // chain instead of stalling it once a window; the terms gathered are kept,
 // as they are the very terms that leave the window over the next block.
 void RollCorrelation(const double* a, const double* b, int first, int end, int n, double* out) {
-  const double count = n;
-  std::vector<PairTerms> leaving(n);  // [m]: the bar leaving at the block's (m + 1)-th slide
-  WindowChangeCounts changes(a, b, first, n);
+  CorrelationRoll r{a, b, n, static_cast<double>(n), std::vector<PairTerms>(n), WindowChangeCounts(a, b, first, n)};
   PairSums sums;
   for (int k = first - n + 1, m = 0; k <= first; ++k, ++m) {
-    leaving[m] = TermsAbout(BarOf(a, b, k), BarOf(a, b, first));
-    sums.Add(leaving[m]);
+    r.leaving[m] = TermsAbout(BarOf(a, b, k), BarOf(a, b, first));
+    sums.Add(r.leaving[m]);
   }
-  for (int block = first; block < end; block += n) {
-    const bool more = end - block > n;
-    const int blockEnd = more ? block + n : end;
-    const Lanes shift = BarOf(a, b, block), nextShift = BarOf(a, b, more ? blockEnd : block);
-    PairSums next;
-    Lanes before = shift;
-    auto slide = [&](int i) {
-      const Lanes bar = BarOf(a, b, i);
-      PairTerms& gone = leaving[i - block - 1];
-      sums.Replace(TermsAbout(bar, shift), gone);
-      changes.Slide(ChangedBits(bar, before));
-      before = bar;
-      if (more) next.Add(gone = TermsAbout(bar, nextShift));
-      return PartsOf(sums, count, changes.EitherFlat());
-    };
-    out[block] = CorrelationOf(PartsOf(sums, count, changes.EitherFlat()));
-    int i = block + 1;
-    for (; i + 1 < blockEnd; i += 2) {
-      const CorrelationParts p0 = slide(i);
-      CorrelationsOf(p0, slide(i + 1), out + i);
-    }
-    if (i < blockEnd) out[i] = CorrelationOf(slide(i));
-    if (!more) return;
-    const Lanes head = BarOf(a, b, blockEnd);
-    next.Add(TermsAbout(head, nextShift));
-    changes.Slide(ChangedBits(head, before));
-    sums = next;
-  }
+  int block = first;
+  for (; end - block > n; block += n) sums = RollBlock<true>(r, sums, block, block + n, out);
+  RollBlock<false>(r, sums, block, end, out);
 }
 
 // The result frame of a window statistic of x: x's size, valid from x's start
