@@ -99,34 +99,23 @@ int ChangedBits(Lanes bar, Lanes before) {
 #endif
 }
 
-// The bar-to-bar changes of a and b within a sliding window of n bars, kept
-// as the change bits of its last n - 1 bars. Integer counts are exact, so
-// they slide on for ever without being counted afresh. The bits are kept as
-// int, not char: a store to a char may alias anything, which would make the
-// compiler reload every pointer and sum of the loop around it.
-class WindowChangeCounts {
- public:
-  // The window ending at bar i, counted afresh.
-  WindowChangeCounts(const double* a, const double* b, int i, int n) : bits_(std::max(n - 1, 0)), size_(n - 1) {
-    for (int k = i - n + 2, m = 0; k <= i; ++k, ++m) Push(m, ChangedBits(BarOf(a, b, k), BarOf(a, b, k - 1)));
-  }
-  // The window moves on by a bar with the given change bits.
-  void Slide(int bits) {
-    if (size_ < 1) return;  // a one-bar window has no change in it
-    const int gone = bits_[oldest_];
-    changesA_ -= gone & 1, changesB_ -= gone >> 1;
-    Push(oldest_, bits);
-    if (++oldest_ == size_) oldest_ = 0;
-  }
-  bool EitherFlat() const { return changesA_ == 0 || changesB_ == 0; }
+// The last bar at which a changed from the bar before, and the same for b: a
+// window of n bars ending at bar i is flat in a series when that series last
+// changed at or before its first bar. One exact test a bar, whatever the
+// period, and nothing to count afresh.
+struct LastChanges {
+  int a, b;
 
- private:
-  void Push(int slot, int bits) {
-    bits_[slot] = bits;
-    changesA_ += bits & 1, changesB_ += bits >> 1;
+  // Seen up to bar i, from bar i - n + 2 on (an earlier change does not
+  // matter to the window ending at bar i).
+  LastChanges(const double* x, const double* y, int i, int n) : a(i - n + 1), b(i - n + 1) {
+    for (int k = i - n + 2; k <= i; ++k) See(k, ChangedBits(BarOf(x, y, k), BarOf(x, y, k - 1)));
   }
-  std::vector<int> bits_;
-  int size_, oldest_ = 0, changesA_ = 0, changesB_ = 0;
+  void See(int i, int bits) {
+    a = bits & 1 ? i : a;
+    b = bits & 2 ? i : b;
+  }
+  bool EitherFlat(int i, int n) const { return std::min(a, b) <= i - n + 1; }
 };
 
 // What a bar's correlation is computed from.
@@ -174,7 +163,7 @@ struct CorrelationRoll {
   int n;
   double count;                    // n as a double
   std::vector<PairTerms> leaving;  // [m]: the bar leaving at a block's (m + 1)-th slide
-  WindowChangeCounts changes;
+  LastChanges changes;
 };
 
 // Writes the correlations of the bars of [block, blockEnd), the sums at the
@@ -192,10 +181,10 @@ PairSums RollBlock(CorrelationRoll& r, PairSums sums, int block, int blockEnd, d
     PairTerms& gone = leaving[i - block - 1];
     sums.Replace(TermsAbout(bar, shift), gone);
     if (kGather) next.Add(gone = TermsAbout(bar, nextShift));
-    r.changes.Slide(ChangedBits(bar, BarOf(a, b, i - 1)));
-    return PartsOf(sums, r.count, r.changes.EitherFlat());
+    r.changes.See(i, ChangedBits(bar, BarOf(a, b, i - 1)));
+    return PartsOf(sums, r.count, r.changes.EitherFlat(i, r.n));
   };
-  out[block] = CorrelationOf(PartsOf(sums, r.count, r.changes.EitherFlat()));
+  out[block] = CorrelationOf(PartsOf(sums, r.count, r.changes.EitherFlat(block, r.n)));
   int i = block + 1;
   for (; i + 1 < blockEnd; i += 2) {
     const CorrelationParts p0 = slide(i);
@@ -204,7 +193,7 @@ PairSums RollBlock(CorrelationRoll& r, PairSums sums, int block, int blockEnd, d
   if (i < blockEnd) out[i] = CorrelationOf(slide(i));
   if (kGather) {
     next.Add(TermsAbout(BarOf(a, b, blockEnd), nextShift));
-    r.changes.Slide(ChangedBits(BarOf(a, b, blockEnd), BarOf(a, b, blockEnd - 1)));
+    r.changes.See(blockEnd, ChangedBits(BarOf(a, b, blockEnd), BarOf(a, b, blockEnd - 1)));
   }
   return next;
 }
@@ -217,7 +206,7 @@ PairSums RollBlock(CorrelationRoll& r, PairSums sums, int block, int blockEnd, d
 // chain instead of stalling it once a window; the terms gathered are kept,
 // as they are the very terms that leave the window over the next block.
 void RollCorrelation(const double* a, const double* b, int first, int end, int n, double* out) {
-  CorrelationRoll r{a, b, n, static_cast<double>(n), std::vector<PairTerms>(n), WindowChangeCounts(a, b, first, n)};
+  CorrelationRoll r{a, b, n, static_cast<double>(n), std::vector<PairTerms>(n), LastChanges(a, b, first, n)};
   PairSums sums;
   for (int k = first - n + 1, m = 0; k <= first; ++k, ++m) {
     r.leaving[m] = TermsAbout(BarOf(a, b, k), BarOf(a, b, first));
