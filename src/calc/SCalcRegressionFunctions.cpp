@@ -10,7 +10,6 @@
 // bounded and lets a NaN that entered a window leave it again.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 #if defined(__SSE2__)
