@@ -55,11 +55,14 @@ void ExpectEveryBar(const SVector& got, int first, Want want, const std::string&
   }
 }
 
-// Prices with flat runs of 1 to 5 bars, far from zero.
-SVector SteppedSeries(int n, uint64_t seed, double level) {
-  const SVector walk = WalkSeries(seed, level, n);
+// Values on a grid of tenths, which binary cannot hold exactly: running sums
+// of them leave rounding noise that can read as a small positive variance.
+SVector TenthsSeries(uint64_t seed, int n) {
   SVector x(n);
-  for (int i = 0; i < n; ++i) x[i] = (i % 7 < 2 || i % 11 == 3) && i > 0 ? x[i - 1] : walk[i];
+  for (int i = 0; i < n; ++i) {
+    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+    x[i] = 0.1 * static_cast<double>((seed >> 33) % 1000) + 0.7;
+  }
   return x;
 }
 
@@ -68,7 +71,7 @@ TEST(SlidingWindows, EveryPeriodAgainstEveryLastBlockLengthMatchesTheDirectSums)
   for (int p = 1; p <= 24; ++p) {
     for (int tail = 0; tail < p + 2; ++tail) {  // bars after the last full block
       const int n = 2 + 3 * p + tail, start = p % 3;
-      SVector a = SteppedSeries(n, 5, 1e4), b = WalkSeries(11, 40, n);
+      SVector a = TenthsSeries(5, n) + SVector(1e4), b = WalkSeries(11, 40, n);
       a.SetStartIndex(start);
       const std::string at = "p=" + std::to_string(p) + " n=" + std::to_string(n);
       SVector w;
@@ -93,7 +96,7 @@ TEST(SlidingWindows, ANaNLeavesTheSumsWithinAPeriodOfLeavingTheWindow) {
   for (int p : {2, 5, 8}) {
     for (int at = p; at < 3 * p; ++at) {
       for (bool inA : {true, false}) {
-        SVector a = WalkSeries(3, 100, kBars), b = SteppedSeries(kBars, 9, 7);
+        SVector a = WalkSeries(3, 100, kBars), b = TenthsSeries(9, kBars);
         (inA ? a : b)[at] = NAN;
         const std::string what = "p=" + std::to_string(p) + " NaN at " + std::to_string(at) + (inA ? " in a" : " in b");
         SVector w;
@@ -110,17 +113,6 @@ TEST(SlidingWindows, ANaNLeavesTheSumsWithinAPeriodOfLeavingTheWindow) {
       }
     }
   }
-}
-
-// Values on a grid of tenths, which binary cannot hold exactly: running sums
-// of them leave rounding noise that can read as a small positive variance.
-SVector TenthsSeries(uint64_t seed, int n) {
-  SVector x(n);
-  for (int i = 0; i < n; ++i) {
-    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
-    x[i] = 0.1 * static_cast<double>((seed >> 33) % 1000) + 0.7;
-  }
-  return x;
 }
 
 // Flat stretches end and start at every phase of the blocks and of the bar
