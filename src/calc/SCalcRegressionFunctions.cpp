@@ -8,7 +8,13 @@
 // scratch once a window: the shift keeps the squares from swamping the spread
 // of a series far from zero, the rebuild keeps the rounding of add-and-subtract
 // bounded and lets a NaN that entered a window leave it again.
+#include <algorithm>
 #include <cmath>
+#include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "calc/SCalcIndicators.h"
 #include "core/TextTable.h"
@@ -51,52 +57,163 @@ void RollLineSums(const double* x, int first, int end, int n, Emit emit) {
   }
 }
 
-// Sums over the window of n bars ending at a bar, of u = a - shiftA and
-// v = b - shiftB.
-struct PairSums {
-  double shiftA = 0.0, shiftB = 0.0;
-  double sa = 0.0, sb = 0.0, saa = 0.0, sbb = 0.0, sab = 0.0;
-  WindowChanges a, b;  // whether each series is flat over the window
+// ---- correlation: a and b side by side in the two lanes of one register ----
+
+using Lanes = double __attribute__((vector_size(16)));
+using LaneMask = long long __attribute__((vector_size(16)));
+
+Lanes BarOf(const double* a, const double* b, int i) { return Lanes{a[i], b[i]}; }
+
+// One bar's terms about a window's shift: u = a - shift, v = b - shift in
+// lanes, their squares, and u * v.
+struct PairTerms {
+  Lanes u, uu;
+  double uv;
 };
 
-// The sums of the window of n bars ending at bar i, taken afresh about a[i]
-// and b[i].
-PairSums PairSumsAt(const double* a, const double* b, int i, int n) {
-  PairSums w;
-  w.shiftA = a[i], w.shiftB = b[i];
-  for (int k = i - n + 1; k <= i; ++k) {
-    double u = a[k] - w.shiftA, v = b[k] - w.shiftB;
-    w.sa += u, w.sb += v, w.saa += u * u, w.sbb += v * v, w.sab += u * v;
-  }
-  w.a.Recount(a, i, n);
-  w.b.Recount(b, i, n);
-  return w;
+PairTerms TermsAbout(Lanes bar, Lanes shift) {
+  const Lanes u = bar - shift;
+  return {u, u * u, u[0] * u[1]};
 }
 
-// Moves the window from ending at bar i - 1 to ending at bar i.
-void SlidePairSums(PairSums& w, const double* a, const double* b, int i, int n) {
-  double u = a[i] - w.shiftA, v = b[i] - w.shiftB;
-  double uOut = a[i - n] - w.shiftA, vOut = b[i - n] - w.shiftB;
-  w.sa += u - uOut, w.sb += v - vOut;
-  w.saa += u * u - uOut * uOut, w.sbb += v * v - vOut * vOut, w.sab += u * v - uOut * vOut;
-  w.a.Slide(a, i, n);
-  w.b.Slide(b, i, n);
+// Sums of a window's terms.
+struct PairSums {
+  Lanes s = {0.0, 0.0}, ss = {0.0, 0.0};
+  double suv = 0.0;
+
+  void Add(const PairTerms& t) { s += t.u, ss += t.uu, suv += t.uv; }
+  void Replace(const PairTerms& in, const PairTerms& out) {
+    s += in.u - out.u, ss += in.uu - out.uu, suv += in.uv - out.uv;
+  }
+};
+
+// Bit 1: a changed from the bar before; bit 2: b did. A NaN counts as a
+// change, as != has it.
+int ChangedBits(Lanes bar, Lanes before) {
+#if defined(__SSE2__)
+  return _mm_movemask_pd(_mm_cmpneq_pd(bar, before));
+#else
+  const LaneMask changed = bar != before;
+  return (changed[0] != 0) | (changed[1] != 0) << 1;
+#endif
 }
 
-// Calls emit(i, sums) for every bar i of [first, end), first >= n - 1. The
-// bars go in blocks of n, the sums taken afresh at each block's first bar and
-// slid through the rest, so that the sliding loop has no test for a rebuild.
-template <class Emit>
-void RollPairSums(const double* a, const double* b, int first, int end, int n, Emit emit) {
-  for (int block = first; block < end; block += n) {
-    PairSums w = PairSumsAt(a, b, block, n);
-    emit(block, w);
-    const int blockEnd = std::min(end, block + n);
-    for (int i = block + 1; i < blockEnd; ++i) {
-      SlidePairSums(w, a, b, i, n);
-      emit(i, w);
-    }
+// The last bar at which a changed from the bar before, and the same for b: a
+// window of n bars ending at bar i is flat in a series when that series last
+// changed at or before its first bar. One exact test a bar, whatever the
+// period, and nothing to count afresh.
+struct LastChanges {
+  int a, b;
+
+  // Seen up to bar i, from bar i - n + 2 on (an earlier change does not
+  // matter to the window ending at bar i).
+  LastChanges(const double* x, const double* y, int i, int n) : a(i - n + 1), b(i - n + 1) {
+    for (int k = i - n + 2; k <= i; ++k) See(k, ChangedBits(BarOf(x, y, k), BarOf(x, y, k - 1)));
   }
+  void See(int i, int bits) {
+    a = bits & 1 ? i : a;
+    b = bits & 2 ? i : b;
+  }
+  bool EitherFlat(int i, int n) const { return std::min(a, b) <= i - n + 1; }
+};
+
+// What a bar's correlation is computed from.
+struct CorrelationParts {
+  double num;     // n^2 times the covariance
+  Lanes spreads;  // n^2 times the variances of a and b
+  bool flat;      // a or b is constant over the window
+};
+
+CorrelationParts PartsOf(const PairSums& w, double n, bool flat) {
+  return {n * w.suv - w.s[0] * w.s[1], Lanes{n, n} * w.ss - w.s * w.s, flat};
+}
+
+// A flat series gives 0, and so does one whose variance is lost in rounding.
+double CorrelationOf(const CorrelationParts& p) {
+  if (p.flat || p.spreads[0] <= 0.0 || p.spreads[1] <= 0.0) return 0.0;
+  return std::clamp(p.num / std::sqrt(p.spreads[0] * p.spreads[1]), -1.0, 1.0);
+}
+
+// Two bars' correlations at once: the division and the square root, which
+// bound this function's speed, take both lanes for the price of one. Each
+// lane rounds as CorrelationOf does and gives the same value.
+void CorrelationsOf(const CorrelationParts& p0, const CorrelationParts& p1, double* out) {
+#if defined(__SSE2__)
+  if (!(p0.flat || p1.flat)) {  // flat windows are rare: they take the scalar path
+    const __m128d spreadA = _mm_unpacklo_pd(p0.spreads, p1.spreads);
+    const __m128d spreadB = _mm_unpackhi_pd(p0.spreads, p1.spreads);
+    const __m128d quotient = _mm_div_pd(_mm_set_pd(p1.num, p0.num), _mm_sqrt_pd(_mm_mul_pd(spreadA, spreadB)));
+    // min(1, q) and max(-1, q) keep a NaN as std::clamp does: they return
+    // their second operand when either is NaN.
+    const __m128d rho = _mm_max_pd(_mm_set1_pd(-1.0), _mm_min_pd(_mm_set1_pd(1.0), quotient));
+    const __m128d zero = _mm_setzero_pd();
+    const __m128d none = _mm_or_pd(_mm_cmple_pd(spreadA, zero), _mm_cmple_pd(spreadB, zero));
+    _mm_storeu_pd(out, _mm_andnot_pd(none, rho));
+    return;
+  }
+#endif
+  out[0] = CorrelationOf(p0), out[1] = CorrelationOf(p1);
+}
+
+// What a block of bars shares while its sums slide.
+struct CorrelationRoll {
+  const double* a;
+  const double* b;
+  int n;
+  double count;                    // n as a double
+  std::vector<PairTerms> leaving;  // [m]: the bar leaving at a block's (m + 1)-th slide
+  LastChanges changes;
+};
+
+// Writes the correlations of the bars of [block, blockEnd), the sums at the
+// block's first bar given. With kGather, it also gathers the fresh sums of
+// the window ending at blockEnd about that bar, and returns them, keeping
+// their terms in r.leaving for the next block to take out.
+template <bool kGather>
+PairSums RollBlock(CorrelationRoll& r, PairSums sums, int block, int blockEnd, double* out) {
+  const double *a = r.a, *b = r.b;
+  const Lanes shift = BarOf(a, b, block), nextShift = BarOf(a, b, kGather ? blockEnd : block);
+  PairTerms* leaving = r.leaving.data();
+  PairSums next;
+  auto slide = [&](int i) {
+    const Lanes bar = BarOf(a, b, i);
+    PairTerms& gone = leaving[i - block - 1];
+    sums.Replace(TermsAbout(bar, shift), gone);
+    if (kGather) next.Add(gone = TermsAbout(bar, nextShift));
+    r.changes.See(i, ChangedBits(bar, BarOf(a, b, i - 1)));
+    return PartsOf(sums, r.count, r.changes.EitherFlat(i, r.n));
+  };
+  out[block] = CorrelationOf(PartsOf(sums, r.count, r.changes.EitherFlat(block, r.n)));
+  int i = block + 1;
+  for (; i + 1 < blockEnd; i += 2) {
+    const CorrelationParts p0 = slide(i);
+    CorrelationsOf(p0, slide(i + 1), out + i);
+  }
+  if (i < blockEnd) out[i] = CorrelationOf(slide(i));
+  if (kGather) {
+    next.Add(TermsAbout(BarOf(a, b, blockEnd), nextShift));
+    r.changes.See(blockEnd, ChangedBits(BarOf(a, b, blockEnd), BarOf(a, b, blockEnd - 1)));
+  }
+  return next;
+}
+
+// Writes the correlation of a and b over the window of n bars ending at each
+// bar of [first, end), first >= n - 1. The bars go in blocks of n, the sums
+// taken afresh about the block's first bar at that bar and slid through the
+// rest. The fresh sums of the next block are gathered one bar at a time
+// beside the sliding ones, so that their chain of adds overlaps the sliding
+// chain instead of stalling it once a window; the terms gathered are kept,
+// as they are the very terms that leave the window over the next block.
+void RollCorrelation(const double* a, const double* b, int first, int end, int n, double* out) {
+  CorrelationRoll r{a, b, n, static_cast<double>(n), std::vector<PairTerms>(n), LastChanges(a, b, first, n)};
+  PairSums sums;
+  for (int k = first - n + 1, m = 0; k <= first; ++k, ++m) {
+    r.leaving[m] = TermsAbout(BarOf(a, b, k), BarOf(a, b, first));
+    sums.Add(r.leaving[m]);
+  }
+  int block = first;
+  for (; end - block > n; block += n) sums = RollBlock<true>(r, sums, block, block + n, out);
+  RollBlock<false>(r, sums, block, end, out);
 }
 
 // The result frame of a window statistic of x: x's size, valid from x's start
@@ -160,19 +277,7 @@ SVector CalcCorrelation(SCalc& calc, const SVector& a, const SVector& b, int per
   const int start = ShiftStart(s, period - 1);
   if (!both || start >= size) return ZeroSeries(size, start);
   SVector r = UnfilledSeries(size, start);  // every valid bar is written below
-  double* out = r.Data();
-  const double n = period;
-  RollPairSums(a.Data(), b.Data(), r.GetStartIndex(), size, period, [&](int i, const PairSums& w) {
-    double spreadA = n * w.saa - w.sa * w.sa;  // n^2 times the variance of a
-    double spreadB = n * w.sbb - w.sb * w.sb;
-    // A flat series stays 0, and so does one whose variance is lost in rounding.
-    if (w.a.Flat() || w.b.Flat() || spreadA <= 0.0 || spreadB <= 0.0) {
-      out[i] = 0.0;
-      return;
-    }
-    double rho = (n * w.sab - w.sa * w.sb) / std::sqrt(spreadA * spreadB);
-    out[i] = std::clamp(rho, -1.0, 1.0);
-  });
+  RollCorrelation(a.Data(), b.Data(), r.GetStartIndex(), size, period, r.Data());
   return r;
 }
 

@@ -120,31 +120,73 @@ void SVector::CalcEAvg(const SVector& src, int period) {
   *this = std::move(out);
 }
 
+namespace {
+
+// The weighted and the plain sum of a window, side by side in one register
+// pair, so that a term goes into both with one multiply and one add. Each
+// lane rounds as the scalar operation would.
+using WindowPair = double __attribute__((vector_size(16)));
+
+// Folds bar value y into both sums with its weight and steps the weight down
+// to the next, older bar's (the plain sum's weight stays 1).
+inline void AddWeighted(WindowPair& sums, WindowPair& weight, double y) {
+  constexpr WindowPair kOlder = {1.0, 0.0};
+  sums += weight * WindowPair{y, y};
+  weight -= kOlder;
+}
+
+// The sums of the window of p bars whose newest bar is *head, taken afresh
+// newest bar first, the newest weighing p.
+WindowPair FreshWindowSums(const double* head, int p) {
+  WindowPair sums = {0.0, 0.0}, weight = {static_cast<double>(p), 1.0};
+  for (int m = 0; m < p; ++m) AddWeighted(sums, weight, head[-m]);
+  return sums;
+}
+
+// Fills d[first, end) with the weighted averages of x. The bars go in blocks
+// of p, the sums taken afresh at each block's first bar and slid through the
+// rest with W(i) = W(i-1) + p * x[i] - S(i-1). While a block slides, the next
+// block's fresh sums are gathered one term a bar beside it: their chain does
+// not depend on the sliding sums, so the two overlap, where a rebuild run on
+// its own stalls the sliding chain for p dependent adds once a window.
+void WeightedAverages(const double* x, int first, int end, int p, double* d) {
+  const double norm = 2.0 / (static_cast<double>(p) * (p + 1.0));
+  const double newest = p;
+  WindowPair sums = FreshWindowSums(x + first, p);
+  int block = first;
+  for (;; block += p) {
+    double w = sums[0], s = sums[1];
+    d[block] = w * norm;
+    const bool last = end - block <= p;
+    const int blockEnd = last ? end : block + p;
+    if (last) {
+      for (int i = block + 1; i < blockEnd; ++i) {
+        w += newest * x[i] - s;
+        s += x[i] - x[i - p];
+        d[i] = w * norm;
+      }
+      return;
+    }
+    const double* next = x + blockEnd;  // the newest bar of the next block's first window
+    WindowPair nextSums = {0.0, 0.0}, weight = {newest, 1.0};
+    for (int i = block + 1; i < blockEnd; ++i) {
+      w += newest * x[i] - s;
+      s += x[i] - x[i - p];
+      d[i] = w * norm;
+      AddWeighted(nextSums, weight, next[block + 1 - i]);
+    }
+    AddWeighted(nextSums, weight, next[1 - p]);
+    sums = nextSums;
+  }
+}
+
+}  // namespace
+
 // Linearly weighted average: the newest bar weighs `period`, the oldest 1.
-// The weighted sum is updated from the plain window sum:
-// W(i) = W(i-1) + period * x[i] - S(i-1).
 void SVector::CalcWAvg(const SVector& src, int period) {
   SVector out = Frame(src, period);
   int first, end;
-  if (ValidRange(out, first, end)) {
-    const double* x = src.Data();
-    double* d = out.Data();
-    const double norm = 2.0 / (static_cast<double>(period) * (period + 1.0));
-    double w = 0.0, s = 0.0;
-    int rebuild = 0;
-    for (int i = first; i < end; ++i) {
-      if (rebuild == 0) {
-        w = s = 0.0;
-        for (int k = 0; k < period; ++k) w += (period - k) * x[i - k], s += x[i - k];
-        rebuild = period;
-      } else {
-        w += period * x[i] - s;
-        s += x[i] - x[i - period];
-      }
-      --rebuild;
-      d[i] = w * norm;
-    }
-  }
+  if (ValidRange(out, first, end)) WeightedAverages(src.Data(), first, end, period, out.Data());
   *this = std::move(out);
 }
 
@@ -195,8 +237,7 @@ void SVector::CalcGAvg(const SVector& src, int period) {
     }
     const double inv = 1.0 / period;
     WindowSums(logs, first, end, period, kIdentity, [&](int i, double s) { d[i] = s * inv; });
-    WindowSums(bad, first, end, period, kIdentity,
-               [&](int i, double s) { d[i] = s > 0.5 ? 0.0 : std::exp(d[i]); });
+    WindowSums(bad, first, end, period, kIdentity, [&](int i, double s) { d[i] = s > 0.5 ? 0.0 : std::exp(d[i]); });
   }
   *this = std::move(out);
 }
@@ -210,9 +251,8 @@ void SVector::CalcHAvg(const SVector& src, int period) {
     auto inverse = [](double v) { return v == 0.0 ? 0.0 : 1.0 / v; };
     auto zero = [](double v) { return v == 0.0 ? 1.0 : 0.0; };
     WindowSums(src.Data(), first, end, period, inverse, [&](int i, double s) { d[i] = s; });
-    WindowSums(src.Data(), first, end, period, zero, [&](int i, double z) {
-      d[i] = (z > 0.5 || d[i] == 0.0) ? 0.0 : period / d[i];
-    });
+    WindowSums(src.Data(), first, end, period, zero,
+               [&](int i, double z) { d[i] = (z > 0.5 || d[i] == 0.0) ? 0.0 : period / d[i]; });
   }
   *this = std::move(out);
 }
@@ -298,9 +338,8 @@ void SVector::CalcAvgCum(const SVector& src, int n) {
 // bar, so every bar so far counts as the period: the first bar is taken as it
 // is and the average settles as history grows.
 void SVector::CalcEAvgCum(const SVector& src, int n) {
-  *this = Cumulative(src, n, [](int k, int, double x, double& acc) {
-    return acc = (k == 1) ? x : acc + 2.0 / (k + 1.0) * (x - acc);
-  });
+  *this = Cumulative(
+      src, n, [](int k, int, double x, double& acc) { return acc = (k == 1) ? x : acc + 2.0 / (k + 1.0) * (x - acc); });
 }
 
 // Weights 1 .. k over the k bars so far, the newest weighing k.
@@ -314,7 +353,6 @@ void SVector::CalcWAvgCum(const SVector& src, int n) {
 // r[s] = x[s]; later r[i] = ((i - 1) / i) * r[i - 1] + x[i] with i the bar
 // number itself.
 void SVector::CalcESumCum(const SVector& src, int n) {
-  *this = Cumulative(src, n, [](int k, int i, double x, double& acc) {
-    return acc = (k == 1) ? x : (i - 1.0) / i * acc + x;
-  });
+  *this = Cumulative(src, n,
+                     [](int k, int i, double x, double& acc) { return acc = (k == 1) ? x : (i - 1.0) / i * acc + x; });
 }
