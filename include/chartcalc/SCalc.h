@@ -214,6 +214,7 @@ class SCalc {
   SVector PrimName();
   SVector PrimFunctionCall(const char* name, int family);
   TokenValue KeywordToken(const char* name) const;
+  int BoundArgumentSlot(const char* name, const char* after);
   void CopyFrom(const SCalc& other);
   static void ZeroWarmUp(SVector& result);
 

@@ -214,16 +214,33 @@ void SCalc::CopyTable(std::vector<std::unique_ptr<Name>>& dest,
 
 void SCalc::ClearNameTable() { names_.clear(); }
 
-const SVector* SCalc::TakeBoundArgument() {
+// The slot of the bound series that `name` stands for when it forms a whole
+// argument (the text after it, from `after`, goes on with "," or ")"); -1
+// otherwise. A formula variable or a function of the same name comes first,
+// as it does when the argument is evaluated.
+int SCalc::BoundArgumentSlot(const char* name, const char* after) {
   int slot = 0;
-  // A formula variable or a function of the same name comes first, as it
-  // does when the argument is evaluated.
-  if (token_ != NAME || Look(nameText_, 0) || IsVectorFunction(nameText_) ||
-      ClassifyDataWord(nameText_, slot) != DataWordKind::kBoundSeries)
-    return nullptr;
-  const char* p = pos_;
-  while (IsWhite(*p)) ++p;
-  if (*p != ',' && *p != ')') return nullptr;
+  if (KeywordToken(name) != NAME || Look(name, 0) || IsVectorFunction(name) ||
+      ClassifyDataWord(name, slot) != DataWordKind::kBoundSeries)
+    return -1;
+  while (IsWhite(*after)) ++after;
+  return *after == ',' || *after == ')' ? slot : -1;
+}
+
+const SVector* SCalc::TakeBoundArgument() {
+  int slot = -1;
+  if (token_ == NAME) {
+    slot = BoundArgumentSlot(nameText_, pos_);
+  } else if (token_ == COMMA) {
+    // A later argument starts with its ",", which Prim would step over.
+    const char* p = pos_;
+    while (IsWhite(*p)) ++p;
+    char name[kMaxNameText] = {};
+    const char* after = ReadName(p, name, kMaxNameText);
+    if (after != p) slot = BoundArgumentSlot(name, after);
+    if (slot >= 0) GetToken();  // the name
+  }
+  if (slot < 0) return nullptr;
   GetToken();
   return &Bound(slot);
 }
