@@ -168,7 +168,8 @@ def indicator(name, prices, index_dir=None, lang="en", **variables):
 
 
 def transform(kind, prices, reset=False, **parameters):
-    """A chart type of the prices: one row per element, as the tool prints it.
+    """A chart type of the prices: one row per element, as the tool prints it,
+    with the bar times as timestamps.
 
     Parameters by their words (pnf: reversal, box; renko: brick; ...), or p1 and
     p2; for vap also from_bar and to_bar. The parameters as the calculation left
@@ -189,6 +190,12 @@ def transform(kind, prices, reset=False, **parameters):
     for name in letters:
         frame[name] = [chr(int(c)) if 33 <= c <= 126 else ("" if c == 0 or c != c else "%.0f" % c)
                        for c in frame[name]]
+    # Counts as integers and bar times as timestamps, where every row has them.
+    for name in ("n", "bar"):
+        if name in frame and frame[name].notna().all():
+            frame[name] = frame[name].astype(np.int64)
+    if "datetime" in frame:
+        frame["datetime"] = _timestamps(frame["datetime"].to_numpy())
     frame.attrs["parameters"] = used
     return frame
 
