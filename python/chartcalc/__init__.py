@@ -223,6 +223,9 @@ class BacktestResult:
         trades = pd.DataFrame(raw["trades"])
         for column in ("EntryDateTime", "ExitDateTime"):
             trades[column] = _timestamps(trades[column]).to_numpy()
+        for column in ("Direction", "BarsHeld"):  # counts and codes, not amounts
+            if column in trades and trades[column].notna().all():
+                trades[column] = trades[column].astype(np.int64)
         self.trades = trades
         curves = raw["equity"]
         side = "total" if "total" in curves else next(iter(curves))
