@@ -13,6 +13,8 @@ using namespace chartcalc::detail;
 namespace {
 
 constexpr char kJobDirPrefix[] = ".job-";
+// The state field's value that stops a worker between runs.
+constexpr int kStateStop = 3;
 
 }  // namespace
 
@@ -118,7 +120,7 @@ long long OptimiseWorkers::Run(OptimiseFollower& follower) {
 
 // Every worker stops after its run in progress.
 void OptimiseWorkers::Stop() {
-  for (auto& w : workers_) std::atomic_ref<int>(w->info.state).store(3);
+  for (auto& w : workers_) std::atomic_ref<int>(w->info.state).store(kStateStop);
 }
 
 bool OptimiseWorkers::Join(std::ostream& err) const {
