@@ -4,14 +4,11 @@
 // called on the calling thread between the workers' messages.
 #include <strings.h>
 
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <thread>
 
 #include "Module.h"
 #include "NamedDefinition.h"
+#include "OptimiseWorkers.h"
 #include "SimulationOptions.h"
 
 using namespace chartcalc::detail;
@@ -107,41 +104,6 @@ py::dict Backtest(const std::string& system, Prices& prices, const std::string& 
 
 // ---- optimisation -------------------------------------------------------------
 
-// The window of a worker: counts the progress messages and wakes the caller.
-class ProgressWindow : public chartcalc::SWindow {
- public:
-  ProgressWindow(std::atomic<long long>& done, std::condition_variable& wake) : done_(done), wake_(wake) {}
-  void Post(unsigned message, std::uintptr_t, std::intptr_t) override {
-    if (message != SSimulationMain::kProgressMessage) return;
-    ++done_;
-    wake_.notify_one();
-  }
-
- private:
-  std::atomic<long long>& done_;
-  std::condition_variable& wake_;
-};
-
-struct Worker {
-  Worker(const SSimulation& model, const SFunctionList& functionList, std::atomic<long long>& done,
-         std::condition_variable& wake)
-      : sim(model), functions(functionList), window(done, wake) {
-    sim.SetFunction(&functions);
-    info.thread = &thread;
-    info.window = &window;
-    info.lock = &lock;
-  }
-  SSimulation sim;
-  SFunctionList functions;
-  chartcalc::SWorkerThread thread;
-  ProgressWindow window;
-  chartcalc::SCriticalSection lock;
-  tagOPVARTHREADINFO info;
-  std::unique_ptr<SSimulationMain> optimiser;
-  std::thread runner;
-  std::string dir;
-};
-
 // NAME START END STEP, as texts the optimiser reads.
 using Ranges = std::vector<std::tuple<std::string, std::string, std::string, std::string>>;
 
@@ -175,92 +137,33 @@ int MakeModel(const CliOptions& options, const Ranges& ranges, Prices& prices, S
   return ReportFormulaErrors(first, prices.data, functions, err) ? kExitOk : kExitFormula;
 }
 
-class Optimisation {
+// Calls progress(done, total) when the count changed, with the
+// interpreter's lock taken back, and looks for a pending signal (Ctrl-C).
+// A raised error stops the workers and is raised once they are.
+class ProgressCallback : public OptimiseFollower {
  public:
-  Optimisation(const SSimulation& model, const SFunctionList& functions, int jobs, const std::string& outDir)
-      : outDir_(outDir) {
-    // Several workers write below the report folder, which starts empty
-    // with an empty summary-info table, as a single worker leaves it.
-    if (jobs > 1)
-      SSimulationMain(std::make_unique<SSimulation>().get(), SSimulationMain::kVariables, SString(outDir.c_str()));
-    for (int j = 0; j < jobs; ++j) {
-      auto w = std::make_unique<Worker>(model, functions, done_, wake_);
-      w->dir = jobs == 1 ? outDir : outDir + ".job-" + std::to_string(j) + "/";
-      w->optimiser = std::make_unique<SSimulationMain>(&w->sim, SSimulationMain::kVariables, SString(w->dir.c_str()));
-      w->optimiser->SetRunSubset(j, jobs);
-      workers_.push_back(std::move(w));
-    }
-  }
-  ~Optimisation() {
-    Stop();
-    for (auto& w : workers_)
-      if (w->runner.joinable()) w->runner.join();
-  }
-  long long Runs() const { return workers_[0]->optimiser->CountRuns(nullptr); }
-  void Start() {
-    for (auto& w : workers_)
-      w->runner = std::thread([this, worker = w.get()] {
-        worker->optimiser->Calc(&worker->info);
-        ++finished_;
-        wake_.notify_one();
-      });
-  }
-  // Waits for a message, an end or the timeout; true while workers run.
-  bool Wait(long long seen, std::chrono::milliseconds timeout) {
-    std::unique_lock lock(mutex_);
-    wake_.wait_for(lock, timeout, [&] { return done_ != seen || Finished(); });
-    return !Finished();
-  }
-  long long Done() const { return done_; }
-  // Every worker stops after its run in progress.
-  void Stop() {
-    for (auto& w : workers_) std::atomic_ref<int>(w->info.state).store(3);
-  }
-  // Joins the workers' folders into the report folder. False after a message.
-  bool Join(std::ostream& err) {
-    for (auto& w : workers_) w->runner.join();
-    if (workers_.size() < 2) return true;
-    std::vector<SString> dirs;
-    for (const auto& w : workers_) dirs.emplace_back(w->dir.c_str());
-    SString error;
-    if (chartcalc::MergeReportDirs(SString(outDir_.c_str()), dirs, error)) return true;
-    err << "error: joining the workers' reports: " << Utf8(error) << "\n";
-    return false;
-  }
+  ProgressCallback(const py::object& progress, long long total) : progress_(progress), total_(total) {}
 
- private:
-  bool Finished() const { return finished_ == static_cast<long long>(workers_.size()); }
-  std::string outDir_;
-  std::vector<std::unique_ptr<Worker>> workers_;
-  std::atomic<long long> done_{0}, finished_{0};
-  std::mutex mutex_;
-  std::condition_variable wake_;
-};
-
-// How often the caller's progress callback runs at most.
-constexpr std::chrono::milliseconds kProgressEvery{100};
-
-// Runs the workers; between messages, with the interpreter's lock taken
-// back, calls progress(done, total) and looks for a pending signal
-// (Ctrl-C). A raised error stops the workers and is raised once they are.
-void Follow(Optimisation& o, long long total, const py::object& progress, std::exception_ptr& failure) {
-  o.Start();
-  long long shown = -1;
-  for (bool running = true; running;) {
-    running = o.Wait(shown, kProgressEvery);
-    const long long done = o.Done();
-    if (failure || (done == shown && running)) continue;
+  bool Follow(long long done, bool running) override {
+    if (failure || (done == shown_ && running)) return !failure;
     py::gil_scoped_acquire acquire;
     try {
       if (PyErr_CheckSignals() != 0) throw py::error_already_set();
-      if (!progress.is_none()) progress(done, total);
+      if (!progress_.is_none()) progress_(done, total_);
     } catch (...) {
       failure = std::current_exception();
-      o.Stop();
+      return false;
     }
-    shown = done;
+    shown_ = done;
+    return true;
   }
-}
+
+  std::exception_ptr failure;
+
+ private:
+  const py::object& progress_;
+  long long total_, shown_ = -1;
+};
 
 // The records of the report folder's summary-info table: field names and
 // one row of texts per run.
@@ -298,14 +201,16 @@ py::tuple Optimise(const std::string& system, Prices& prices, const std::string&
     status = MakeModel(RunOptions(system, {}, settings), ranges, prices, functions, *model, messages.err());
     model->SetSymbolName(name.c_str());
     if (status == kExitOk) {
-      Optimisation o(*model, functions, jobs, dir);
-      const long long total = o.Runs();
+      OptimiseWorkers workers(*model, functions, SSimulationMain::kVariables, dir, jobs);
+      const long long total = workers.GridRuns();
       if (total > kMaxRuns) {
         messages.err() << "error: the grid has " << total << " runs, more than one optimisation can number\n";
         status = kExitBadInput;
       } else {
-        Follow(o, total, progress, failure);
-        if (!o.Join(messages.err())) status = kExitBadInput;
+        ProgressCallback callback(progress, total);
+        workers.Run(callback);
+        failure = callback.failure;
+        if (!workers.Join(messages.err())) status = kExitBadInput;
       }
     }
   }

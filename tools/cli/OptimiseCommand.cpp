@@ -22,21 +22,19 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <mutex>
 #include <queue>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Cli.h"
 #include "NamedDefinition.h"
+#include "OptimiseWorkers.h"
 #include "PriceCsv.h"
 #include "SimulationOptions.h"
 #include "chartcalc.h"
@@ -59,7 +57,6 @@ constexpr int kExitInterrupted = 130;
 constexpr char kReportSubdir[] = "Rpt/";
 constexpr char kSumInfoName[] = "SumInfo.rpt";
 constexpr char kSumFileField[] = "SumFileName";
-constexpr char kJobDirPrefix[] = ".job-";
 // Report files carry this in their names (SumInfo.rpt, Summary3.rpt and the
 // database's side files); anything else in a report folder is the user's.
 constexpr char kReportMark[] = ".rpt";
@@ -421,103 +418,6 @@ bool CheckOutDir(Plan& plan, std::ostream& err) {
   return ok;
 }
 
-// ---- workers -------------------------------------------------------------------------
-
-// Where the workers' progress messages arrive: a count per worker, the
-// number of workers that have finished, and a wake-up for the main thread.
-class Mailbox {
- public:
-  explicit Mailbox(size_t workers) : posted_(workers, 0) {}
-
-  void Post(size_t worker) {
-    std::lock_guard lock(mutex_);
-    ++posted_[worker];
-    arrived_.notify_one();
-  }
-  void Finished() {
-    std::lock_guard lock(mutex_);
-    ++finished_;
-    arrived_.notify_one();
-  }
-  // Waits until a message or a finish arrives after seen, or the timeout;
-  // copies the counts.
-  void Wait(long long seen, std::chrono::milliseconds timeout, std::vector<long long>& posted, size_t& finished) {
-    std::unique_lock lock(mutex_);
-    arrived_.wait_for(lock, timeout, [&] { return Total() != seen || finished_ == posted_.size(); });
-    posted = posted_;
-    finished = finished_;
-  }
-
- private:
-  long long Total() const {
-    long long total = 0;
-    for (long long n : posted_) total += n;
-    return total;
-  }
-  std::mutex mutex_;
-  std::condition_variable arrived_;
-  std::vector<long long> posted_;
-  size_t finished_ = 0;
-};
-
-// The host's window: a progress message wakes the main thread (nothing is
-// kept per message, so a long optimisation holds no memory for its runs).
-class HostWindow : public chartcalc::SWindow {
- public:
-  HostWindow(Mailbox& box, size_t worker) : box_(box), worker_(worker) {}
-  void Post(unsigned message, std::uintptr_t, std::intptr_t) override {
-    if (message == SSimulationMain::kProgressMessage) box_.Post(worker_);
-  }
-
- private:
-  Mailbox& box_;
-  size_t worker_;
-};
-
-// One worker: its own simulation (prices, indicator and function list
-// copied, since an indicator and its formula engine serve one thread), its
-// optimiser on its own report folder, and the record it shares with the host.
-struct Worker {
-  Worker(const SSimulation& model, const SFunctionList& functionList, Mailbox& box, size_t i)
-      : sim(model), functions(functionList), window(box, i) {
-    sim.SetFunction(&functions);
-    info.thread = &thread;
-    info.window = &window;
-    info.lock = &lock;
-  }
-
-  SSimulation sim;
-  SFunctionList functions;
-  SAnsiStringList names;
-  std::unique_ptr<SSimulationMain> optimiser;
-  chartcalc::SWorkerThread thread;
-  HostWindow window;
-  chartcalc::SCriticalSection lock;
-  tagOPVARTHREADINFO info;
-  std::thread runner;
-  std::string dir;
-  long long expected = 0;  // runs it will make
-  int lastRun = -1;        // the last finished run's number, read under the lock
-};
-
-std::vector<std::unique_ptr<Worker>> MakeWorkers(const Plan& plan, const SSimulation& model,
-                                                 const SFunctionList& functions, Mailbox& box) {
-  std::vector<std::unique_ptr<Worker>> workers;
-  for (long long j = 0; j < plan.jobs; ++j) {
-    auto w = std::make_unique<Worker>(model, functions, box, static_cast<size_t>(j));
-    w->names = plan.names;
-    w->info.names = &w->names;
-    w->dir = plan.jobs == 1 ? plan.outDir : plan.outDir + kJobDirPrefix + std::to_string(j) + "/";
-    w->optimiser = std::make_unique<SSimulationMain>(&w->sim, plan.kind, SString(w->dir.c_str()));
-    // Shard I of N split among J workers: worker j takes I + j N of every N J.
-    const long long first = plan.shard.index + j * plan.shard.count, stride = plan.shard.count * plan.jobs;
-    w->optimiser->SetRunSubset(static_cast<int>(first), static_cast<int>(stride));
-    w->expected = RunsOf(plan, first, stride);
-    workers.push_back(std::move(w));
-  }
-  return workers;
-}
-
 // ---- Ctrl-C ------------------------------------------------------------------------
 
 // Written by the handler, on whichever thread the signal lands, and read
@@ -618,45 +518,40 @@ class Progress {
   double shown_ = 0;
 };
 
-// Runs every worker's Calc on its own thread and follows them from this one:
-// after each message it reads the worker's progress under the worker's lock.
-// Ctrl-C sets every state field to 3, and the workers stop after their run
-// in progress. Returns the runs done; interrupted tells whether it stopped.
-long long RunWorkers(std::vector<std::unique_ptr<Worker>>& workers, Mailbox& box, std::ostream& err,
-                     bool& interrupted) {
-  long long total = 0;
-  for (auto& w : workers) total += w->expected;
-  const bool terminal = &err == &std::cerr && isatty(STDERR_FILENO);
-  Progress progress(err, terminal, total);
-  InterruptGuard guard;
-  for (auto& w : workers)
-    w->runner = std::thread([&box, worker = w.get()] {
-      worker->optimiser->Calc(&worker->info);
-      box.Finished();
-    });
-  std::vector<long long> posted, seen(workers.size(), 0);
-  size_t finished = 0;
-  long long done = 0;
-  interrupted = false;
-  while (finished < workers.size()) {
-    box.Wait(done, std::chrono::milliseconds(100), posted, finished);
-    for (size_t j = 0; j < workers.size(); ++j) {
-      if (posted[j] == seen[j]) continue;
-      workers[j]->lock.Lock();
-      workers[j]->lastRun = workers[j]->info.progress;
-      workers[j]->lock.Unlock();
-      done += posted[j] - seen[j], seen[j] = posted[j];
-    }
+// Follows the workers on standard error; Ctrl-C stops them after their
+// runs in progress.
+class Follower : public OptimiseFollower {
+ public:
+  Follower(std::ostream& err, long long total)
+      : err_(err), terminal_(&err == &std::cerr && isatty(STDERR_FILENO)), progress_(err, terminal_, total) {}
+
+  bool Follow(long long done, bool) override {
     if (g_interrupted.load() && !interrupted) {
       interrupted = true;
-      for (auto& w : workers) std::atomic_ref<int>(w->info.state).store(3);
-      guard.Restore();
-      err << (terminal ? "\n" : "") << "stopping after the runs in progress (Ctrl-C again to quit at once)\n";
+      guard_.Restore();
+      err_ << (terminal_ ? "\n" : "") << "stopping after the runs in progress (Ctrl-C again to quit at once)\n";
     }
-    progress.Update(done);
+    progress_.Update(done);
+    return !interrupted;
   }
-  for (auto& w : workers) w->runner.join();
-  progress.Finish(done);
+  void Finish(long long done) { progress_.Finish(done); }
+
+  bool interrupted = false;
+
+ private:
+  std::ostream& err_;
+  bool terminal_;
+  Progress progress_;
+  InterruptGuard guard_;
+};
+
+// Runs the workers and returns the runs done; interrupted tells whether
+// Ctrl-C stopped them.
+long long RunWorkers(OptimiseWorkers& workers, long long total, std::ostream& err, bool& interrupted) {
+  Follower follower(err, total);
+  const long long done = workers.Run(follower);
+  follower.Finish(done);
+  interrupted = follower.interrupted;
   return done;
 }
 
@@ -760,21 +655,6 @@ int MakeModel(const CliOptions& options, Plan& plan, SSimulation& sim, SPriceDat
   return kExitOk;
 }
 
-// Joins the workers' folders into the report folder and removes them.
-bool JoinWorkers(const Plan& plan, const std::vector<std::unique_ptr<Worker>>& workers, std::ostream& err) {
-  if (workers.size() < 2) return true;
-  std::vector<SString> dirs;
-  for (const auto& w : workers) dirs.emplace_back(w->dir.c_str());
-  SString error;
-  if (!chartcalc::MergeReportDirs(SString(plan.outDir.c_str()), dirs, error)) {
-    err << "error: joining the workers' reports: " << Cp949ToUtf8Lossy(error.c_str()) << "\n";
-    return false;
-  }
-  std::error_code ec;
-  for (const auto& w : workers) fs::remove_all(w->dir, ec);
-  return true;
-}
-
 }  // namespace
 
 int RunOptimise(const CliOptions& options, std::ostream& out, std::ostream& err) {
@@ -785,17 +665,14 @@ int RunOptimise(const CliOptions& options, std::ostream& out, std::ostream& err)
   SFunctionList functions;
   if (int status = MakeModel(options, plan, *model, prices, functions, err); status != kExitOk) return status;
   if (!CheckOutDir(plan, err)) return kExitBadInput;
-  // The report folder starts empty with an empty SumInfo.rpt, as the
-  // optimiser leaves it; with several workers, their folders are below it.
-  std::unique_ptr<SSimulationMain> folder;
-  if (plan.jobs > 1) folder = std::make_unique<SSimulationMain>(model.get(), plan.kind, SString(plan.outDir.c_str()));
-  Mailbox box(static_cast<size_t>(plan.jobs));
-  std::vector<std::unique_ptr<Worker>> workers = MakeWorkers(plan, *model, functions, box);
+  OptimiseWorkers workers(*model, functions, plan.kind, plan.outDir, plan.jobs, plan.names, plan.shard.index,
+                          plan.shard.count);
   long long expected = 0;
-  for (const auto& w : workers) expected += w->expected;
+  for (const OptimiseShare& share : workers.Shares()) expected += RunsOf(plan, share.first, share.stride);
   bool interrupted = false;
-  const long long done = RunWorkers(workers, box, err, interrupted);
-  if (!JoinWorkers(plan, workers, err)) return kExitBadInput;
+  const long long done = RunWorkers(workers, expected, err, interrupted);
+  if (!workers.Join(err)) return kExitBadInput;
+  workers.RemoveJobDirs();
   PrintBest(plan, out);
   if (!interrupted) return kExitOk;
   err << "interrupted: " << done << " of " << expected << " runs finished; their reports in " << plan.outDir
