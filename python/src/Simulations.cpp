@@ -210,7 +210,10 @@ py::tuple Optimise(const std::string& system, Prices& prices, const std::string&
         ProgressCallback callback(progress, total);
         workers.Run(callback);
         failure = callback.failure;
-        if (!workers.Join(messages.err())) status = kExitBadInput;
+        if (!workers.Join(messages.err()))
+          status = kExitBadInput;
+        else
+          workers.RemoveJobDirs();  // as the tool leaves it: the merged reports only
       }
     }
   }
