@@ -21,12 +21,6 @@ void LiveRun::BeginResume(int from, int start) {
   failed_ = false;
 }
 
-void LiveRun::Clear() {
-  nodes_.clear();
-  next_ = 0;
-  mode_ = kIdle;
-}
-
 LiveNode* LiveRun::Enter(KeptFunction function, double key0, double key1) {
   if (mode_ == kRecord) {
     LiveNode& node = nodes_.emplace_back();

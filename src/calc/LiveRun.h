@@ -48,8 +48,6 @@ class LiveRun {
   void BeginResume(int from, int start);
   // Stops taking part in calculations; the nodes stay for the next run.
   void End() { mode_ = kIdle; }
-  // Forgets every node.
-  void Clear();
 
   bool Recording() const { return mode_ == kRecord; }
   bool Resuming() const { return mode_ == kResume; }
@@ -71,7 +69,6 @@ class LiveRun {
   int Earlier() const { return earlier_; }
   // True when the resuming run met every node the recording left.
   bool MetEveryNode() const { return next_ == nodes_.size(); }
-  bool HasNodes() const { return !nodes_.empty(); }
 
  private:
   enum Mode { kIdle, kRecord, kResume };
@@ -128,10 +125,6 @@ SVector ResumedFrame(const LiveRun& run, const LiveNode& node, int n, int inputS
 // Brings the node's kept result up to date with a result whose bars from the
 // run's first on are new (recording: the whole result).
 void KeepResult(const LiveRun& run, LiveNode& node, const SVector& r);
-
-}  // namespace chartcalc::detail
-
-namespace chartcalc::detail {
 
 // A resumed history function with a kept state: n bars framed as
 // ResumedFrame does, then advance(from, end, state, out) over the bars from

@@ -244,8 +244,9 @@ void KeepLine(const SIndex& x, const SCalc& calc, int line, LiveLine& live) {
     return;
   }
   CopyWhole(live.result, data);
+  // The look-back found for the same formula holds again.
+  if (live.expression != x.ConvertedExpression[line].str()) live.lookback = 0;
   live.expression = x.ConvertedExpression[line].str();
-  live.lookback = 0;
   live.kept = true;
 }
 
