@@ -292,14 +292,15 @@ SVector ParabolicStop(int n, int s, StopState st, const StopRule& rule, LiveRun*
   return r;
 }
 
-// The live node of a stop-and-reverse call, and the resumed result when the
-// run resumes; null when the caller calculates.
+// Marks the history and enters the stop-and-reverse call's live node; null
+// outside a live run.
 LiveNode* EnterStop(SCalc& calc, KeptFunction function, double step, double maximum) {
   calc.MarkKeptHistory();
   LiveRun* live = calc.Live();
   return live ? live->Enter(function, step, maximum) : nullptr;
 }
 
+// The stop of a resuming run: the new bars from the node's kept state.
 SVector ResumeStop(SCalc& calc, LiveNode& node, int n, int s, const StopRule& rule) {
   return ResumeKept<StopState>(*calc.Live(), node, n, s, [&rule](int from, int end, StopState& a, double* out) {
     AdvanceStop(rule, from, end, a, out);
