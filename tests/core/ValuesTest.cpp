@@ -174,38 +174,24 @@ TEST(SVectorRolling, SumsStartedLaterAgreeToTheBitFromTheFirstMultipleOfThePerio
 // series had may have changed, and stays while bars are only appended or the
 // last one revised.
 TEST(SVectorRevision, MovesWithEveryChangeToBarsItHadAndNotWithAppends) {
-  const std::pair<const char*, std::function<void(SVector&)>> moves[] = {
-      {"older bar updated", [](SVector& v) { v.Update(9, 1); }},
-      {"history inserted",
-       [](SVector& v) {
-         SVector older = Series({1});
-         v.Insert(older);
-       }},
-      {"cleared", [](SVector& v) { v.ClearData(); }},
-      {"shortened", [](SVector& v) { v.SetSize(1); }},
-      {"assigned",
-       [](SVector& v) {
-         v = Series({1, 2, 3});
-       }},
-      {"filled", [](SVector& v) { v.InitValue(0); }},
-  };
-  const std::pair<const char*, std::function<void(SVector&)>> stays[] = {
-      {"bar appended", [](SVector& v) { v.Add(4); }},
-      {"last bar updated", [](SVector& v) { v.Update(9, 0); }},
-      {"grown past its capacity", [](SVector& v) { v.SetSize(5000); }},
-      {"start moved", [](SVector& v) { v.SetStartIndex(1); }},
-  };
-  for (const auto& [name, change] : moves) {
+  // clang-format off
+  const std::tuple<const char*, bool, std::function<void(SVector&)>> changes[] = {
+      {"older bar updated", true, [](SVector& v) { v.Update(9, 1); }},
+      {"history inserted", true, [](SVector& v) { SVector o = Series({1}); v.Insert(o); }},
+      {"cleared", true, [](SVector& v) { v.ClearData(); }},
+      {"shortened", true, [](SVector& v) { v.SetSize(1); }},
+      {"assigned", true, [](SVector& v) { v = Series({1, 2, 3}); }},
+      {"filled", true, [](SVector& v) { v.InitValue(0); }},
+      {"bar appended", false, [](SVector& v) { v.Add(4); }},
+      {"last bar updated", false, [](SVector& v) { v.Update(9, 0); }},
+      {"grown past its capacity", false, [](SVector& v) { v.SetSize(5000); }},
+      {"start moved", false, [](SVector& v) { v.SetStartIndex(1); }}};
+  // clang-format on
+  for (const auto& [name, moves, change] : changes) {
     SVector v = Series({1, 2, 3});
     const unsigned before = SeriesRevision::Of(v);
     change(v);
-    EXPECT_NE(SeriesRevision::Of(v), before) << name;
-  }
-  for (const auto& [name, change] : stays) {
-    SVector v = Series({1, 2, 3});
-    const unsigned before = SeriesRevision::Of(v);
-    change(v);
-    EXPECT_EQ(SeriesRevision::Of(v), before) << name;
+    EXPECT_EQ(SeriesRevision::Of(v) != before, moves) << name;
   }
   EXPECT_NE(SeriesRevision::Of(SVector(3)), SeriesRevision::Of(SVector(3))) << "two new series";
 }
@@ -254,8 +240,7 @@ TEST(SVectorSearch, NonZeroSearchesPositionsAndRangeExtremes) {
   EXPECT_EQ(extremes, (Doubles{3, 8, -2, 0, 0, 8, 0}));
 }
 
-// Month ends, a leap day and a year end.
-TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
+TEST(DateTimeNumbers, PartsOfDailyAndIntradayValues) {
   const double t = 20240105093000.0;
   // clang-format off
   const std::vector<long> parts = {GetCompDate(20240105), GetCompDate(t), GetTimeOfDay(t), GetTimeOfDay(20240105),
@@ -263,21 +248,18 @@ TEST(DateTimeNumbers, PartsAndNextTimesOfDailyAndIntradayValues) {
       IsValidDate(20240229), IsValidDate(20230229), IsValidDate(20241301)};
   // clang-format on
   EXPECT_EQ(parts, (std::vector<long>{20240105, 20240105, 93000, 0, 2024, 1, 5, 9, 30, 20240105, 1, 0, 0}));
-  const Doubles next = {GetNextTime(t, 30), GetNextTime(20240131233000.0, 60), GetNextTime(20240228000000.0, 24 * 60),
-                        GetNextTime(20231231, 24 * 60)};
-  EXPECT_EQ(next, (Doubles{20240105100000.0, 20240201003000.0, 20240229000000.0, 20240101000000.0}));
 }
 
-// Steps that end on either side of midnight, and dates or times no calendar
-// has, which come back as the real moment they count up to even when the
-// step stays inside the day.
+// Month ends, leap days, year ends, steps that end on either side of
+// midnight, and dates or times no calendar has, which come back as the real
+// moment they count up to even when the step stays inside the day.
 TEST(DateTimeNumbers, NextTimeCrossesMidnightAndNormalisesImpossibleDays) {
-  struct Case {
-    double from;
-    int minutes;
-    double next;
-  };
-  const Case cases[] = {
+  // From, minutes, next.
+  const std::tuple<double, int, double> cases[] = {
+      {20240105093000.0, 30, 20240105100000.0},
+      {20240131233000.0, 60, 20240201003000.0},          // a month end
+      {20240228000000.0, 24 * 60, 20240229000000.0},     // a leap day
+      {20231231, 24 * 60, 20240101000000.0},             // a year end, from a daily value
       {20240105233000.0, 29, 20240105235900.0},          // the last minute stays in the day
       {20240105233000.0, 30, 20240106000000.0},          // midnight is the next day
       {20240105000000.0, -1, 20240104235900.0},          // a step back leaves the day
@@ -291,19 +273,15 @@ TEST(DateTimeNumbers, NextTimeCrossesMidnightAndNormalisesImpossibleDays) {
       {20240105256100.0, 0, 20240106020100.0},           // 25:61 is past midnight
       {20240105000100.0, 2147483647, 61070128020800.0},  // the largest step does not overflow
   };
-  for (const Case& c : cases) EXPECT_EQ(GetNextTime(c.from, c.minutes), c.next) << std::fixed << c.from;
+  for (auto [from, minutes, next] : cases) EXPECT_EQ(GetNextTime(from, minutes), next) << std::fixed << from;
 }
 
 // One stepper and one day reader over bars in a row, as the market profile
 // uses them: a day they have seen must not carry over to a bar of another
 // day, an impossible day or a value just past the day's range.
 TEST(DateTimeNumbers, BarsInARowAreNotTakenForTheDayBefore) {
-  struct Bar {
-    double dt;
-    double next;  // 30 minutes later
-    long day;
-  };
-  const Bar bars[] = {
+  // The bar, 30 minutes later, its day.
+  const std::tuple<double, double, long> bars[] = {
       {20240229233000.0, 20240301000000.0, 20240229},
       {20240229000000.0, 20240229003000.0, 20240229},
       {20230229000000.0, 20230301003000.0, 20230229},  // the day kept is not a real one
@@ -315,10 +293,8 @@ TEST(DateTimeNumbers, BarsInARowAreNotTakenForTheDayBefore) {
   };
   NextTimes step(30);
   BarDays days;
-  for (const Bar& b : bars) {
-    EXPECT_EQ(step.After(b.dt), b.next) << std::fixed << b.dt;
-    EXPECT_EQ(days.Of(b.dt), b.day) << std::fixed << b.dt;
-  }
+  for (auto [dt, next, day] : bars)
+    EXPECT_EQ(std::pair(step.After(dt), days.Of(dt)), std::pair(next, day)) << std::fixed << dt;
 }
 
 // ---- texts --------------------------------------------------------------------

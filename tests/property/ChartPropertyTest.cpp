@@ -131,13 +131,12 @@ TEST(ChartProperty, EmbeddedChartGetsScrollZoomToolsAndPopupMenuOnConstructionOr
 
 TEST(ChartProperty, CompStyleComparesOnlyFieldsThatChangeTheLook) {
   // key, a value unlike its default, whether the look counts as the same
+  // clang-format off
   const std::tuple<const char*, const char*, int> cases[] = {
-      {"ChartBorderColor", "1", 0},   {"BarSpacing", "7", 1},
-      {"ShowLastCloseFluct", "0", 0}, {"LastCloseType", "1", 1},
-      {"BaseFontName", "arial", 0},   {"HGridWidth", "2", 0},
-      {"XAxisDivideValue", "2", 1},   {"ToolButtonVisible", "1", 0},
-      {"PopupMenuType", "2", 1},      {"Align", "1", 0},
-  };
+      {"ChartBorderColor", "1", 0}, {"BarSpacing", "7", 1}, {"ShowLastCloseFluct", "0", 0}, {"LastCloseType", "1", 1},
+      {"BaseFontName", "arial", 0}, {"HGridWidth", "2", 0}, {"XAxisDivideValue", "2", 1},
+      {"ToolButtonVisible", "1", 0}, {"PopupMenuType", "2", 1}, {"Align", "1", 0}};
+  // clang-format on
   const CP plain;
   for (const auto& [key, value, same] : cases) {
     CFBArchive ar;  // only this key: the rest take their defaults
