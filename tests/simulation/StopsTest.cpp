@@ -52,6 +52,15 @@ std::vector<double> At(int n, std::initializer_list<std::pair<int, double>> bars
   return v;
 }
 
+// A simulation over the market with the signal lines given (see SetSignals).
+SSimulation Stopping(const Market& m, std::initializer_list<std::vector<double>> signals, int position = 2) {
+  SSimulation sim;
+  Bind(sim, m);
+  SetSignals(sim, signals);
+  sim.Setting.Position = position;
+  return sim;
+}
+
 // Every stop's distance and mode at once: each stop reads only its own.
 void SetAll(SSimulationSetting& s, double v, int mode) {
   s.MoneyManagementStop = s.ProfitTargetStop = s.RiskTrailingStop = s.RiskTrailingStop2 = s.MinVariationStop =
@@ -127,9 +136,7 @@ TEST(Stops, EachStopExitsAtItsFirstTriggerAndFillsAsItsLevelSays) {
       {kMaxBar, 0, 1, -1, 0, {}, -1, 0},
   };
   for (const StopCase& c : cases) {
-    SSimulation sim;
-    Bind(sim, Flat(10, c.bars));
-    SetSignals(sim, {At(10, {{0, 99}}), {}, At(10, {{0, 99}})});
+    SSimulation sim = Stopping(Flat(10, c.bars), {At(10, {{0, 99}}), {}, At(10, {{0, 99}})});
     sim.SetTickSize(c.tick);
     SetAll(sim.Setting, c.v, c.mode);
     sim.Setting.StopLossType = c.type;
@@ -144,9 +151,7 @@ TEST(Stops, EachStopExitsAtItsFirstTriggerAndFillsAsItsLevelSays) {
 }
 
 TEST(Stops, NoStopReplacesAnEarlierExitOrServesAForeignSide) {
-  SSimulation sim;
-  Bind(sim, Flat(10, {{4, 100, 103, 100, 100}}));
-  SetSignals(sim, {At(10, {{0, 100}})});
+  SSimulation sim = Stopping(Flat(10, {{4, 100, 103, 100, 100}}), {At(10, {{0, 100}})});
   SetAll(sim.Setting, 0.0, 2);  // levels and bands 0: most stops would fire at bar 1
   for (StopFn stop : {kLoss, kGiveBack, kTrail, kTarget, kBand, kDay, kJump, kDrop, kMaxBar})
     for (int side : {-1, 2}) {
@@ -209,12 +214,10 @@ void DayTrading(SSimulationSetting& s, const char* time, const char* date = null
 }
 
 TEST(StopsCutOff, TimeModeClearsLateEntriesOfEveryDayAndClosesAtTheCutOff) {
-  SSimulation sim;
-  Bind(sim, TwoAfternoons());
   // Long in at 13:00, 13:30 (inside), 15:00 (late) and 13:30 on day two; a
   // late short entry goes too, though only longs are traded.
-  SetSignals(sim, {At(16, {{0, 1}, {1, 1}, {4, 1}, {9, 1}}), At(16, {{15, 1}}), At(16, {{6, 1}}), At(16, {})});
-  sim.Setting.Position = 0;
+  SSimulation sim = Stopping(
+      TwoAfternoons(), {At(16, {{0, 1}, {1, 1}, {4, 1}, {9, 1}}), At(16, {{15, 1}}), At(16, {{6, 1}}), At(16, {})}, 0);
   DayTrading(sim.Setting, "02:30");  // afternoon: 14:30, bars 3 and 11
   sim.DateCutOff = 1;
   sim.ProcessStop();
@@ -227,9 +230,8 @@ TEST(StopsCutOff, TimeModeClearsLateEntriesOfEveryDayAndClosesAtTheCutOff) {
 }
 
 TEST(StopsCutOff, DateModeClosesBothSidesAtTheDateAndRaisesTheFlag) {
-  SSimulation sim;
-  Bind(sim, TwoAfternoons());
-  SetSignals(sim, {At(16, {{2, 1}, {10, 1}}), At(16, {{15, 1}}), At(16, {{1, 1}}), At(16, {{13, 1}})});
+  SSimulation sim =
+      Stopping(TwoAfternoons(), {At(16, {{2, 1}, {10, 1}}), At(16, {{15, 1}}), At(16, {{1, 1}}), At(16, {{13, 1}})});
   DayTrading(sim.Setting, "02:00", "2024-01-05");  // bar 10
   sim.ProcessStop();
   EXPECT_EQ(sim.Index.LineData[0][10], 0.0);
@@ -244,10 +246,7 @@ TEST(StopsCutOff, DateModeClosesBothSidesAtTheDateAndRaisesTheFlag) {
 TEST(StopsCutOff, DateFlagRisesEvenWhenAJumpExitsBeforeTheDate) {
   Market m = Flat(40, {{2, 100, 104, 100, 100}});
   for (int i = 0; i < 40; ++i) m.dateTime[i] = i < 31 ? 20240101 + i : 20240201 + (i - 31);
-  SSimulation sim;
-  Bind(sim, m);
-  SetSignals(sim, {At(40, {{0, 100}}), At(40, {{39, 100}})});
-  sim.Setting.Position = 0;
+  SSimulation sim = Stopping(m, {At(40, {{0, 100}}), At(40, {{39, 100}})}, 0);
   DayTrading(sim.Setting, "00:00", "2024-02-05");
   sim.Setting.ModeDayTradingStop = 0;
   sim.Setting.BlJumpCondStop = 1;
@@ -274,10 +273,7 @@ TEST(StopsChain, LaterStopWinsAnEqualBarAndAnyStopBeatsTheIndicatorExit) {
       {{0}, {{5, 96, 96, 95, 95}}, 5, Signal(95, 1)},
   };
   for (const Case& c : cases) {
-    SSimulation sim;
-    Bind(sim, Flat(10, c.bars));
-    SetSignals(sim, {At(10, {{0, 100}}), At(10, {{5, 100}})});
-    sim.Setting.Position = 0;
+    SSimulation sim = Stopping(Flat(10, c.bars), {At(10, {{0, 100}}), At(10, {{5, 100}})}, 0);
     SetAll(sim.Setting, 0.05, 0);
     sim.Setting.RiskTrailingStop2 = 0.10;
     sim.Setting.MinVariationStop = 2.0;
@@ -292,9 +288,7 @@ TEST(StopsChain, LaterStopWinsAnEqualBarAndAnyStopBeatsTheIndicatorExit) {
 // the one at bar 5 opens the next trade, to the indicator's exit at bar 8.
 // The indicator given is copied first, then rewritten and paired.
 TEST(StopsChain, EntriesInsideTheStoppedTradeGoAndLaterOnesTrade) {
-  SSimulation sim;
-  Bind(sim, Flat(12, {{3, 96, 96, 94, 95}}));
-  sim.Setting.Position = 0;
+  SSimulation sim = Stopping(Flat(12, {{3, 96, 96, 94, 95}}), {}, 0);
   sim.Setting.BlMoneyManagementStop = 1;
   sim.Setting.MoneyManagementStop = 0.05;
   sim.SetBigPointValue(0.0);
@@ -317,10 +311,8 @@ TEST(StopsChain, StopExitsOnTheLastTwoBarsRaiseTheirFlagsOnly) {
     int side, fireBar, last, beforeLast;
   } cases[] = {{0, 9, 1, 0}, {0, 8, 0, 1}, {1, 9, 1, 0}, {1, 7, 0, 0}};
   for (const Case& c : cases) {
-    SSimulation sim;
-    Bind(sim, Flat(10, {{c.fireBar, 100, 106, 94, 100}}));  // crosses 95 and 105
-    SetSignals(sim, {At(10, {{0, 100}}), At(10, {}), At(10, {{0, 100}}), At(10, {})});
-    sim.Setting.Position = c.side;
+    SSimulation sim = Stopping(Flat(10, {{c.fireBar, 100, 106, 94, 100}}),  // crosses 95 and 105
+                               {At(10, {{0, 100}}), At(10, {}), At(10, {{0, 100}}), At(10, {})}, c.side);
     sim.Setting.BlMoneyManagementStop = 1;
     sim.Setting.MoneyManagementStop = 0.05;
     sim.ProcessStop();
@@ -408,10 +400,7 @@ TEST(StopsChain, DenseEntriesBeforeAFarExitStayLinear) {
     m.high[i] = m.close[i] + 0.05;
   }
   exits[n - 1] = m.close[n - 1];
-  SSimulation sim;
-  Bind(sim, m);
-  SetSignals(sim, {entries, exits});
-  sim.Setting.Position = 0;
+  SSimulation sim = Stopping(m, {entries, exits}, 0);
   sim.Setting.BlMoneyManagementStop = sim.Setting.BlProfitTargetStop = 1;
   sim.Setting.ProfitTargetStop = 1;  // 1 x 0.01 x 10: the next bar's high reaches it
   sim.Setting.ModeProfitTargetStop = 1;

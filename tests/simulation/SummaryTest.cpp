@@ -5,8 +5,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,15 +17,6 @@ using namespace chartcalc::detail;
 namespace fs = std::filesystem;
 
 namespace {
-
-// An empty directory of this test's own.
-std::string TestDir() {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  const fs::path dir = fs::path(CHARTCALC_TEST_TMP) / (std::string(info->test_suite_name()) + "." + info->name());
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  return dir.string() + "/";
-}
 
 std::string Listing(const std::string& dir) {
   std::string out;
@@ -198,8 +187,7 @@ TEST(Excursions, MfeFileHoldsEveryPairLongsFirst) {
   fs::current_path(dir);
   sim.CalcStatics();
   fs::current_path(saved);
-  std::ifstream in(dir + "mfe.csv", std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}),
+  EXPECT_EQ(ReadBytes(dir + "mfe.csv"),
             "seq, profit, mfe, mae\n"
             "0, 2.000000, 2.500000, -0.500000\n"
             "1, 0.000000, 0.500000, -0.500000\n"
@@ -207,11 +195,15 @@ TEST(Excursions, MfeFileHoldsEveryPairLongsFirst) {
   EXPECT_EQ(Listing(dir), "mfe.csv ");  // no temporary left beside it
 }
 
-// The table's directory is created; a run appends one record per
-// CalcSummary(-1), read back field by field.
-TEST(SummaryInfo, CreatedTableTakesTheRunsRecord) {
+// Without the table a run writes nothing. Once created (its directory too),
+// a run appends one record per CalcSummary(-1), read back field by field.
+TEST(SummaryInfo, RunAppendsItsRecordOnlyToACreatedTable) {
   SSimulation sim;
-  Isolate(sim, kStreak);
+  const std::string dir = Isolate(sim, kStreak);
+  sim.SetSummary();
+  SSummaryInfo info;
+  EXPECT_EQ(sim.InsertSummaryDB(dir + "SumInfo.rpt", info), 1);
+  EXPECT_EQ(Listing(dir), "");
   EXPECT_EQ(sim.CreateSummaryDB(sim.SumInfoFile), 1);
   sim.Setting.SymbolName = Ko("삼성전자").c_str();
   sim.SetSummary();
@@ -223,15 +215,6 @@ TEST(SummaryInfo, CreatedTableTakesTheRunsRecord) {
   EXPECT_EQ(std::string(db.GetStr("TotalProfit")) + "|" + db.GetStr("Status"), "2.80|Buy clear");
   db.MoveNext(1);
   EXPECT_TRUE(db.Eof());
-}
-
-TEST(SummaryInfo, RunWithoutTheTableLeavesTheDirectoryAsItWas) {
-  SSimulation sim;
-  const std::string dir = Isolate(sim, kStreak);
-  sim.SetSummary();
-  SSummaryInfo info;
-  EXPECT_EQ(sim.InsertSummaryDB(dir + "SumInfo.rpt", info), 1);
-  EXPECT_EQ(Listing(dir), "");
 }
 
 }  // namespace
