@@ -245,9 +245,10 @@ TEST(DateTimeNumbers, PartsOfDailyAndIntradayValues) {
   // clang-format off
   const std::vector<long> parts = {GetCompDate(20240105), GetCompDate(t), GetTimeOfDay(t), GetTimeOfDay(20240105),
       GetYear(t), GetMonth(20240105), GetDate(20240105), GetHour(t), GetMinute(t), GetLongDate(20240105153000.0),
-      IsValidDate(20240229), IsValidDate(20230229), IsValidDate(20241301)};
+      IsValidDate(20240229), IsValidDate(20230229), IsValidDate(20241301), IsValidDate(20000229),
+      IsValidDate(19000229)};
   // clang-format on
-  EXPECT_EQ(parts, (std::vector<long>{20240105, 20240105, 93000, 0, 2024, 1, 5, 9, 30, 20240105, 1, 0, 0}));
+  EXPECT_EQ(parts, (std::vector<long>{20240105, 20240105, 93000, 0, 2024, 1, 5, 9, 30, 20240105, 1, 0, 0, 1, 0}));
 }
 
 // Month ends, leap days, year ends, steps that end on either side of
