@@ -2,6 +2,8 @@
 // LiveLines.h).
 #include "index/LiveLines.h"
 
+#include <utility>
+
 #include "chartcalc/SFunction.h"
 
 namespace chartcalc::detail {
@@ -47,9 +49,8 @@ LiveLines::Inputs LiveLines::Read(const SIndex& x) {
   return in;
 }
 
-bool LiveLines::SameInputs(const SIndex& x) const {
+bool LiveLines::Same(const Inputs& now) const {
   if (!remembered_) return false;
-  const Inputs now = Read(x);
   for (int k = 0; k < kPriceSlots; ++k)
     if (now.series[k] != inputs_.series[k] || now.revision[k] != inputs_.revision[k] ||
         now.start[k] != inputs_.start[k] || now.bars[k] < inputs_.bars[k])
@@ -58,8 +59,11 @@ bool LiveLines::SameInputs(const SIndex& x) const {
          now.functionText == inputs_.functionText;
 }
 
-void LiveLines::Remember(const SIndex& x) {
-  inputs_ = Read(x);
+void LiveLines::TakeInputs(const SIndex& x) {
+  Inputs now = Read(x);
+  if (!Same(now))
+    for (LiveLine& line : lines) line.Drop();
+  inputs_ = std::move(now);
   remembered_ = true;
 }
 

@@ -23,12 +23,12 @@ struct LiveLine {
 
 class LiveLines {
  public:
-  // True when the indicator still reads what the lines were calculated
-  // from: the same series, none revised (bars appended and the last one
-  // revised aside), the same kind and the same user functions.
-  bool SameInputs(const SIndex& x) const;
-  // Takes note of the inputs, after a calculation.
-  void Remember(const SIndex& x);
+  // Takes note of what the indicator reads before a calculation, and drops
+  // every kept line unless it is what they were calculated from: the same
+  // series, none revised (bars appended and the last one revised aside), the
+  // same kind and the same user functions. A calculation changes none of
+  // them.
+  void TakeInputs(const SIndex& x);
 
   LiveLine lines[kIndexLines];
 
@@ -43,6 +43,7 @@ class LiveLines {
     std::string functionText;
   };
   static Inputs Read(const SIndex& x);
+  bool Same(const Inputs& now) const;
 
   Inputs inputs_;
   bool remembered_ = false;

@@ -360,18 +360,17 @@ void SIndex::CalcLast() {
   BindEngine(*this, calc);
   ConvertExpression();
   if (!live_) live_ = std::make_unique<LiveLines>();
-  const bool sameInputs = live_->SameInputs(*this);
+  live_->TakeInputs(*this);
   for (int line = 0; line < kIndexLines; ++line) {
     if (ConvertedExpression[line].IsEmpty()) continue;
     LiveLine& live = live_->lines[line];
     if (CanTakeNewestBars(*this, line)) {
       live.Drop();
       CalcNewestBars(*this, calc, line, live);
-    } else if (!sameInputs || !ResumeLine(*this, calc, line, live)) {
+    } else if (!ResumeLine(*this, calc, line, live)) {
       CalcLineInFull(*this, calc, line, live);
     }
   }
-  live_->Remember(*this);
 }
 
 void SIndex::SetCalcInit() {
